@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/kqrw_agent_delegate.h"
+#include "agent/live_record.h"
+#include "base/value.h"
+
+namespace revwarden {
+
+/// The plug-in's principal object: what the host and its user interface ask of the agent.
+///
+/// The agent keeps a catalogue of the installed applications, one record each
+/// (agent/record_keys.h), and runs at most one background pass over it at a time. It lives as long
+/// as the host keeps it; its threads keep it alive while they run. Requests come on the main thread
+/// unless an operation says otherwise; no operation throws.
+///
+/// All operations are virtual because calls cross the edge of a module that is loaded at run time.
+class KQRWAgent {
+ public:
+  virtual ~KQRWAgent() = default;
+
+  /// Events go to `delegate`, which is not kept alive; nullptr drops them.
+  virtual void setDelegate(std::shared_ptr<KQRWAgentDelegate> delegate) = 0;
+  /// The proxy that stands for the delegate; nullptr before the first `setDelegate`.
+  virtual std::shared_ptr<KQRWAgentDelegate> delegate() const = 0;
+
+  // The catalogue. Any thread.
+
+  /// The records that hold an answer of the update service, in catalogue order.
+  virtual LiveRecords items() const = 0;
+  /// All records, in catalogue order.
+  virtual LiveRecords itemsSnapshot() const = 0;
+  /// A copy of the first record with this id; absent without one.
+  virtual std::optional<Dictionary> itemSnapshotWithID(std::string_view id) const = 0;
+  /// Stars or unstars the record, saves and tells the delegate, also when nothing changed.
+  virtual void setStarred_forItemWithId(bool starred, std::string_view id) = 0;
+  /// Puts the records on the black list or takes them off, saves once and sends one event. Unknown
+  /// ids are left out of the event.
+  virtual void moveItemsWithIds_toBlackList(const std::vector<std::string>& ids, bool listed) = 0;
+  virtual bool itemWithIdIsInBlackList(std::string_view id) const = 0;
+
+  // Background passes. Each returns once the pass was started; a request that finds one running is
+  // dropped.
+
+  /// Forgets when records were last checked and refreshes the list, which then asks the service. A
+  /// failing exchange of this check is shown to the user.
+  virtual void startFullRescan() = 0;
+  /// Brings the catalogue in line with the disk and asks the service when anything is new.
+  virtual void startUpdateApplicationsList() = 0;
+  /// Reads the named applications again.
+  virtual void startUpdateInfoForItemsWithIDs(const std::vector<std::string>& ids) = 0;
+  /// Whether a pass is running. Any thread.
+  virtual bool updateIsInProgress() const = 0;
+
+  // Settings. Setting a new value saves; an equal one does nothing. Getters: any thread.
+
+  /// Whether the user is told of new versions.
+  virtual bool showRevwardenNotifications() const = 0;
+  virtual void setShowRevwardenNotifications(bool show) = 0;
+  /// Whether applications on other volumes than the system's are catalogued, from the next refresh.
+  virtual bool updatesApplicationsFromAllLocalVolumes() const = 0;
+  virtual void setUpdatesApplicationsFromAllLocalVolumes(bool all) = 0;
+  /// When the last check ended; the next is due a day later. Absent: due now.
+  virtual std::optional<Date> lastFireDate() const = 0;
+  /// How many updates were installed, ever.
+  virtual int64_t totalUpdatesCount() const = 0;
+
+  /// Has the host's user interface show the Revwarden window.
+  virtual void openRevwarden() = 0;
+};
+
+}  // namespace revwarden

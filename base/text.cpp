@@ -1,0 +1,131 @@
+#include "base/text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace revwarden {
+namespace {
+
+// The length of the well-formed UTF-8 sequence at the front of `text`, 0 when there is none.
+size_t sequenceLength(std::string_view text) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const auto follows = [&](size_t i, unsigned low, unsigned high) {
+    return i < text.size() && byte(i) >= low && byte(i) <= high;
+  };
+  const unsigned first = byte(0);
+  if (first < 0x80) return 1;
+  if (first >= 0xC2 && first <= 0xDF) return follows(1, 0x80, 0xBF) ? 2 : 0;
+  if (first >= 0xE0 && first <= 0xEF) {
+    const unsigned low = first == 0xE0 ? 0xA0 : 0x80;
+    const unsigned high = first == 0xED ? 0x9F : 0xBF;
+    return follows(1, low, high) && follows(2, 0x80, 0xBF) ? 3 : 0;
+  }
+  if (first >= 0xF0 && first <= 0xF4) {
+    const unsigned low = first == 0xF0 ? 0x90 : 0x80;
+    const unsigned high = first == 0xF4 ? 0x8F : 0xBF;
+    return follows(1, low, high) && follows(2, 0x80, 0xBF) && follows(3, 0x80, 0xBF) ? 4 : 0;
+  }
+  return 0;
+}
+
+// Tab and the Unicode category of space separators, in UTF-8.
+constexpr std::array<std::string_view, 18> kSpaces = {"\t",           " ",
+                                                      "\xC2\xA0",     "\xE1\x9A\x80",
+                                                      "\xE2\x80\x80", "\xE2\x80\x81",
+                                                      "\xE2\x80\x82", "\xE2\x80\x83",
+                                                      "\xE2\x80\x84", "\xE2\x80\x85",
+                                                      "\xE2\x80\x86", "\xE2\x80\x87",
+                                                      "\xE2\x80\x88", "\xE2\x80\x89",
+                                                      "\xE2\x80\x8A", "\xE2\x80\xAF",
+                                                      "\xE2\x81\x9F", "\xE3\x80\x80"};
+
+const std::string& argumentText(const std::vector<std::optional<std::string>>& arguments,
+                                size_t index) {
+  static const std::string& absent = *new std::string("(null)");
+  return index < arguments.size() && arguments[index] ? *arguments[index] : absent;
+}
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return path;
+}
+
+}  // namespace
+
+bool isValidUtf8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const size_t length = sequenceLength(bytes);
+    if (length == 0) return false;
+    bytes.remove_prefix(length);
+  }
+  return true;
+}
+
+std::string asciiUpperCase(std::string_view text) {
+  std::string upper(text);
+  for (char& c : upper) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return upper;
+}
+
+std::string_view trimmingSpaces(std::string_view text) {
+  const auto mayBeSpace = [](char c) { return c == '\t' || c == ' ' || (c & 0x80) != 0; };
+  if (text.empty() || (!mayBeSpace(text.front()) && !mayBeSpace(text.back()))) return text;
+  for (bool trimmed = true; trimmed;) {
+    trimmed = false;
+    for (const std::string_view space : kSpaces) {
+      while (text.starts_with(space)) text.remove_prefix(space.size()), trimmed = true;
+      while (text.ends_with(space)) text.remove_suffix(space.size()), trimmed = true;
+    }
+  }
+  return text;
+}
+
+std::string formatted(std::string_view format,
+                      const std::vector<std::optional<std::string>>& arguments) {
+  std::string result;
+  size_t next = 0;
+  while (!format.empty()) {
+    const size_t percent = std::min(format.find('%'), format.size());
+    result += format.substr(0, percent);
+    format.remove_prefix(percent);
+    if (format.starts_with("%@")) {
+      result += argumentText(arguments, next++);
+      format.remove_prefix(2);
+    } else if (format.starts_with("%%")) {
+      result += '%';
+      format.remove_prefix(2);
+    } else if (format.size() >= 4 && format[1] >= '1' && format[1] <= '9' &&
+               format.substr(2, 2) == "$@") {
+      result += argumentText(arguments, static_cast<size_t>(format[1] - '1'));
+      format.remove_prefix(4);
+    } else if (!format.empty()) {
+      result += format.front();
+      format.remove_prefix(1);
+    }
+  }
+  return result;
+}
+
+std::string_view lastPathComponent(std::string_view path) {
+  path = withoutTrailingSlashes(path);
+  if (path == "/") return path;
+  const size_t slash = path.rfind('/');
+  return slash == path.npos ? path : path.substr(slash + 1);
+}
+
+std::string_view pathExtension(std::string_view path) {
+  const std::string_view name = lastPathComponent(path);
+  const size_t dot = name.rfind('.');
+  return dot == name.npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
+}
+
+std::string_view deletingPathExtension(std::string_view path) {
+  const std::string_view name = lastPathComponent(path);
+  const size_t dot = name.rfind('.');
+  if (dot == name.npos || dot == 0) return withoutTrailingSlashes(path);
+  return path.substr(0, static_cast<size_t>(name.data() - path.data()) + dot);
+}
+
+}  // namespace revwarden

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Texts and paths as the agent's file and log formats need them. Nothing here depends on a locale.
+namespace revwarden {
+
+/// Whether the bytes are well-formed UTF-8: no overlong forms, surrogates or values past U+10FFFF.
+bool isValidUtf8(std::string_view bytes);
+
+/// Upper case of the ASCII letters; every other byte stays.
+std::string asciiUpperCase(std::string_view text);
+
+/// Without the spaces at both ends: tab and the Unicode space separators, such as the no-break
+/// space. Line breaks are no spaces.
+std::string_view trimmingSpaces(std::string_view text);
+
+/// `format` with each "%@" replaced by the next argument and each "%N$@" by argument N (from 1); an
+/// absent or missing argument reads "(null)". "%%" is a percent sign.
+std::string formatted(std::string_view format,
+                      const std::vector<std::optional<std::string>>& arguments);
+
+/// The part of a path after its last slash, trailing slashes aside; "/" for the root.
+std::string_view lastPathComponent(std::string_view path);
+
+/// The text after the last dot of the last component, "" without one. A leading dot starts a hidden
+/// name, not an extension.
+std::string_view pathExtension(std::string_view path);
+
+/// The path without its extension and the dot before it.
+std::string_view deletingPathExtension(std::string_view path);
+
+}  // namespace revwarden

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace revwarden {
+
+/// A program to run as a child process. Standard error goes to the null device.
+struct ChildProcess {
+  std::string program;                 // full path
+  std::vector<std::string> arguments;  // without the program's own name; never seen by a shell
+
+  /// The whole environment of the child; absent: that of this process.
+  std::optional<std::map<std::string, std::string>> environment;
+
+  /// Written to its standard input, which is then closed; absent: the null device. A child that
+  /// does not read it is no error.
+  std::optional<std::string> input;
+
+  /// Whether to collect its standard output; otherwise that goes to the null device.
+  bool collectsOutput = false;
+};
+
+/// Runs child processes. Any thread.
+class ChildProcesses {
+ public:
+  struct Result {
+    int exitStatus = 0;  // 128 plus the signal's number when a signal ended it
+    std::string output;  // what was collected
+  };
+
+  virtual ~ChildProcesses() = default;
+
+  /// Runs the program and waits for its end, after its output was read to the end. The child
+  /// inherits no other open files. Absent when it could not be started.
+  virtual std::optional<Result> run(const ChildProcess& child) = 0;
+};
+
+}  // namespace revwarden

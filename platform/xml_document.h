@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "base/xml_element.h"
+
+namespace revwarden {
+
+/// Writes and reads XML documents. Any thread.
+class XmlDocuments {
+ public:
+  struct ParseError {
+    std::string description;
+  };
+  /// The root element, or why there is none.
+  using ParseResult = std::variant<XmlElement, ParseError>;
+
+  virtual ~XmlDocuments() = default;
+
+  /// The document with this root as bytes: XML 1.0 in UTF-8, compact, with one declaration in
+  /// front. Characters that XML cannot hold are left out; the result is always well-formed.
+  virtual std::string xmlData(const XmlElement& root) const = 0;
+
+  /// Reads a document in the encoding that it declares. Text that is only white space and CDATA
+  /// sections are kept as text; comments and processing instructions are left out. Nothing is
+  /// fetched from outside the document; one that expands or nests beyond reason is an error.
+  virtual ParseResult parse(std::string_view bytes) const = 0;
+};
+
+}  // namespace revwarden
