@@ -25,7 +25,7 @@ class LiveRecord {
   }
 
  private:
-  friend class ItemCatalogue;
+  friend class RecordList;
 
   void setContents(Dictionary contents) {
     const std::lock_guard lock(mutex_);

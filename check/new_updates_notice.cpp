@@ -1,0 +1,102 @@
+#include "check/new_updates_notice.h"
+
+#include "agent/agent_settings.h"
+#include "agent/item_catalogue.h"
+#include "agent/record_keys.h"
+#include "check/version_info_keys.h"
+#include "platform/file_manager.h"
+#include "platform/host_application.h"
+#include "platform/localization.h"
+#include "platform/platform.h"
+#include "platform/version.h"
+
+namespace revwarden {
+namespace {
+
+constexpr size_t kNamesShown = 4;
+
+// Up to four names; more are told by dots that follow the fourth at once.
+std::string namesText(const std::vector<std::string>& names) {
+  std::string text;
+  for (size_t i = 0; i < names.size() && i < kNamesShown; ++i) {
+    if (i > 0) text += ", ";
+    text += names[i];
+  }
+  if (names.size() > kNamesShown) text += "...";
+  return text;
+}
+
+}  // namespace
+
+void NewUpdatesNotice::notifyNewUpdates() {
+  const std::optional<std::string> hostPath = platform_.host.hostAppPath();
+  const Found found = markNewUpdates(hostPath);
+  if (found.hostProduct) updateHostProduct(*hostPath);
+  if (!settings_.showRevwardenNotifications() || found.names.empty()) return;
+  showSummary(found.names);
+  settings_.savePrefs();
+}
+
+NewUpdatesNotice::Found NewUpdatesNotice::markNewUpdates(
+    const std::optional<std::string>& hostPath) {
+  Found found;
+  ItemCatalogue::Access records(catalogue_);
+  for (auto position = records->begin(); position != records->end(); ++position) {
+    const Dictionary record = RecordList::contents(position);
+    const std::optional<std::string> version = newVersion(record);
+    if (!version) continue;
+    // Marked before anything decides whether it is shown: what is not shown now never is.
+    records->edit(position, record.with(kKQRWNotifiedVersionKey, *version));
+    const std::string* path = record.stringFor(kKQRWApplicationPathKey);
+    if (path && hostPath && *path == *hostPath) {
+      found.hostProduct = true;
+    } else if (!record.boolFor(kKQRWIsInBlackList)) {
+      const std::string* name = record.stringFor(kKQRWApplicationNameKey);
+      found.names.push_back(name ? *name : "(null)");
+    }
+  }
+  return found;
+}
+
+std::optional<std::string> NewUpdatesNotice::newVersion(const Dictionary& record) const {
+  const Dictionary offer =
+      record.dictionaryFor(kKQRWAvailableVersionInfoKey).value_or(Dictionary());
+  const Versions& versions = platform_.versions;
+  const auto available = versions.versionWithValue(offer.find(kKQRWIVersionKey));
+  if (!available) return std::nullopt;
+  const auto current = versions.versionWithValue(record.find(kKQRWCurrentVersionKey));
+  if (!current || current->compare(*available) >= 0) return std::nullopt;
+  const auto notified = versions.versionWithValue(record.find(kKQRWNotifiedVersionKey));
+  if (notified && available->compare(*notified) == 0) return std::nullopt;
+  return available->stringRepresentation();
+}
+
+void NewUpdatesNotice::updateHostProduct(const std::string& hostPath) {
+  const bool movable = platform_.files.isMovableFileAtPath(hostPath);
+  if (!movable && !mediator_.hasRootTask()) {
+    HostNotification notice = platform_.host.notificationInstance();
+    notice.text = platform_.localization.KQLocalizedString("New version of Pellmark is available!");
+    notice.icon = NotificationIcon{NotificationIcon::Kind::named, "DraggingViewNotificationIcon"};
+    notice.target = mediator_.notificationTarget();
+    notice.liveTime = 10.0;
+    notice.button1Text = platform_.localization.KQLocalizedString("OK");
+    platform_.host.showNotification(notice);
+  }
+  mediator_.startUpdatePellmark();
+}
+
+void NewUpdatesNotice::showSummary(const std::vector<std::string>& names) {
+  const Localization& localization = platform_.localization;
+  HostNotification notice = platform_.host.notificationInstance();
+  notice.text = localization.KQLocalizedNumberStringWithFormat(
+      "Updates available for %?1$u applications: %2$@. Open Pellmark to install updates.",
+      static_cast<uint32_t>(names.size()), namesText(names));
+  notice.target = mediator_.notificationTarget();
+  notice.liveTime = 10.0;
+  notice.button1Text = localization.KQLocalizedString("OK");
+  notice.button1Action = "openRevwarden";
+  notice.button2Text = localization.KQLocalizedString("Cancel");
+  platform_.host.showNotification(notice);
+}
+
+}  // namespace revwarden

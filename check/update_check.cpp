@@ -1,0 +1,145 @@
+#include "check/update_check.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+#include <variant>
+
+#include "agent/agent_settings.h"
+#include "agent/background_pass.h"
+#include "agent/item_catalogue.h"
+#include "agent/record_keys.h"
+#include "agent/record_state.h"
+#include "check/update_answer.h"
+#include "check/update_request.h"
+#include "check/version_info_keys.h"
+#include "platform/clock.h"
+#include "platform/host_application.h"
+#include "platform/localization.h"
+#include "platform/log.h"
+#include "platform/platform.h"
+#include "platform/run_loop.h"
+#include "platform/system_information.h"
+#include "platform/url_connection.h"
+#include "platform/xml_document.h"
+
+namespace revwarden {
+namespace {
+
+constexpr double kSecondsBeforeAskingAgain = 172800;
+
+// The service had nothing for it two days ago or less.
+bool wasAskedLately(const Dictionary& record, Date now) {
+  if (record.contains(kKQRWAvailableVersionInfoKey)) return false;
+  const std::optional<Date> asked = record.dateFor(kKQRWLastFullCheckDate);
+  return asked && now.secondsSince1970 - asked->secondsSince1970 < kSecondsBeforeAskingAgain;
+}
+
+// As ASCII; a body with any other byte has no such text.
+std::optional<std::string> asciiText(std::string_view body) {
+  const bool ascii = std::all_of(body.begin(), body.end(), [](char c) { return (c & 0x80) == 0; });
+  return ascii ? std::optional(std::string(body)) : std::nullopt;
+}
+
+using AnswersByBundleId = std::unordered_map<std::string_view, const Dictionary*>;
+
+// The first answer for an identifier counts. The empty identifier stands for none.
+AnswersByBundleId byBundleId(const std::vector<Dictionary>& answers) {
+  AnswersByBundleId index;
+  index.reserve(answers.size());
+  for (const Dictionary& answer : answers) {
+    const std::string* id = answer.stringFor(kKQRWIBundleIDKey);
+    if (id && !id->empty()) index.emplace(*id, &answer);
+  }
+  return index;
+}
+
+const Dictionary* answerFor(const Dictionary& record, const AnswersByBundleId& answers) {
+  const std::string* id = record.stringFor(kKQRWBundleIdKey);
+  const auto found = id ? answers.find(*id) : answers.end();
+  return found == answers.end() ? nullptr : found->second;
+}
+
+}  // namespace
+
+void UpdateCheck::performCheckForAppsUpdates() {
+  Question question = chooseItems();
+  if (std::optional<std::string> body = send(std::exchange(question.root, {}))) {
+    merge(question, readAnswers(std::move(*body)));
+    platform_.mainLoop.post([this] { mediator_.notifyNewUpdates(); });
+    pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
+  }
+  settings_.setLastFireDate(platform_.clock.now());
+  pass_.onMainThread([this] { settings_.savePrefs(); });
+  scanStartedByUser_ = false;
+}
+
+UpdateCheck::Question UpdateCheck::chooseItems() const {
+  Question question{appsUpdatesCheckRequestRootXMLElement(platform_), {}, {}};
+  const LiveRecords snapshot = catalogue_.itemsSnapshot();
+  const Date now = platform_.clock.now();
+  question.root.children.reserve(snapshot.size());
+  for (const LiveRecordRef& record : snapshot) {
+    const Dictionary contents = record->contents();
+    if (!contents.contains(kKQRWCurrentVersionKey) || wasAskedLately(contents, now)) continue;
+    const bool mandatory = wasNeverChecked(contents);
+    const std::string* name = contents.stringFor(kKQRWApplicationNameKey);
+    if (mandatory && name) question.mandatoryNames.insert(*name);
+    question.sent.add(record);
+    question.root.children.push_back(requestItem(contents, mandatory));
+  }
+  return question;
+}
+
+std::optional<std::string> UpdateCheck::send(XmlElement root) const {
+  URLRequest request{.url = platform_.productInformation.URLWithScheme_service_path(
+                         "http", "updater", "/api/update"),
+                     .method = "POST",
+                     .body = platform_.xml.xmlData(root)};
+  root = {};  // large; not needed while the exchange lasts
+  return platform_.connection.sendSynchronousRequest(request);
+}
+
+std::vector<Dictionary> UpdateCheck::readAnswers(std::string body) {
+  const XmlDocuments::ParseResult document = platform_.xml.parse(body);
+  if (const auto* error = std::get_if<XmlDocuments::ParseError>(&document)) {
+    platform_.log.NSLog("Invalid response: %@", {error->description});
+    platform_.log.NSLog("Response: %@", {asciiText(body)});
+    if (scanStartedByUser_) showErrorNotice();
+  }
+  return convertedArrayFromResponse(std::get_if<XmlElement>(&document));
+}
+
+void UpdateCheck::merge(const Question& question, const std::vector<Dictionary>& answers) {
+  const AnswersByBundleId index = byBundleId(answers);
+  const Date now = platform_.clock.now();
+  ItemCatalogue::Access records(catalogue_);
+  for (auto position = records->begin(); position != records->end(); ++position) {
+    // Edited in place since it was asked about, a record is still the same; one that was replaced
+    // by other contents is left to the next check.
+    if (!question.sent.contains(RecordList::record(position))) continue;
+    const Dictionary contents = RecordList::contents(position);
+    DictionaryBuilder record(contents);
+    const std::string* name = contents.stringFor(kKQRWApplicationNameKey);
+    if (const Dictionary* answer = answerFor(contents, index)) {
+      record.set(kKQRWAvailableVersionInfoKey, *answer);
+    } else if (name && question.mandatoryNames.contains(*name)) {
+      record.remove(kKQRWAvailableVersionInfoKey);
+      record.set(kKQRWLastFullCheckDate, now);
+    }
+    records->replace(position, record.build());
+  }
+}
+
+void UpdateCheck::showErrorNotice() {
+  HostApplication& host = platform_.host;
+  HostNotification notice = host.notificationInstance();
+  notice.text = platform_.localization.KQLocalizedString(
+      "There was an error while communicating with the Revwarden server. Please try again later.");
+  notice.icon = NotificationIcon{NotificationIcon::Kind::named, "DraggingViewNotificationIcon"};
+  notice.liveTime = 10.0;
+  notice.button1Text = platform_.localization.KQLocalizedString("OK");
+  platform_.mainLoop.post([&host, notice] { host.showNotification(notice); });
+}
+
+}  // namespace revwarden

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <atomic>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "agent/record_set.h"
+#include "base/value.h"
+#include "base/xml_element.h"
+
+namespace revwarden {
+
+class AgentSettings;
+class BackgroundPass;
+class ItemCatalogue;
+struct Platform;
+
+/// One whole update check: asks the service about the applications that are due, and writes its
+/// answers into their records.
+class UpdateCheck {
+ public:
+  class Mediator {
+   public:
+    virtual void notifyNewUpdates() = 0;
+    virtual void notifyDelegateAboutItemsDidChange() = 0;
+
+   protected:
+    ~Mediator() = default;
+  };
+
+  UpdateCheck(const Platform& platform, ItemCatalogue& catalogue, AgentSettings& settings,
+              BackgroundPass& pass, Mediator& mediator)
+      : platform_(platform),
+        catalogue_(catalogue),
+        settings_(settings),
+        pass_(pass),
+        mediator_(mediator) {}
+
+  /// Whether the user asked for the check, and so is told when the service talks nonsense. Cleared
+  /// at the end of every check. Any thread.
+  void setScanStartedByUser(bool byUser) { scanStartedByUser_ = byUser; }
+
+  /// Runs the check on the calling thread, a pass's, and returns when it is over. However it ends,
+  /// the next one is due a day from now.
+  void performCheckForAppsUpdates();
+
+ private:
+  /// The records asked about, and which of them must be answered.
+  struct Question {
+    XmlElement root;
+    RecordSet sent;
+    std::unordered_set<std::string> mandatoryNames;
+  };
+
+  Question chooseItems() const;
+  std::optional<std::string> send(XmlElement root) const;
+  std::vector<Dictionary> readAnswers(std::string body);
+  void merge(const Question& question, const std::vector<Dictionary>& answers);
+  void showErrorNotice();
+
+  const Platform& platform_;
+  ItemCatalogue& catalogue_;
+  AgentSettings& settings_;
+  BackgroundPass& pass_;
+  Mediator& mediator_;
+  std::atomic<bool> scanStartedByUser_ = false;
+};
+
+}  // namespace revwarden

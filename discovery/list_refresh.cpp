@@ -1,0 +1,135 @@
+#include "discovery/list_refresh.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <unordered_set>
+#include <utility>
+
+#include "agent/agent_settings.h"
+#include "agent/background_pass.h"
+#include "agent/excluded_paths.h"
+#include "agent/item_catalogue.h"
+#include "agent/record_keys.h"
+#include "agent/record_set.h"
+#include "agent/record_state.h"
+#include "discovery/item_validation.h"
+#include "platform/file_manager.h"
+#include "platform/platform.h"
+#include "platform/system_information.h"
+
+namespace revwarden {
+
+ListRefresh::ListRefresh(const Platform& platform, ItemCatalogue& catalogue,
+                         AgentSettings& settings, ExcludedPaths& excluded, BackgroundPass& pass,
+                         ItemValidation& validation, Mediator& mediator)
+    : platform_(platform),
+      catalogue_(catalogue),
+      settings_(settings),
+      excluded_(excluded),
+      pass_(pass),
+      validation_(validation),
+      mediator_(mediator) {}
+
+void ListRefresh::startFullRescan() {
+  // Set also when a pass runs: its check, or the next one, then answers for this wish.
+  mediator_.setScanStartedByUser(true);
+  if (pass_.updateIsInProgress()) return;
+  {
+    ItemCatalogue::Access records(catalogue_);
+    for (auto position = records->begin(); position != records->end(); ++position) {
+      records->edit(position, RecordList::contents(position).without(kKQRWLastFullCheckDate));
+    }
+  }
+  settings_.setLastFireDate(std::nullopt);
+  startUpdateApplicationsList();
+}
+
+void ListRefresh::startUpdateApplicationsList() {
+  mediator_.dropScheduleTimer();
+  if (pass_.updateIsInProgress()) return;
+  pass_.start([this] { performUpdateApplicationsList(); });
+}
+
+void ListRefresh::performUpdateApplicationsList() {
+  const std::unique_ptr<PathInspector> inspector = platform_.files.inspectorForPass();
+  const bool changed = validateApplications(*inspector);
+  if (changed) {
+    pass_.onMainThread([this] { settings_.savePrefs(); });
+    pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
+  }
+  const LiveRecords snapshot = catalogue_.itemsSnapshot();
+  removeRecordsOutOfScope(*inspector, snapshot);
+  // The snapshot still holds the records just removed: one of them may call for the check.
+  if (changed || thereAreNeverCheckedItems(snapshot)) {
+    mediator_.performCheckForAppsUpdates();
+  } else {
+    mediator_.setScanStartedByUser(false);
+  }
+  pass_.finish();
+  pass_.onMainThread([this] { mediator_.didFinishUpdatingApplicationsList(); });
+}
+
+bool ListRefresh::validateApplications(PathInspector& inspector) {
+  bool changed = false;
+  for (const std::string& path : applicationsPathsToUpdate(inspector)) {
+    if (excluded_.isExcludedApplicationPath(inspector, path)) continue;
+    if (!isInScope(inspector, path)) continue;
+    changed |= validation_.updateItemInfoForPath(inspector, path);
+  }
+  return changed;
+}
+
+bool ListRefresh::isInScope(PathInspector& inspector, const std::string& path) const {
+  return settings_.updatesApplicationsFromAllLocalVolumes() || inspector.pathIsOnSystemVolume(path);
+}
+
+std::vector<std::string> ListRefresh::applicationsPathsToUpdate(PathInspector& inspector) const {
+  std::unordered_set<std::string> candidates;
+  {
+    ItemCatalogue::Access records(catalogue_);
+    for (auto position = records->begin(); position != records->end(); ++position) {
+      const Dictionary record = RecordList::contents(position);
+      if (const std::string* path = record.stringFor(kKQRWApplicationPathKey)) {
+        candidates.insert(*path);
+      }
+    }
+  }
+  for (std::string& path : platform_.systemInformation.allApplicationsPaths()) {
+    candidates.insert(std::move(path));
+  }
+  std::vector<std::string> resolved;
+  resolved.reserve(candidates.size());
+  for (const std::string& path : candidates) {
+    if (std::optional<std::string> real = inspector.resolvedPath(path)) {
+      resolved.push_back(std::move(*real));
+    }
+  }
+  std::sort(resolved.begin(), resolved.end());
+  resolved.erase(std::unique(resolved.begin(), resolved.end()), resolved.end());
+  return resolved;
+}
+
+void ListRefresh::removeRecordsOutOfScope(PathInspector& inspector, const LiveRecords& snapshot) {
+  RecordSet leaving;
+  for (const LiveRecordRef& record : snapshot) {
+    const Dictionary contents = record->contents();
+    const std::string* found = contents.stringFor(kKQRWApplicationPathKey);
+    const std::string path = found ? *found : std::string();
+    if (!isInScope(inspector, path) || !inspector.fileExistsAtPath(path)) leaving.add(record);
+  }
+  if (leaving.empty()) return;
+  ItemCatalogue::Access records(catalogue_);
+  for (auto position = records->begin(); position != records->end();) {
+    position = leaving.contains(RecordList::record(position)) ? records->remove(position)
+                                                              : std::next(position);
+  }
+}
+
+bool ListRefresh::thereAreNeverCheckedItems(const LiveRecords& records) {
+  return std::any_of(records.begin(), records.end(), [](const LiveRecordRef& record) {
+    return wasNeverChecked(record->contents());
+  });
+}
+
+}  // namespace revwarden

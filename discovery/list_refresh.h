@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "agent/live_record.h"
+
+namespace revwarden {
+
+class AgentSettings;
+class BackgroundPass;
+class ExcludedPaths;
+class ItemCatalogue;
+class ItemValidation;
+class PathInspector;
+struct Platform;
+
+/// The pass that brings the whole catalogue in line with the disk and then decides whether to ask
+/// the update service.
+class ListRefresh {
+ public:
+  class Mediator {
+   public:
+    /// Ends the pending wait for the next periodic check.
+    virtual void dropScheduleTimer() = 0;
+    /// Whether the next check was asked for by the user.
+    virtual void setScanStartedByUser(bool byUser) = 0;
+    /// One whole check; returns when it is over.
+    virtual void performCheckForAppsUpdates() = 0;
+    virtual void notifyDelegateAboutItemsDidChange() = 0;
+    virtual void didFinishUpdatingApplicationsList() = 0;
+
+   protected:
+    ~Mediator() = default;
+  };
+
+  ListRefresh(const Platform& platform, ItemCatalogue& catalogue, AgentSettings& settings,
+              ExcludedPaths& excluded, BackgroundPass& pass, ItemValidation& validation,
+              Mediator& mediator);
+
+  /// A refresh at the user's wish, which forgets when records were last checked. Main thread.
+  void startFullRescan();
+  /// Starts a refresh; dropped while a pass runs. Main thread.
+  void startUpdateApplicationsList();
+
+ private:
+  void performUpdateApplicationsList();
+  bool validateApplications(PathInspector& inspector);
+  bool isInScope(PathInspector& inspector, const std::string& path) const;
+  std::vector<std::string> applicationsPathsToUpdate(PathInspector& inspector) const;
+  void removeRecordsOutOfScope(PathInspector& inspector, const LiveRecords& snapshot);
+  static bool thereAreNeverCheckedItems(const LiveRecords& records);
+
+  const Platform& platform_;
+  ItemCatalogue& catalogue_;
+  AgentSettings& settings_;
+  ExcludedPaths& excluded_;
+  BackgroundPass& pass_;
+  ItemValidation& validation_;
+  Mediator& mediator_;
+};
+
+}  // namespace revwarden
