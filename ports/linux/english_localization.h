@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/localization.h"
+
+namespace revwarden {
+
+/// English: every text is its own key.
+///
+/// Formats are written in the plural. For a count of 1 the word that follows the number loses its
+/// "s": "3 applications", but "1 application".
+class EnglishLocalization final : public Localization {
+ public:
+  std::string KQLocalizedString(std::string_view key) const override;
+  std::string KQLocalizedNumberStringWithFormat(std::string_view format, uint32_t count,
+                                                std::string_view text) const override;
+};
+
+}  // namespace revwarden
