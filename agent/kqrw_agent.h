@@ -30,7 +30,7 @@ class KQRWAgent {
   /// The proxy that stands for the delegate; nullptr before the first `setDelegate`.
   virtual std::shared_ptr<KQRWAgentDelegate> delegate() const = 0;
 
-  // The catalogue. Any thread.
+  // The catalogue. Reading it: any thread.
 
   /// The records that hold an answer of the update service, in catalogue order.
   virtual LiveRecords items() const = 0;

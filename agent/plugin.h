@@ -14,6 +14,8 @@ inline constexpr uint32_t kPluginABI = 1;
 /// The name of the factory in the plug-in, for dlsym.
 inline constexpr char kPluginFactoryName[] = "revwarden_create_principal_object";
 
+/// A C function that the plug-in exports under that name.
+///
 /// Creates the agent: loads its settings and starts the first refresh. Main thread.
 ///
 /// C++ objects cross the edge, so both sides must come from one build: when `abi` is not the

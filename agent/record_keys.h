@@ -38,7 +38,7 @@ inline constexpr char kKQRWInstallerDownloadPathKey[] = "downloadPath";
 /// Text: the unpacked or mounted resources of the update. Never stored.
 inline constexpr char kKQRWInstallerResourcesPathKey[] = "resourcePath";
 
-/// Texts that only the host's user interface uses.
+/// Text, for the host's user interface alone: its key, and a value of it.
 inline constexpr char kKQRWItemStatusKey[] = "applicationStatus";
 inline constexpr char kKQRWItemUpToDateKey[] = "upToDate";
 

@@ -50,6 +50,12 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
   return path;
 }
 
+// Where the extension of a name begins; npos when it has none.
+size_t extensionDot(std::string_view name) {
+  const size_t dot = name.rfind('.');
+  return dot == 0 || name == ".." ? name.npos : dot;
+}
+
 }  // namespace
 
 bool isValidUtf8(std::string_view bytes) {
@@ -117,14 +123,14 @@ std::string_view lastPathComponent(std::string_view path) {
 
 std::string_view pathExtension(std::string_view path) {
   const std::string_view name = lastPathComponent(path);
-  const size_t dot = name.rfind('.');
-  return dot == name.npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
+  const size_t dot = extensionDot(name);
+  return dot == name.npos ? std::string_view() : name.substr(dot + 1);
 }
 
 std::string_view deletingPathExtension(std::string_view path) {
   const std::string_view name = lastPathComponent(path);
-  const size_t dot = name.rfind('.');
-  if (dot == name.npos || dot == 0) return withoutTrailingSlashes(path);
+  const size_t dot = extensionDot(name);
+  if (dot == name.npos) return withoutTrailingSlashes(path);
   return path.substr(0, static_cast<size_t>(name.data() - path.data()) + dot);
 }
 

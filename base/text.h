@@ -18,7 +18,7 @@ std::string asciiUpperCase(std::string_view text);
 /// space. Line breaks are no spaces.
 std::string_view trimmingSpaces(std::string_view text);
 
-/// `format` with each "%@" replaced by the next argument and each "%N$@" by argument N (from 1); an
+/// `format` with each "%@" replaced by the next argument and each "%N$@" by argument N (1 to 9); an
 /// absent or missing argument reads "(null)". "%%" is a percent sign.
 std::string formatted(std::string_view format,
                       const std::vector<std::optional<std::string>>& arguments);

@@ -1,7 +1,6 @@
 #include "base/value.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 
@@ -41,7 +40,7 @@ bool equalNumbers(const Number& a, const Number& b) {
 }
 
 std::string_view withoutLeadingSpace(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) {
+  while (!text.empty() && std::string_view(" \t\n\v\f\r").find(text.front()) != text.npos) {
     text.remove_prefix(1);
   }
   return text;

@@ -77,7 +77,8 @@ class Dictionary {
   const Value* find(std::string_view key) const&& = delete;
   bool contains(std::string_view key) const { return find(key) != nullptr; }
 
-  /// The value for `key` when it is of that type; absent when missing or of another type.
+  /// The value for `key` when it is of that type; absent when missing or of another type. To
+  /// iterate over an array or dictionary, keep the answer in a variable first.
   const std::string* stringFor(std::string_view key) const&;
   const std::string* stringFor(std::string_view key) const&& = delete;
   std::optional<Date> dateFor(std::string_view key) const;
@@ -107,7 +108,6 @@ class Dictionary {
 /// what it was, but compare equal when they stand for the same number.
 class Value {
  public:
-  Value(bool value) : storage_(value) {}
   Value(double value) : storage_(value) {}
   Value(std::string value) : storage_(std::move(value)) {}
   Value(std::string_view value) : storage_(std::string(value)) {}
@@ -117,7 +117,13 @@ class Value {
   Value(Array value) : storage_(std::move(value)) {}
   Value(Dictionary value) : storage_(std::move(value)) {}
   template <typename Integer, std::enable_if_t<std::is_integral_v<Integer>, int> = 0>
-  Value(Integer value) : storage_(static_cast<int64_t>(value)) {}
+  Value(Integer value) {  // takes booleans too, so that no pointer passes for one
+    if constexpr (std::is_same_v<Integer, bool>) {
+      storage_ = value;
+    } else {
+      storage_ = static_cast<int64_t>(value);
+    }
+  }
 
   /// The value as a T (bool, int64_t, double, std::string, Date, Data, Array, Dictionary), nullptr
   /// when it is of another type. Valid as long as this value.

@@ -11,7 +11,7 @@ namespace revwarden {
 /// Text stands before the first child (`text`) and behind each child (that child's `tail`), so that
 /// mixed content keeps its order.
 struct XmlElement {
-  std::string name;  // the local name
+  std::string name;  // as written, with its prefix
   std::vector<std::pair<std::string, std::string>> attributes;
   std::string text;
   std::vector<XmlElement> children;

@@ -10,7 +10,7 @@
 namespace revwarden {
 
 /// What a bundle says of itself in its information property list, read when the bundle was opened.
-/// A value that is missing or of a wrong type is absent. Immutable.
+/// A value that is missing or of a wrong type is absent, and so is an empty identifier. Immutable.
 struct Bundle {
   std::optional<std::string> bundleIdentifier;  // CFBundleIdentifier
   std::optional<std::string> bundleName;        // CFBundleName; may be empty

@@ -9,7 +9,7 @@ namespace revwarden {
 
 /// A program to run as a child process. Standard error goes to the null device.
 struct ChildProcess {
-  std::string program;                 // full path
+  std::string program;  // full path; a port may look for its base name elsewhere first
   std::vector<std::string> arguments;  // without the program's own name; never seen by a shell
 
   /// The whole environment of the child; absent: that of this process.
@@ -19,7 +19,7 @@ struct ChildProcess {
   /// does not read it is no error.
   std::optional<std::string> input;
 
-  /// Whether to collect its standard output; otherwise that goes to the null device.
+  /// Whether to collect its standard output, up to 16 MiB; otherwise that goes to the null device.
   bool collectsOutput = false;
 };
 

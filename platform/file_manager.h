@@ -10,8 +10,9 @@ namespace revwarden {
 /// Answers questions about where paths lie, for the length of one pass over many of them.
 ///
 /// It may remember folders and volumes that it has looked at, so it is made for one pass and
-/// dropped with it. Used by one thread at a time. Paths are full paths; for one that does not exist
-/// or is empty every test answers false.
+/// dropped with it. Used by one thread at a time. Paths are full paths. The tests of where a path
+/// lies need nothing to exist there: a missing path is judged by the nearest folder above it that
+/// exists, and by its own text below that. For an empty or relative path every test answers false.
 class PathInspector {
  public:
   virtual ~PathInspector() = default;

@@ -36,7 +36,7 @@ class KQHelperManager {
   virtual ~KQHelperManager() = default;
 
   /// Asks the user, showing `prompt`, and waits for the answer. nullptr when the user refuses or
-  /// the rights cannot be had. Main thread.
+  /// the rights cannot be had. Main thread, which serves nothing else meanwhile.
   virtual std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) = 0;
 };
 

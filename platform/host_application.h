@@ -61,8 +61,8 @@ class HostApplication {
   /// Shows the notice and returns without waiting for an answer.
   virtual void showNotification(const HostNotification& notification) = 0;
 
-  /// The path of the host product's application bundle, links resolved; absent when the host does
-  /// not know one.
+  /// The path of the host product's application bundle, links resolved when it exists; absent when
+  /// the host does not know one.
   virtual std::optional<std::string> hostAppPath() = 0;
 
   /// The object of the user interface behind a target id that understands the named protocol;
@@ -87,6 +87,9 @@ class HostJobSupport {
 
   /// Launches the host product or brings it to the front.
   virtual void activateHostApp() = 0;
+
+  /// The target whose action "activateHostApp" does the same.
+  virtual std::shared_ptr<NotificationTarget> notificationTarget() = 0;
 
   /// The running instance of a loaded agent by its class name ("KQUninstallerAgent"); nullptr when
   /// the host has loaded none.

@@ -7,7 +7,8 @@
 
 namespace revwarden {
 
-/// The system log and the product's log of outcomes. Any thread; never fails.
+/// The system log and the product's log of outcomes. Any thread; never fails. A line may come in
+/// any length and with any bytes; a port may cut it and replace what is not UTF-8.
 class Log {
  public:
   using Arguments = std::vector<std::optional<std::string>>;

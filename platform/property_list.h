@@ -12,8 +12,8 @@ class PropertyLists {
  public:
   virtual ~PropertyLists() = default;
 
-  /// The value that `bytes` describe; absent when they are no property list, or one nested or grown
-  /// beyond what any honest list needs.
+  /// The value that `bytes` describe; absent when they are no property list, or one nested deeper
+  /// than 128 levels or grown beyond what any honest list needs.
   virtual std::optional<Value> propertyListFromData(std::string_view bytes) const = 0;
 };
 

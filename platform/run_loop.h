@@ -12,7 +12,8 @@ namespace revwarden {
 enum class RunLoopMode { defaultMode, modal };
 
 /// A pending single-shot timer. Destroying it cancels it: on the main thread its action is certain
-/// not to run afterwards.
+/// not to begin afterwards. It may be destroyed from within its own action, which then runs to its
+/// end.
 class Timer {
  public:
   virtual ~Timer() = default;
@@ -20,7 +21,8 @@ class Timer {
 
 /// The main thread's loop.
 ///
-/// Posted calls form one queue, first in, first out, whichever thread posts them. A call must not
+/// Posted calls form one queue, first in, first out, whichever thread posts them. Due timers,
+/// posted calls and requests of clients take turns: none of them starves another. A call must not
 /// throw.
 class RunLoop {
  public:
@@ -35,7 +37,8 @@ class RunLoop {
 
   /// Runs `call` on the main thread and returns when it is done: at once and ahead of everything
   /// queued when this is the main thread, else in its turn. Any thread; the caller must not hold a
-  /// lock that the main thread takes. Once the loop has ended it returns without having run it.
+  /// lock that the main thread takes. Once the loop has ended, or when it ends meanwhile, it
+  /// returns without having run it.
   virtual void postAndWait(std::function<void()> call) = 0;
 
   /// What a single turn did.
@@ -48,7 +51,8 @@ class RunLoop {
 
   /// Main thread only: arranges for `action` to run once, on the main thread, in the default mode,
   /// at `fireDate` by the wall clock, or at the next turn when that has passed. Setting the clock
-  /// and sleep of the machine move the firing accordingly. A port may hold an already due timer
+  /// and sleep of the machine move the firing accordingly. A date that is no number counts as
+  /// passed; one beyond the clock's range never comes. A port may hold an already due timer
   /// back by at most one second when the previous one fired less than a second ago.
   [[nodiscard]] virtual std::unique_ptr<Timer> addTimer(Date fireDate,
                                                         std::function<void()> action) = 0;

@@ -21,12 +21,14 @@ class URLDownloadDelegate {
   virtual ~URLDownloadDelegate() = default;
 
   /// The response that carries the body began (redirects are followed unseen, its status is not
-  /// judged). A missing content type reads "application/octet-stream"; `expectedLength` is in
-  /// bytes, -1 when the server does not tell it.
+  /// judged). The type is without parameters, its letters as the server sent them; a missing one
+  /// reads "application/octet-stream". `expectedLength` is in bytes, -1 when the server does not
+  /// tell it.
   virtual void download_didReceiveResponse(std::string_view mimeType, int64_t expectedLength) = 0;
 
-  /// The full path to write to; a file there is overwritten. The suggested name is a single path
-  /// component that is neither empty nor "." nor ".."; absent when the server suggests none.
+  /// The full path to write to; a file there is overwritten, missing folders above it are made. The
+  /// suggested name is a single path component that is neither empty nor "." nor ".."; absent when
+  /// the server suggests none.
   virtual std::string download_decideDestinationWithSuggestedFilename(
       const std::optional<std::string>& name) = 0;
 
@@ -47,11 +49,8 @@ class URLDownload {
   virtual ~URLDownload() = default;
 
   /// Waits, with no time limit of its own, for the next event of the network and delivers it to the
-  /// delegate. Once the transfer is over it waits for `wake`.
-  virtual void runOneTurn() = 0;
-
-  /// Ends a turn that waits. The only operation that any thread may call.
-  virtual void wake() = 0;
+  /// delegate. False, at once, when the transfer is over.
+  virtual bool runOneTurn() = 0;
 };
 
 /// Begins downloads. Any thread.

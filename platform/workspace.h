@@ -9,7 +9,8 @@
 
 namespace revwarden {
 
-/// An observer's registration; destroying it, on the main thread, ends it at once.
+/// An observer's registration; destroying it, on the main thread, ends it at once. It may be
+/// destroyed from within its own handler, which then runs to its end.
 class Observation {
  public:
   virtual ~Observation() = default;

@@ -25,7 +25,8 @@ class XmlDocuments {
 
   /// Reads a document in the encoding that it declares. Text that is only white space and CDATA
   /// sections are kept as text; comments and processing instructions are left out. Nothing is
-  /// fetched from outside the document; one that expands or nests beyond reason is an error.
+  /// fetched from outside the document; one that expands beyond reason or nests deeper than 256
+  /// levels is an error.
   virtual ParseResult parse(std::string_view bytes) const = 0;
 };
 
