@@ -1,0 +1,267 @@
+#include "ports/posix/natural_versions.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+#include "base/text.h"
+
+namespace revwarden {
+namespace {
+
+// In ascending order: what a step is decides before what it says.
+enum class Kind : unsigned char {
+  development,
+  alpha,
+  beta,
+  candidate,
+  end,
+  word,
+  build,
+  letter,
+  number
+};
+
+struct Step {
+  Kind kind;
+  std::string_view text;  // a number without leading zeros, or letters
+};
+
+struct Stage {
+  std::string_view word;
+  Kind kind;
+};
+
+constexpr std::array kStages = {
+    Stage{"dev", Kind::development},
+    Stage{"devel", Kind::development},
+    Stage{"development", Kind::development},
+    Stage{"nightly", Kind::development},
+    Stage{"snapshot", Kind::development},
+    Stage{"canary", Kind::development},
+    Stage{"insider", Kind::development},
+    Stage{"insiders", Kind::development},
+    Stage{"alpha", Kind::alpha},
+    Stage{"ea", Kind::alpha},
+    Stage{"eap", Kind::alpha},
+    Stage{"milestone", Kind::alpha},
+    Stage{"beta", Kind::beta},
+    Stage{"pre", Kind::beta},
+    Stage{"preview", Kind::beta},
+    Stage{"prerelease", Kind::beta},
+    Stage{"rc", Kind::candidate},
+    Stage{"fc", Kind::candidate},
+    Stage{"candidate", Kind::candidate},
+};
+constexpr std::array kStageLetters = {
+    Stage{"d", Kind::development}, Stage{"a", Kind::alpha},     Stage{"m", Kind::alpha},
+    Stage{"b", Kind::beta},        Stage{"c", Kind::candidate},
+};
+
+constexpr bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+constexpr char lowered(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+constexpr bool isAsciiLetter(char c) {
+  return lowered(c) >= 'a' && lowered(c) <= 'z';
+}
+
+std::strong_ordering compareWords(std::string_view a, std::string_view b) {
+  const auto byte = [](char c) { return static_cast<unsigned char>(lowered(c)); };
+  return std::lexicographical_compare_three_way(
+      a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return byte(x) <=> byte(y); });
+}
+
+std::strong_ordering compareSteps(const Step& a, const Step& b) {
+  if (a.kind != b.kind) return a.kind <=> b.kind;
+  if (a.kind == Kind::word || a.kind == Kind::letter) return compareWords(a.text, b.text);
+  if (a.kind != Kind::number) return std::strong_ordering::equal;
+  if (a.text.size() != b.text.size()) return a.text.size() <=> b.text.size();
+  return a.text.compare(b.text) <=> 0;
+}
+
+/// Cuts a text into steps.
+class StepReader {
+ public:
+  explicit StepReader(std::string_view text)
+      : text_(text), lastDigit_(text.find_last_of("0123456789")) {}
+
+  std::vector<Step> steps() {
+    while (at_ < text_.size()) {
+      if (isDigit(text_[at_])) {
+        readNumber();
+      } else if (isLetter()) {
+        readWord();
+      } else {
+        at_ += separatorLength();
+      }
+    }
+    endGroup();
+    append(builds_, words_);
+    append(words_, release_);
+    return std::move(release_);
+  }
+
+ private:
+  bool isLetter() const {
+    const char c = text_[at_];
+    return isAsciiLetter(c) || (static_cast<unsigned char>(c) >= 0x80 && separatorLength() == 1);
+  }
+
+  // Bytes of the separator here; more than 1 for those outside ASCII.
+  size_t separatorLength() const {
+    const std::string_view rest = text_.substr(at_);
+    if (rest.size() >= 2 && rest[0] == '\xC2' && rest[1] >= '\xA0' && rest[1] <= '\xBF') return 2;
+    if (rest.size() < 3) return 1;
+    const bool general = rest[0] == '\xE2' && (rest[1] == '\x80' || rest[1] == '\x81');
+    const bool cjk = rest[0] == '\xE3' && rest[1] == '\x80';
+    return general || cjk ? 3 : 1;
+  }
+
+  void readNumber() {
+    if (!sawNumber_) {
+      group_ = &release_;
+    } else if (!joinsGroup()) {
+      endGroup();
+      group_ = &builds_;
+      group_->push_back({Kind::build, {}});
+    }
+    sawNumber_ = true;
+    size_t begin = at_;
+    while (at_ < text_.size() && isDigit(text_[at_])) ++at_;
+    while (begin < at_ && text_[begin] == '0') ++begin;
+    group_->push_back({Kind::number, text_.substr(begin, at_ - begin)});
+    memberEnd_ = at_;
+    joints_ = ".";
+  }
+
+  // Whether the number here belongs to the group before it.
+  bool joinsGroup() const {
+    return at_ == memberEnd_ ||
+           (at_ == memberEnd_ + 1 && joints_.find(text_[memberEnd_]) != std::string_view::npos);
+  }
+
+  void readWord() {
+    const size_t begin = at_;
+    while (at_ < text_.size() && isLetter()) ++at_;
+    const std::string_view word = text_.substr(begin, at_ - begin);
+    const bool glued = begin > 0 && isDigit(text_[begin - 1]);
+    const Kind kind = kindOf(word, glued ? Kind::letter : Kind::word);
+    const bool numberFollows = lastDigit_ != std::string_view::npos && lastDigit_ >= at_;
+    if (kind == Kind::word && !sawNumber_ && numberFollows) return;  // a label
+    endGroup();
+    if (kind > Kind::end) append(builds_, words_);
+    words_.push_back({kind, word});
+    if (!sawNumber_ && numberFollows) return;  // a label, with a stage
+    group_ = &words_;
+    memberEnd_ = at_;
+    joints_ = ".-_ ";
+  }
+
+  Kind kindOf(std::string_view word, Kind otherwise) const {
+    const auto named = [&](const Stage& stage) { return compareWords(stage.word, word) == 0; };
+    const auto stage = std::find_if(kStages.begin(), kStages.end(), named);
+    if (stage != kStages.end()) return stage->kind;
+    if (at_ == text_.size() || !isDigit(text_[at_])) return otherwise;
+    const auto letter = std::find_if(kStageLetters.begin(), kStageLetters.end(), named);
+    return letter != kStageLetters.end() ? letter->kind : otherwise;
+  }
+
+  void endGroup() {
+    if (group_ == nullptr) return;
+    const auto isZero = [](const Step& s) { return s.kind == Kind::number && s.text.empty(); };
+    while (!group_->empty() && isZero(group_->back())) group_->pop_back();
+  }
+
+  static void append(std::vector<Step>& from, std::vector<Step>& to) {
+    to.insert(to.end(), from.begin(), from.end());
+    from.clear();
+  }
+
+  std::string_view text_;
+  size_t lastDigit_;
+  size_t at_ = 0;
+  bool sawNumber_ = false;
+
+  std::vector<Step> release_;
+  std::vector<Step> words_;             // with stages, and the builds that a word follows
+  std::vector<Step> builds_;            // since the last word that names no stage
+  std::vector<Step>* group_ = nullptr;  // the group that is being read
+  size_t memberEnd_ = 0;                // where its last number or word ended
+  std::string_view joints_;             // what may stand before its next number
+};
+
+class NaturalVersion final : public KQVersion {
+ public:
+  explicit NaturalVersion(std::string_view text) : text_(text), steps_(StepReader(text_).steps()) {}
+  NaturalVersion(const NaturalVersion&) = delete;  // the steps point into the text
+  NaturalVersion& operator=(const NaturalVersion&) = delete;
+
+  std::weak_ordering compare(const KQVersion& other) const override {
+    if (const auto* version = dynamic_cast<const NaturalVersion*>(&other)) {
+      return compareTo(*version);
+    }
+    return compareTo(NaturalVersion(other.stringRepresentation()));
+  }
+
+  std::string stringRepresentation() const override { return text_; }
+
+  bool saysNothing() const { return steps_.empty() && text_.find('0') == std::string::npos; }
+
+ private:
+  std::strong_ordering compareTo(const NaturalVersion& other) const {
+    const size_t common = std::min(steps_.size(), other.steps_.size());
+    for (size_t i = 0; i < common; ++i) {
+      const auto order = compareSteps(steps_[i], other.steps_[i]);
+      if (order != 0) return order;
+    }
+    return kindAt(common) <=> other.kindAt(common);
+  }
+
+  Kind kindAt(size_t index) const { return index < steps_.size() ? steps_[index].kind : Kind::end; }
+
+  const std::string text_;
+  const std::vector<Step> steps_;
+};
+
+std::string_view withoutWhiteSpace(std::string_view text) {
+  constexpr std::string_view kBreaks = "\n\r\v\f";
+  for (size_t before = text.size() + 1; before != text.size();) {
+    before = text.size();
+    text = trimmingSpaces(text);
+    while (!text.empty() && kBreaks.find(text.front()) != kBreaks.npos) text.remove_prefix(1);
+    while (!text.empty() && kBreaks.find(text.back()) != kBreaks.npos) text.remove_suffix(1);
+  }
+  return text;
+}
+
+std::optional<std::string> textOf(const Value& value) {
+  if (const auto* text = value.as<std::string>()) return *text;
+  if (const auto* number = value.as<int64_t>()) return std::to_string(*number);
+  const auto* real = value.as<double>();
+  if (real == nullptr || !std::isfinite(*real)) return std::nullopt;
+  std::array<char, 1100> digits;  // the longest finite number, written out
+  const auto end = std::to_chars(digits.begin(), digits.end(), *real, std::chars_format::fixed);
+  return std::string(digits.begin(), end.ptr);
+}
+
+}  // namespace
+
+Versions::VersionRef NaturalVersions::versionWithValue(const Value* value) const {
+  const auto text = value != nullptr ? textOf(*value) : std::nullopt;
+  if (!text) return nullptr;
+  auto version = std::make_shared<const NaturalVersion>(withoutWhiteSpace(*text));
+  return version->saysNothing() ? nullptr : version;
+}
+
+Versions::VersionRef NaturalVersions::betterVersionOfShort_andFull(
+    const VersionRef& shortVersion, const VersionRef& fullVersion) const {
+  return shortVersion != nullptr ? shortVersion : fullVersion;
+}
+
+}  // namespace revwarden
