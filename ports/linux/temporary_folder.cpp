@@ -1,0 +1,49 @@
+#include "ports/linux/temporary_folder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace revwarden {
+namespace {
+
+std::optional<std::string> makePrivate(int folder, const std::string& path) {
+  struct stat facts;
+  if (fstat(folder, &facts) != 0) return path + ": " + strerror(errno);
+  if (facts.st_uid != geteuid()) return path + " belongs to another user";
+  if (facts.st_mode & (S_IWGRP | S_IWOTH)) return path + " can be written by other users";
+  if ((facts.st_mode & 07777) == 0700 || fchmod(folder, 0700) == 0) return std::nullopt;
+  return path + ": " + strerror(errno);
+}
+
+bool everybodyCanWrite(const std::string& path) {
+  struct stat facts;
+  return stat(path.c_str(), &facts) == 0 && (facts.st_mode & S_IWOTH);
+}
+
+}  // namespace
+
+std::optional<std::string> makePrivateFolder(const std::string& path) {
+  if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return path + ": " + strerror(errno);
+  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (folder < 0) return path + ": " + strerror(errno);
+  std::optional<std::string> error = makePrivate(folder, path);
+  close(folder);
+  return error;
+}
+
+TemporaryFolder privateTemporaryFolder() {
+  const char* const named = getenv("TMPDIR");
+  const bool isNamed = named && *named == '/';
+  std::string path = isNamed ? named : "/var/tmp";
+  if (isNamed && !everybodyCanWrite(path)) return {path, std::nullopt};
+  path += "/revwarden-" + std::to_string(geteuid());
+  std::optional<std::string> error = makePrivateFolder(path);
+  return {path, std::move(error)};
+}
+
+}  // namespace revwarden

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace revwarden {
+
+/// Makes a folder that only this user can use, or checks the one that is there: a folder, no link,
+/// of this user, that nobody else can write; its mode becomes 0700. The folder that it lies in must
+/// exist. Absent on success, else the reason.
+std::optional<std::string> makePrivateFolder(const std::string& path);
+
+/// The folder for temporary files, or why there is none.
+struct TemporaryFolder {
+  std::string path;
+  std::optional<std::string> error;
+};
+
+/// TMPDIR when it is a full path, else /var/tmp; in a folder that everybody can write, such as the
+/// latter, a private folder "revwarden-UID". Not to be called while another thread changes the
+/// environment.
+TemporaryFolder privateTemporaryFolder();
+
+}  // namespace revwarden
