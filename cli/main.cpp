@@ -1,0 +1,121 @@
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/commands.h"
+#include "host/socket_path.h"
+#include "ports/posix/natural_versions.h"
+
+namespace revwarden {
+namespace {
+
+// The command line as it was given.
+struct Arguments {
+  std::string socketPath = defaultSocketPath();
+  bool json = false;
+  ListOptions list;
+  std::string name;
+  std::vector<std::string> names;
+  std::optional<std::string> settingKey;
+  std::optional<std::string> settingValue;
+  std::vector<std::string> answer;
+};
+
+int runCommand(const std::string& command, const Arguments& arguments, CommandContext& context) {
+  if (command == "list") return runList(context, arguments.list);
+  if (command == "show") return runShow(context, arguments.name);
+  if (command == "check") return runCheck(context);
+  if (command == "star" || command == "unstar") {
+    return runStar(context, arguments.names, command == "star");
+  }
+  if (command == "ignore" || command == "unignore") {
+    return runIgnore(context, arguments.names, command == "ignore");
+  }
+  if (command == "watch") return runWatch(context);
+  if (command == "status") return runStatus(context);
+  if (command == "settings") {
+    return runSettings(context, arguments.settingKey, arguments.settingValue);
+  }
+  if (arguments.answer.empty()) return runNotices(context, std::nullopt);
+  return runNotices(context, NoticeAnswer{arguments.answer[0], arguments.answer[1][0] - '0'});
+}
+
+constexpr char kNameHelp[] = "a name, a bundle identifier, a path or an id";
+
+void addItemCommands(CLI::App& app, Arguments& arguments) {
+  CLI::App* list = app.add_subcommand("list", "All applications on record");
+  list->add_flag("--outdated", arguments.list.outdated,
+                 "Only those with a newer version on offer that are not ignored");
+  list->add_flag("--all", arguments.list.all, "With --outdated: the ignored ones too");
+  app.add_subcommand("show", "Everything about one application")
+      ->add_option("NAME", arguments.name, kNameHelp)
+      ->required();
+  app.add_subcommand("check", "Look for applications and updates now, and tell what is new");
+  const std::pair<const char*, const char*> perItem[] = {
+      {"star", "Star applications"},
+      {"unstar", "Take stars away"},
+      {"ignore", "Put applications on the black list: no notices about their updates"},
+      {"unignore", "Take applications off the black list"},
+  };
+  for (const auto& [command, help] : perItem) {
+    app.add_subcommand(command, help)->add_option("NAME", arguments.names, kNameHelp)->required();
+  }
+}
+
+void addAgentCommands(CLI::App& app, Arguments& arguments) {
+  app.add_subcommand("watch", "Print what happens in the agent, until interrupted");
+  app.add_subcommand("status", "The agent, its checks, and what is missing on this machine");
+  CLI::App* settings = app.add_subcommand("settings", "Show or change the switches");
+  settings->add_option("KEY", arguments.settingKey, "the switch");
+  settings->add_option("VALUE", arguments.settingValue, "on or off");
+  app.add_subcommand("notices", "Show the open notices and answer them")
+      ->add_option("--answer", arguments.answer,
+                   "Answer notice ID with BUTTON: 1, 2, or 0 to dismiss")
+      ->expected(2)
+      ->type_name("ID BUTTON");
+}
+
+void addArguments(CLI::App& app, Arguments& arguments) {
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.set_version_flag("--version", "revwarden " REVWARDEN_VERSION);
+  app.add_option("--socket", arguments.socketPath, "The agent's socket")->type_name("PATH");
+  app.add_flag("--json", arguments.json, "Print JSON");
+  addItemCommands(app, arguments);
+  addAgentCommands(app, arguments);
+}
+
+int runProgram(int argc, char** argv) {
+  CLI::App app("Looks after the updates of installed applications.", "revwarden");
+  Arguments arguments;
+  addArguments(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kOk : kUsage;
+  }
+  if (!arguments.answer.empty() && arguments.answer[1] != "0" && arguments.answer[1] != "1" &&
+      arguments.answer[1] != "2") {
+    complain("A notice is answered with 1, 2 or 0.");
+    return kUsage;
+  }
+  const auto agent = AgentSession::create(arguments.socketPath);
+  if (!agent) return kNoAgent;
+  const NaturalVersions versions;
+  CommandContext context{*agent, versions, Terminal::ofStandardOutput(), arguments.json};
+  return runCommand(app.get_subcommands().front()->get_name(), arguments, context);
+}
+
+}  // namespace
+}  // namespace revwarden
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away shows as an error of the write
+  const int status = revwarden::runProgram(argc, argv);
+  if (!revwarden::outputIsLost()) return status;
+  if (errno != EPIPE) revwarden::complain(std::string("Cannot write: ") + std::strerror(errno));
+  return revwarden::kFailed;
+}

@@ -1,0 +1,131 @@
+#include "cli/session.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "agent/record_keys.h"
+#include "cli/records.h"
+#include "host/socket_path.h"
+
+namespace revwarden {
+namespace {
+
+std::string described(const Json& record) {
+  return displayName(record) + " " + cleaned(recordText(record, kKQRWCurrentVersionKey)) + ", " +
+         cleaned(recordText(record, kKQRWApplicationPathKey)) + ", id " +
+         cleaned(recordText(record, kKQRWIDKey));
+}
+
+void complainOfMatches(const std::string& name, const NameMatch& match) {
+  if (!match.records.empty()) {
+    complain("\"" + cleaned(name) + "\" is ambiguous. Say which by its path or id:");
+  } else if (!match.nearOnes.empty()) {
+    complain("No application \"" + cleaned(name) + "\". Like it:");
+  } else {
+    complain("No application \"" + cleaned(name) + "\". \"revwarden list\" shows all.");
+  }
+  for (const auto* list : {&match.records, &match.nearOnes}) {
+    for (const Json& record : *list) std::fputs(("  " + described(record) + "\n").c_str(), stderr);
+  }
+}
+
+}  // namespace
+
+void print(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void complain(std::string_view text) {
+  std::fflush(stdout);
+  std::fputs(("revwarden: " + std::string(text) + "\n").c_str(), stderr);
+}
+
+bool outputIsLost() {
+  return std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+}
+
+std::unique_ptr<AgentSession> AgentSession::create(const std::string& socketPath) {
+  std::unique_ptr<AgentSession> session(new AgentSession(socketPath));
+  return session->reconnect() ? std::move(session) : nullptr;
+}
+
+bool AgentSession::reconnect() {
+  std::string error;
+  connection_ = AgentConnection::create(socketPath_, error);
+  if (connection_) return true;
+  const std::string path = cleaned(socketPath_);
+  const std::string option = socketPath_ == defaultSocketPath() ? "" : " --socket '" + path + "'";
+  complain("No agent is running at " + path + " (" + error + ").\nStart one with: revwarden-agent" +
+           option + " &");
+  return false;
+}
+
+std::optional<Json> AgentSession::call(const std::string& method, Json params) {
+  CallReply reply = connection_->call(method, std::move(params));
+  if (!reply.failure) return std::move(reply.result);
+  if (reply.failure->isUnknownMethod()) {
+    complain("The running agent does not know \"" + method + "\"; is it of another version?");
+  } else if (reply.failure->kind == CallFailure::Kind::refused) {
+    complain("The agent refused \"" + method + "\": " + cleaned(reply.failure->text));
+  } else {
+    complain(reply.failure->text);
+  }
+  return std::nullopt;
+}
+
+std::optional<Json> AgentSession::callIfKnown(const std::string& method, Json params) {
+  CallReply reply = connection_->call(method, params);
+  if (!reply.failure) return std::move(reply.result);
+  if (reply.failure->isUnknownMethod()) return Json();
+  complain(cleaned(reply.failure->text));
+  return std::nullopt;
+}
+
+std::optional<std::vector<Json>> AgentSession::records() {
+  std::optional<Json> list = call("itemsSnapshot");
+  if (!list) return std::nullopt;
+  std::vector<Json> records;
+  if (!list->is_array()) list->clear();
+  for (Json& record : *list) {
+    if (record.is_object()) records.push_back(std::move(record));
+  }
+  return records;
+}
+
+std::optional<std::vector<Json>> recordsNamed(const std::vector<Json>& records,
+                                              const std::vector<std::string>& names) {
+  std::vector<Json> named;
+  bool allFound = true;
+  for (const std::string& name : names) {
+    const NameMatch match = findByName(records, name);
+    if (match.records.size() != 1) {
+      complainOfMatches(name, match);
+      allFound = false;
+    } else if (std::find(named.begin(), named.end(), match.records[0]) == named.end()) {
+      named.push_back(match.records[0]);
+    }
+  }
+  if (!allFound) return std::nullopt;
+  return named;
+}
+
+void explainNoApplications(AgentSession& agent) {
+  std::string text = "No application was found";
+  const CallReply folders = agent.connection().call("host.searchFolders");
+  if (folders.failure || !folders.result.is_array()) {
+    text +=
+        ".\nWithout --applications the agent searches /Applications, ~/Applications and the\n"
+        "GNUstep application folders.";
+  } else {
+    text += " in:";
+    for (const Json& folder : folders.result) {
+      if (folder.is_string()) text += "\n  " + cleaned(folder.get<std::string>());
+    }
+  }
+  complain(text +
+           "\nOther folders are named when the agent is started:\n"
+           "  revwarden-agent --applications DIR [--applications DIR ...]");
+}
+
+}  // namespace revwarden

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace revwarden {
+
+using Json = nlohmann::json;
+
+/// A folder of its own below the folder for temporary files.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    const char* base = std::getenv("TMPDIR");
+    path_ = std::string(base ? base : "/tmp") + "/cli-XXXXXX";
+    if (!mkdtemp(path_.data())) std::abort();
+  }
+  ~TemporaryFolder() { std::system(("rm -rf '" + path_ + "'").c_str()); }
+  std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+/// An agent without a catalogue: it answers each request by a script, one client at a time.
+class FakeAgent {
+ public:
+  /// The client of the request that a script answers.
+  class Peer {
+   public:
+    Peer(int socket, Json id) : socket_(socket), id_(std::move(id)) {}
+    void raw(const std::string& bytes) const {
+      if (send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) return;
+    }
+    void reply(const Json& result) const {
+      raw(Json{{"jsonrpc", "2.0"}, {"id", id_}, {"result", result}}.dump() + "\n");
+    }
+    void event(const std::string& method, const Json& params = Json::array()) const {
+      raw(Json{{"jsonrpc", "2.0"}, {"method", method}, {"params", params}}.dump() + "\n");
+    }
+    void refuse(int code) const {
+      const Json error = {{"code", code}, {"message", "refused"}};
+      raw(Json{{"jsonrpc", "2.0"}, {"id", id_}, {"error", error}}.dump() + "\n");
+    }
+    void hangUp() const { shutdown(socket_, SHUT_RDWR); }
+
+   private:
+    const int socket_;
+    const Json id_;
+  };
+  using Script = std::function<void(const Peer&, const Json& params)>;
+
+  /// Methods without a script are unknown. "connected" is run for each new client.
+  explicit FakeAgent(std::map<std::string, Script> scripts)
+      : scripts_(std::move(scripts)), listener_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath().copy(address.sun_path, sizeof address.sun_path - 1);
+    if (bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        listen(listener_, 5) != 0) {
+      std::abort();
+    }
+    thread_ = std::thread([this] { serve(); });
+  }
+  ~FakeAgent() {
+    shutdown(listener_, SHUT_RDWR);
+    thread_.join();
+    close(listener_);
+  }
+
+  std::string socketPath() const { return folder_.file("agent.sock"); }
+
+  /// The calls so far, as [method, params].
+  std::vector<Json> calls() {
+    const std::lock_guard lock(mutex_);
+    return calls_;
+  }
+
+  static Script answering(Json result) {
+    return [result](const Peer& peer, const Json&) { peer.reply(result); };
+  }
+
+ private:
+  void serve() {
+    for (int client; (client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+      run("connected", Peer(client, nullptr), Json::array());
+      std::string buffer;
+      char chunk[4096];
+      for (ssize_t count; (count = recv(client, chunk, sizeof chunk, 0)) > 0;) {
+        buffer.append(chunk, static_cast<size_t>(count));
+        for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
+          const Json request = Json::parse(buffer.substr(0, end));
+          buffer.erase(0, end + 1);
+          run(request["method"], Peer(client, request["id"]), request["params"]);
+        }
+      }
+      close(client);
+    }
+  }
+  void run(const std::string& method, const Peer& peer, const Json& params) {
+    const auto script = scripts_.find(method);
+    if (method != "connected") {
+      const std::lock_guard lock(mutex_);
+      calls_.push_back(Json::array({method, params}));
+      if (script == scripts_.end()) peer.refuse(-32601);
+    }
+    if (script != scripts_.end()) script->second(peer, params);
+  }
+
+  const TemporaryFolder folder_;
+  std::map<std::string, Script> scripts_;
+  const int listener_;
+  std::mutex mutex_;
+  std::vector<Json> calls_;
+  std::thread thread_;
+};
+
+}  // namespace revwarden
