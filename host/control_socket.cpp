@@ -1,0 +1,219 @@
+#include "host/control_socket.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "host/diagnostics.h"
+#include "host/json_rpc.h"
+#include "platform/run_loop.h"
+
+namespace revwarden {
+namespace {
+
+constexpr uint64_t kWakeId = 0;
+constexpr uint64_t kListenerId = 1;  // clients have the numbers above
+constexpr auto kAcceptPause = std::chrono::seconds(1);
+
+bool isAllowed(int fd) {
+  ucred peer{};
+  socklen_t length = sizeof peer;
+  return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 &&
+         (peer.uid == ::geteuid() || peer.uid == 0);
+}
+
+/// Milliseconds to wait, rounded up; -1 without a deadline.
+int timeoutUntil(const std::optional<ClientConnection::Clock::time_point>& deadline) {
+  if (!deadline) return -1;
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(*deadline - ClientConnection::Clock::now());
+  return static_cast<int>(std::max<int64_t>(left.count(), 0));
+}
+
+void keepEarlier(std::optional<ClientConnection::Clock::time_point>& deadline,
+                 const std::optional<ClientConnection::Clock::time_point>& other) {
+  if (other && (!deadline || *other < *deadline)) deadline = other;
+}
+
+}  // namespace
+
+std::unique_ptr<ControlSocket> ControlSocket::create(FileDescriptor listener, RunLoop& mainLoop,
+                                                     const Diagnostics& diagnostics,
+                                                     Answerer answerer,
+                                                     const ClientConnection::Limits& limits,
+                                                     std::string& error) {
+  FileDescriptor poll(::epoll_create1(EPOLL_CLOEXEC));
+  FileDescriptor wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  std::unique_ptr<ControlSocket> socket(new ControlSocket(std::move(listener), std::move(poll),
+                                                          std::move(wake), mainLoop, diagnostics,
+                                                          std::move(answerer), limits));
+  if (!socket->watch(EPOLL_CTL_ADD, socket->wake_.get(), kWakeId, EPOLLIN) ||
+      !socket->watch(EPOLL_CTL_ADD, socket->listener_.get(), kListenerId, EPOLLIN)) {
+    error = std::string("cannot wait for clients: ") + std::strerror(errno);
+    return nullptr;
+  }
+  try {
+    socket->thread_ = std::thread([raw = socket.get()] { raw->run(); });
+  } catch (const std::system_error& failure) {
+    error = std::string("cannot start a thread: ") + failure.what();
+    return nullptr;
+  }
+  return socket;
+}
+
+ControlSocket::ControlSocket(FileDescriptor listener, FileDescriptor poll, FileDescriptor wake,
+                             RunLoop& mainLoop, const Diagnostics& diagnostics, Answerer answerer,
+                             const ClientConnection::Limits& limits)
+    : listener_(std::move(listener)),
+      poll_(std::move(poll)),
+      wake_(std::move(wake)),
+      mainLoop_(mainLoop),
+      diagnostics_(diagnostics),
+      answerer_(std::move(answerer)),
+      limits_(limits),
+      lastId_(kListenerId) {}
+
+ControlSocket::~ControlSocket() {
+  isEnding_ = true;
+  wake();
+  if (thread_.joinable()) thread_.join();
+}
+
+void ControlSocket::notify(std::string_view method, std::string_view params) {
+  const std::lock_guard lock(mutex_);
+  if (clients_.empty()) return;
+  const auto line = std::make_shared<const std::string>(rpcNotification(method, params) + '\n');
+  for (auto& [id, client] : clients_) client.connection.queue(line);
+  wake();
+}
+
+bool ControlSocket::watch(int operation, int fd, ClientId id, uint32_t events) {
+  epoll_event event{};
+  event.events = events;
+  event.data.u64 = id;
+  return ::epoll_ctl(poll_.get(), operation, fd, &event) == 0;
+}
+
+void ControlSocket::wake() {
+  if (isWoken_.exchange(true)) return;
+  const uint64_t one = 1;
+  [[maybe_unused]] const ssize_t written = ::write(wake_.get(), &one, sizeof one);
+}
+
+void ControlSocket::run() {
+  std::optional<Moment> deadline;
+  while (!isEnding_) {
+    std::array<epoll_event, 64> events;
+    const int count =
+        ::epoll_wait(poll_.get(), events.data(), events.size(), timeoutUntil(deadline));
+    for (int i = 0; i < count; ++i) handle(events[i].data.u64, events[i].events);
+    deadline.reset();
+    for (Request& request : tend(deadline)) {
+      mainLoop_.post([this, request = std::move(request)] { perform(request); });
+    }
+  }
+}
+
+void ControlSocket::handle(ClientId id, uint32_t events) {
+  if (id == kWakeId) {
+    uint64_t count;
+    [[maybe_unused]] const ssize_t got = ::read(wake_.get(), &count, sizeof count);
+    isWoken_ = false;
+    return;
+  }
+  if (id == kListenerId) return acceptClients();
+  const std::lock_guard lock(mutex_);
+  const auto found = clients_.find(id);
+  if (found == clients_.end()) return;
+  Client& client = found->second;
+  if ((events & (EPOLLHUP | EPOLLERR)) != 0) {
+    watch(EPOLL_CTL_DEL, client.connection.descriptor(), id, 0);
+    client.isWatched = false;
+    client.connection.hangUp();
+  } else if ((events & EPOLLIN) != 0) {
+    client.connection.receive();
+  }
+}
+
+void ControlSocket::acceptClients() {
+  while (true) {
+    FileDescriptor socket(
+        ::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (!socket && (errno == EINTR || errno == ECONNABORTED)) continue;
+    if (!socket && errno != EAGAIN) pauseAccepting();
+    if (!socket) return;
+    if (!isAllowed(socket.get())) {
+      diagnostics_.warning("a client of another user was turned away");
+      continue;
+    }
+    const std::lock_guard lock(mutex_);
+    const ClientId id = ++lastId_;
+    if (!watch(EPOLL_CTL_ADD, socket.get(), id, EPOLLIN)) continue;
+    clients_.emplace(id, Client{ClientConnection(std::move(socket), limits_), EPOLLIN});
+  }
+}
+
+/// For want of descriptors: the client who waits would else be reported without end.
+void ControlSocket::pauseAccepting() {
+  diagnostics_.warning(std::string("cannot accept a client: ") + std::strerror(errno));
+  watch(EPOLL_CTL_MOD, listener_.get(), kListenerId, 0);
+  acceptAgainAt_ = ClientConnection::Clock::now() + kAcceptPause;
+}
+
+/// Moves every client on: sends what waits, takes the requests that may begin and lets go of those
+/// who are done with. `deadline` becomes the moment when this must be done again, if there is one.
+std::vector<ControlSocket::Request> ControlSocket::tend(std::optional<Moment>& deadline) {
+  std::vector<Request> requests;
+  if (acceptAgainAt_ && *acceptAgainAt_ <= ClientConnection::Clock::now()) {
+    acceptAgainAt_.reset();
+    watch(EPOLL_CTL_MOD, listener_.get(), kListenerId, EPOLLIN);
+  }
+  keepEarlier(deadline, acceptAgainAt_);
+  const std::lock_guard lock(mutex_);
+  for (auto client = clients_.begin(); client != clients_.end();) {
+    const bool stays = tend(client->first, client->second, requests, deadline);
+    client = stays ? std::next(client) : clients_.erase(client);
+  }
+  return requests;
+}
+
+bool ControlSocket::tend(ClientId id, Client& client, std::vector<Request>& requests,
+                         std::optional<Moment>& deadline) {
+  ClientConnection& connection = client.connection;
+  connection.send();
+  while (auto line = connection.takeRequest()) requests.push_back({id, std::move(*line)});
+  connection.send();  // the error of a line too long
+  const Moment now = ClientConnection::Clock::now();
+  const auto limit = connection.deadline(now);
+  if (limit && *limit <= now) {
+    diagnostics_.warning("a client that does not read was dropped");
+    return false;
+  }
+  keepEarlier(deadline, limit);
+  if (connection.isOver()) return false;
+  const uint32_t interest = (connection.wantsToReceive() ? uint32_t{EPOLLIN} : 0) |
+                            (connection.wantsToSend() ? uint32_t{EPOLLOUT} : 0);
+  if (client.isWatched && interest != client.interest &&
+      watch(EPOLL_CTL_MOD, connection.descriptor(), id, interest)) {
+    client.interest = interest;
+  }
+  return true;
+}
+
+void ControlSocket::perform(const Request& request) {
+  const std::optional<std::string> reply = answerer_(request.line);
+  const std::lock_guard lock(mutex_);
+  const auto client = clients_.find(request.client);
+  if (client == clients_.end()) return;
+  client->second.connection.didAnswer(request.line.size());
+  if (reply) client->second.connection.queue(std::make_shared<std::string>(*reply + '\n'));
+  wake();
+}
+
+}  // namespace revwarden

@@ -1,0 +1,83 @@
+#include "host/ending.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+#include <sanitizer/lsan_interface.h>
+#define REVWARDEN_CHECKS_LEAKS 1
+#endif
+
+namespace revwarden {
+namespace {
+
+constexpr auto kPatience = std::chrono::milliseconds(1500);
+
+sigset_t endingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  return signals;
+}
+
+[[noreturn]] void endNow(const std::function<void()>& release) {
+  release();
+  ::_exit(0);
+}
+
+void endAfterPatience(const std::function<void()>& release) {
+  try {
+    std::thread([&release] {
+      std::this_thread::sleep_for(kPatience);
+      endNow(release);
+    }).detach();
+  } catch (const std::system_error&) {
+    endNow(release);
+  }
+}
+
+[[noreturn]] void waitAndEnd(const std::function<void()>& finish,
+                             const std::function<void()>& release) {
+  const sigset_t signals = endingSignals();
+  int signal = 0;
+  while (::sigwait(&signals, &signal) != 0) continue;
+#ifdef REVWARDEN_CHECKS_LEAKS
+  finish();
+  release();
+  __lsan_do_leak_check();  // _exit would skip it
+  ::_exit(0);
+#else
+  endAfterPatience(release);
+  finish();
+  endNow(release);
+#endif
+}
+
+}  // namespace
+
+void holdEndingSignals() {
+  const sigset_t signals = endingSignals();
+  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+bool endOnSignals(std::function<void()> finish, std::function<void()> release) {
+  try {
+    std::thread([finish = std::move(finish), release = std::move(release)] {
+      waitAndEnd(finish, release);
+    }).detach();
+  } catch (const std::system_error&) {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace revwarden
