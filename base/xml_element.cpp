@@ -14,9 +14,9 @@ void appendText(const XmlElement& element, std::string& text) {
 }  // namespace
 
 std::string XmlElement::stringValue() const {
-  std::string text;
-  appendText(*this, text);
-  return text;
+  std::string joined;
+  appendText(*this, joined);
+  return joined;
 }
 
 }  // namespace revwarden

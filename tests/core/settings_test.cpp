@@ -1,0 +1,116 @@
+#include "agent/agent_settings.h"
+
+#include "tests/core/agent_fixture.h"
+
+namespace revwarden {
+namespace {
+
+TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
+  store(
+      {record("trash", "/Users/u/.Trash/A.app"), record("inside", "/Applications/B.app/C.app"),
+       record("network", "/net/share/D.app"), record("temporary", "/private/tmp-apps/E.app"),
+       record("library", "/Volumes/X/library/F.app"), record("home", "/Users/u/Library/G.app"),
+       record("gone", "/Applications/Gone.app"), Dictionary{{kKQRWIDKey, "pathless"}}, "no record",
+       record("marked", "/Applications/H.app").with(kKQRWInstallerIsInQueueKey, true)},
+      {{"showRevwardenNotifications", 1}, {"lastFireDate", Date{5}}});
+  world.disk.install("/Users/u/Library/G.app", "1.0");
+  create();
+
+  std::vector<std::string> ids;
+  for (const LiveRecordRef& item : agent->itemsSnapshot()) {
+    ids.push_back(textAt(item->contents(), kKQRWIDKey));
+  }
+  EXPECT_THAT(ids, testing::ElementsAre("home", "gone", "marked"))
+      << "a vanished application is loaded, its first refresh removes it";
+  EXPECT_TRUE(agent->itemSnapshotWithID("marked")->boolFor(kKQRWInstallerIsInQueueKey))
+      << "nothing is stripped on loading";
+  EXPECT_TRUE(agent->showRevwardenNotifications());
+  EXPECT_FALSE(agent->updatesApplicationsFromAllLocalVolumes());
+  EXPECT_EQ(agent->lastFireDate(), Date{5});
+  EXPECT_EQ(world.defaults.writes, 0) << "loading saves nothing";
+  finishPass();
+}
+
+TEST_F(AgentTest, TheTemporaryFolderIsTriedAgainUntilItResolves) {
+  world.disk.temporaryExists = false;
+  ExcludedPaths excluded(world.disk);
+  const auto inspector = world.disk.inspectorForPass();
+  EXPECT_FALSE(excluded.isExcludedApplicationPath(*inspector, "/private/tmp/A.app"));
+  world.disk.temporaryExists = true;
+  EXPECT_TRUE(excluded.isExcludedApplicationPath(*inspector, "/private/tmp/A.app"));
+  world.disk.temporaryExists = false;
+  EXPECT_TRUE(excluded.isExcludedApplicationPath(*inspector, "/private/tmp/A.app")) << "kept";
+}
+
+TEST_F(AgentTest, SavingStripsPassingMarksAndKeepsWhatItDoesNotKnow) {
+  world.disk.install("/Applications/A.app", "1.0");
+  store({record("a", "/Applications/A.app")
+             .with(kKQRWInstallerDownloadPathKey, "/d")
+             .with(kKQRWInstallerResourcesPathKey, "/r")
+             .with(kKQRWInstallerCurrentActionKey, 2)
+             .with(kKQRWInstallerIsInQueueKey, true)
+             .with(kKQRWInstallerTotalBytesKey, -1)
+             .with(kKQRWInstallerReceivedBytesKey, 7)},
+        {{"TotalUpdatesCount", 41}, {"unknown", "kept"}, {"lastFireDate", Date{5}}});
+  create();
+  agent->setStarred_forItemWithId(true, "a");
+
+  const Array items = storedItems();
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_EQ(items[0], Value(record("a", "/Applications/A.app")
+                                .with(kKQRWIsFavouriteKey, true)
+                                .with(kKQRWInstallerTotalBytesKey, -1)
+                                .with(kKQRWInstallerReceivedBytesKey, 7)));
+  EXPECT_TRUE(agent->itemSnapshotWithID("a")->contains(kKQRWInstallerDownloadPathKey))
+      << "the live record keeps its marks";
+  EXPECT_EQ(agent->totalUpdatesCount(), 41);
+  EXPECT_EQ(textAt(stored(), "unknown"), "kept");
+  finishPass();
+}
+
+TEST_F(AgentTest, ForgettingTheDateInMemoryLeavesTheStoredOne) {
+  store({}, {{"lastFireDate", Date{5}}});
+  ItemCatalogue catalogue;
+  ExcludedPaths excluded(world.disk);
+  AgentSettings settings(world.platform, catalogue, excluded);
+  settings.savePrefs();
+  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5});
+  settings.setLastFireDate(Date{6});
+  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5}) << "setting it saves nothing";
+  settings.savePrefs();
+  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{6});
+}
+
+TEST_F(AgentTest, ASwitchSavesOnlyWhenItTurns) {
+  world.disk.install("/Applications/A.app", "1.0");
+  start();
+  const int before = world.defaults.writes;
+  agent->setShowRevwardenNotifications(false);
+  agent->setUpdatesApplicationsFromAllLocalVolumes(false);
+  EXPECT_EQ(world.defaults.writes, before);
+  agent->setShowRevwardenNotifications(true);
+  EXPECT_EQ(world.defaults.writes, before + 1);
+  agent->setUpdatesApplicationsFromAllLocalVolumes(true);
+  EXPECT_EQ(world.defaults.writes, before + 2);
+  EXPECT_TRUE(stored().boolFor("updateAllLocalVolumes"));
+  EXPECT_EQ(events->takeNames(), "") << "no refresh starts";
+}
+
+TEST_F(AgentTest, DamagedSettingsReadAsNone) {
+  world.defaults.setDictionary({{"itemsPrefsKey", "no list"},
+                                {"showRevwardenNotifications", Date{1}},
+                                {"updateAllLocalVolumes", "YES"},
+                                {"lastFireDate", "yesterday"},
+                                {"TotalUpdatesCount", Data{"x"}}},
+                               "KQRWAgent");
+  create();
+  EXPECT_TRUE(agent->itemsSnapshot().empty());
+  EXPECT_FALSE(agent->showRevwardenNotifications());
+  EXPECT_TRUE(agent->updatesApplicationsFromAllLocalVolumes());
+  EXPECT_EQ(agent->lastFireDate(), std::nullopt);
+  EXPECT_EQ(agent->totalUpdatesCount(), 0);
+  finishPass();
+}
+
+}  // namespace
+}  // namespace revwarden

@@ -1,0 +1,244 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/text.h"
+#include "platform/bundle.h"
+#include "platform/file_manager.h"
+#include "platform/host_application.h"
+#include "platform/localization.h"
+#include "platform/log.h"
+#include "platform/platform.h"
+#include "platform/system_information.h"
+#include "platform/url_connection.h"
+#include "platform/user_defaults.h"
+#include "platform/workspace.h"
+#include "ports/posix/libxml_documents.h"
+#include "ports/posix/natural_versions.h"
+#include "tests/fakes/manual_run_loop.h"
+
+namespace revwarden {
+
+/// An in-memory disk: bundles by path, links, and which folders lie where. Change it only while no
+/// pass runs.
+struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
+  std::map<std::string, std::shared_ptr<const Bundle>, std::less<>> bundles;  // null: unreadable
+  std::map<std::string, std::string, std::less<>> links;
+  std::set<std::string> otherVolumes = {"/Volumes/X"};
+  std::set<std::string> hidden;  // there, but not found by the search
+  std::string temporary = "/tmp";
+  bool temporaryExists = true;
+  bool movable = true;
+  std::optional<std::string> serial = "C02SERIAL";
+  std::optional<std::string> hostVersion = "7.1";
+
+  /// Puts an application on the disk, in the place of one at the same path.
+  void install(const std::string& path, const std::string& version,
+               std::optional<std::string> name = std::nullopt, std::string id = "") {
+    Bundle bundle;
+    if (id.empty())
+      id = "org.example." + std::string(deletingPathExtension(lastPathComponent(path)));
+    bundle.bundleIdentifier = id;
+    bundle.bundleName = std::move(name);
+    bundle.shortVersionString = version;
+    bundles[path] = std::make_shared<const Bundle>(bundle);
+  }
+
+  struct Inspector final : PathInspector {
+    explicit Inspector(FakeDisk& owner) : disk(owner) {}
+    std::optional<std::string> resolvedPath(std::string_view path) override {
+      if (path == disk.temporary) {
+        return disk.temporaryExists ? std::optional("/private" + disk.temporary) : std::nullopt;
+      }
+      const auto link = disk.links.find(path);
+      const std::string target(link == disk.links.end() ? path : link->second);
+      return disk.bundles.contains(target) ? std::optional(target) : std::nullopt;
+    }
+    bool fileExistsAtPath(std::string_view path) override {
+      return disk.bundles.contains(path) || disk.links.contains(path);
+    }
+    bool isPathOnStorageDevice(std::string_view path) override {
+      return !path.empty() && !path.starts_with("/net/");
+    }
+    bool isFileWithPathInTrash(std::string_view path) override {
+      return path.find("/.Trash/") != path.npos;
+    }
+    bool pathIsContentOfPackage(std::string_view path) override {
+      return path.find(".app/") != path.npos;
+    }
+    std::string localVolumePathFromFullPath(std::string_view path) override {
+      for (const std::string& volume : disk.otherVolumes) {
+        if (path.starts_with(volume + "/")) return std::string(path.substr(volume.size()));
+      }
+      return std::string(path);
+    }
+    bool pathIsOnSystemVolume(std::string_view path) override {
+      return !path.empty() && localVolumePathFromFullPath(path) == path;
+    }
+    FakeDisk& disk;
+  };
+
+  std::unique_ptr<PathInspector> inspectorForPass() override {
+    return std::make_unique<Inspector>(*this);
+  }
+  std::string temporaryDirectory() const override { return temporary; }
+  bool isMovableFileAtPath(std::string_view) const override { return movable; }
+
+  std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) override {
+    const auto found = bundles.find(path);
+    return found == bundles.end() ? nullptr : found->second;
+  }
+  void flushBundleCachesForPath(std::string_view) override {}
+  std::shared_ptr<const Bundle> threadSafeMainBundle() override {
+    Bundle bundle;
+    if (hostVersion) bundle.shortVersionString = *hostVersion;
+    return std::make_shared<const Bundle>(bundle);
+  }
+  std::optional<std::string> pathForPluginResource(std::string_view) override { return {}; }
+
+  std::vector<std::string> allApplicationsPaths() override {
+    std::vector<std::string> paths;
+    for (const auto& [path, bundle] : bundles) {
+      if (!hidden.contains(path)) paths.push_back(path);
+    }
+    for (const auto& [path, target] : links) paths.push_back(path);
+    return paths;
+  }
+  std::optional<std::string> computerSerialNumber() const override { return serial; }
+  std::string systemVersionString() const override { return "Version 10.6.8"; }
+  bool isPowerPC() const override { return false; }
+  bool is64BitCapable() const override { return true; }
+};
+
+struct FakeDefaults final : UserDefaults {
+  std::optional<Dictionary> dictionaryForKey(std::string_view key) override {
+    const std::lock_guard lock(mutex);
+    const auto found = stored.find(key);
+    return found == stored.end() ? std::nullopt : std::optional(found->second);
+  }
+  void setDictionary(const Dictionary& dictionary, std::string_view key) override {
+    const std::lock_guard lock(mutex);
+    stored.insert_or_assign(std::string(key), dictionary);
+  }
+  bool synchronize() override { return ++writes > 0; }
+
+  std::mutex mutex;
+  std::map<std::string, Dictionary, std::less<>> stored;
+  std::atomic<int> writes = 0;
+};
+
+struct RecordingLog final : Log {
+  void NSLog(std::string_view format, const Arguments& arguments) override {
+    const std::lock_guard lock(mutex);
+    lines.push_back(formatted(format, arguments));
+  }
+  void KQLog(std::string_view format, const Arguments& arguments) override {
+    NSLog(format, arguments);
+  }
+  std::mutex mutex;
+  std::vector<std::string> lines;
+};
+
+struct PlainLocalization final : Localization {
+  std::string KQLocalizedString(std::string_view key) const override { return std::string(key); }
+  std::string KQLocalizedNumberStringWithFormat(std::string_view format, uint32_t count,
+                                                std::string_view text) const override {
+    return std::string(format) + "|" + std::to_string(count) + "|" + std::string(text);
+  }
+};
+
+/// The update service: answers each request with what `answer` makes of it, on the asking thread.
+struct FakeService final : URLConnection, KQProductInformation {
+  std::optional<std::string> sendSynchronousRequest(const URLRequest& request) override {
+    {
+      const std::lock_guard lock(mutex);
+      requests.push_back(request);
+    }
+    return answer(request);
+  }
+  std::string URLWithScheme_service_path(std::string_view scheme, std::string_view service,
+                                         std::string_view path) const override {
+    return std::string(scheme) + "://" + std::string(service) + ".test" + std::string(path);
+  }
+  std::string productName() const override { return "Pellmark"; }
+
+  std::function<std::optional<std::string>(const URLRequest&)> answer = [](const URLRequest&) {
+    return std::nullopt;
+  };
+  std::mutex mutex;
+  std::vector<URLRequest> requests;
+};
+
+struct FakeHost final : HostApplication, WakeNotifications {
+  HostNotification notificationInstance() override { return {}; }
+  void showNotification(const HostNotification& notice) override { shown.push_back(notice); }
+  std::optional<std::string> hostAppPath() override { return productPath; }
+  std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(
+      std::string_view target, std::string_view protocol) override {
+    if (target != "KQRevwarden" || protocol != "KQRWAgentDelegate") return nullptr;
+    struct Window final : HostAppProxy {
+      explicit Window(int& count) : opened(count) {}
+      void openRevwarden() override { ++opened; }
+      int& opened;
+    };
+    return std::make_shared<Window>(windowsOpened);
+  }
+  std::unique_ptr<Observation> observeDidWake(std::function<void()> handler) override {
+    wake = std::move(handler);
+    struct Registration final : Observation {
+      explicit Registration(std::function<void()>& slot) : handlerSlot(slot) {}
+      ~Registration() override { handlerSlot = nullptr; }
+      std::function<void()>& handlerSlot;
+    };
+    return std::make_unique<Registration>(wake);
+  }
+
+  std::vector<HostNotification> shown;
+  std::optional<std::string> productPath = "/Applications/Pellmark.app";
+  int windowsOpened = 0;
+  std::function<void()> wake;
+};
+
+/// The whole of the agent's surroundings, in memory.
+struct FakePlatform {
+  ManualClock clock;
+  ManualRunLoop loop{clock};
+  RecordingLog log;
+  PlainLocalization localization;
+  FakeDefaults defaults;
+  FakeDisk disk;
+  NaturalVersions versions;
+  LibxmlDocuments xml;
+  FakeService service;
+  FakeHost host;
+  Platform platform{.mainLoop = loop,
+                    .threads = threads,
+                    .clock = clock,
+                    .log = log,
+                    .localization = localization,
+                    .userDefaults = defaults,
+                    .files = disk,
+                    .bundles = disk,
+                    .versions = versions,
+                    .systemInformation = disk,
+                    .productInformation = service,
+                    .xml = xml,
+                    .connection = service,
+                    .wake = host,
+                    .host = host};
+  CountedThreads threads;
+
+  std::shared_ptr<const Platform> reference() {
+    return {std::shared_ptr<const Platform>(), &platform};
+  }
+};
+
+}  // namespace revwarden
