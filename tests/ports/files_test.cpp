@@ -1,0 +1,325 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <random>
+
+#include "base/text.h"
+#include "ports/linux/application_search.h"
+#include "ports/linux/linux_file_manager.h"
+#include "ports/linux/mount_table.h"
+#include "ports/linux/temporary_folder.h"
+
+namespace revwarden {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t kNobody = 65534;
+
+// A scratch folder that everybody may enter, with HOME and XDG_DATA_HOME inside it.
+class FilesTest : public testing::Test {
+ protected:
+  FilesTest() {
+    std::string path = testing::TempDir() + "/files_XXXXXX";
+    root_ = fs::canonical(mkdtemp(path.data()));
+    chmod(root_.c_str(), 0755);
+    folder("home");
+    setenv("HOME", at("home").c_str(), 1);
+    unsetenv("XDG_DATA_HOME");
+  }
+  ~FilesTest() override { fs::remove_all(root_); }
+
+  std::string at(const std::string& path) const { return root_ + "/" + path; }
+  std::string folder(const std::string& path) {
+    fs::create_directories(at(path));
+    return at(path);
+  }
+  std::string link(const std::string& path, const std::string& target) {
+    fs::create_symlink(target, at(path));
+    return at(path);
+  }
+
+  std::unique_ptr<PathInspector> newInspector(std::vector<std::string> volumes = {}) {
+    files_.emplace(std::move(volumes), "");
+    return files_->inspectorForPass();
+  }
+
+  // Runs the body in a process of its own, which may change its user, root folder and mounts.
+  // Whether it was content.
+  static bool inChild(const std::function<void()>& body) {
+    const pid_t child = fork();
+    if (child == 0) {
+      body();
+      fflush(nullptr);
+      _exit(HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && status == 0;
+  }
+
+  std::string root_;
+  std::optional<LinuxFileManager> files_;
+};
+
+std::optional<std::string> systemRealpath(const std::string& path) {
+  char resolved[PATH_MAX];
+  if (!realpath(path.c_str(), resolved) || !isValidUtf8(resolved)) return std::nullopt;
+  return resolved;
+}
+
+TEST_F(FilesTest, ResolvesWhateverTheSystemResolvesToTheSame) {
+  std::mt19937 random(20240711);
+  const auto any = [&](const std::vector<std::string>& list) {
+    return list[random() % list.size()];
+  };
+  const std::vector<std::string> names = {"a", "b", "line\nbreak", "bad\xFF", "caf\xC3\xA9.app"};
+  const std::vector<std::string> targets = {"a", "../b", "b/", "../../a/b", "bad\xFF", "./a//."};
+  std::vector<std::string> folders = {root_};
+  for (int i = 0; i < 120; ++i) {
+    const std::string place = any(folders) + "/" + any(names);
+    const std::string target = random() % 2 ? any(targets) : any(folders) + "/" + any(targets);
+    std::error_code taken;
+    if (random() % 5 < 2) {
+      fs::create_symlink(target, place, taken);
+    } else if (random() % 3 == 0) {
+      std::ofstream(place) << "x";
+    } else if (fs::create_directory(place, taken)) {
+      folders.push_back(place);
+    }
+  }
+  int existing = 0;
+  std::unique_ptr<PathInspector> inspector;
+  for (int i = 0; i < 10000; ++i) {
+    if (i % 200 == 0) inspector = newInspector();
+    std::string path = any(folders);
+    for (unsigned n = random() % 5; n > 0; --n) {
+      path += any({"/", "//", "/./"}) + (random() % 3 ? any(names) : any({"..", "", "."}));
+    }
+    const auto expected = systemRealpath(path);
+    EXPECT_EQ(inspector->resolvedPath(path), expected) << path;
+    EXPECT_EQ(inspector->fileExistsAtPath(path), access(path.c_str(), F_OK) == 0) << path;
+    existing += expected.has_value();
+  }
+  EXPECT_GT(existing, 1000);
+}
+
+TEST_F(FilesTest, FollowsAsManyLinksAsTheKernelDoes) {
+  folder("end");
+  link("l1", "end");
+  for (int i = 2; i <= 45; ++i) link("l" + std::to_string(i), "l" + std::to_string(i - 1));
+  link("loop", "loop");
+  const auto inspector = newInspector();
+  for (const int i : {5, 39, 40, 41, 45}) {  // with what is already known, too
+    const std::string path = at("l" + std::to_string(i));
+    EXPECT_EQ(inspector->resolvedPath(path), systemRealpath(path)) << i;
+  }
+  EXPECT_EQ(inspector->resolvedPath(at("loop/x")), std::nullopt);
+  fs::remove(at("end"));
+  EXPECT_FALSE(inspector->fileExistsAtPath(at("l5")));
+  for (const std::string& path :
+       {std::string(), std::string("end"), at(std::string(5000, 'x')),
+        at("end") + std::string("\0", 1), root_ + std::string(5000, '/')}) {
+    EXPECT_EQ(inspector->resolvedPath(path), std::nullopt);
+    EXPECT_FALSE(inspector->fileExistsAtPath(path));
+  }
+}
+
+TEST_F(FilesTest, KnowsTheTrashOfTheUserAndOfVolumes) {
+  setenv("XDG_DATA_HOME", link("data", folder("real-data")).c_str(), 1);
+  folder("volume");
+  const auto inspector = newInspector({link("named", "volume")});
+  for (const char* path :
+       {"data/Trash/files/A.app", "real-data/Trash/A.app", "home/.Trash/A.app",
+        "volume/.Trash/1000/files/A.app", "volume/.Trash-1000/files/A.app", "named/.Trashes/A"}) {
+    EXPECT_TRUE(inspector->isFileWithPathInTrash(at(path))) << path;
+    EXPECT_TRUE(inspector->isFileWithPathInTrash(folder(path))) << path;
+  }
+  for (const char* path : {"real-data/Trash", "real-data/Trash2/A.app", ".Trash/A.app",
+                           "volume/.Trash-me/A.app", "volume/.Trash-/A", "volume/x/.Trash/A.app",
+                           "home/.local/share/Trash/A.app", "volume/.Trash-1000"}) {
+    EXPECT_FALSE(inspector->isFileWithPathInTrash(folder(path))) << path;
+  }
+}
+
+TEST_F(FilesTest, CallsWhatIsBelowAPackageItsContent) {
+  const auto inspector = newInspector();
+  link("inside", folder("Suite.APP/Contents"));
+  for (const char* path :
+       {"Suite.APP/Contents/B.app", "P.prefPane/x", "missing.mpkg/x/y", "inside"}) {
+    EXPECT_TRUE(inspector->pathIsContentOfPackage(at(path))) << path;
+  }
+  for (const char* path : {"Suite.APP", "notes.txt/x", "app/x", ".app/x", "Suite.APP/../y"}) {
+    EXPECT_FALSE(inspector->pathIsContentOfPackage(at(path))) << path;
+  }
+}
+
+TEST_F(FilesTest, TakesNamedFoldersForVolumesAndJudgesMissingPathsByTheirFolders) {
+  const std::string volume = folder("volume");
+  const auto inspector = newInspector({at("absent"), volume});
+  for (const std::string& path : {volume + "/Library/A.app", volume + "//Library/./A.app"}) {
+    EXPECT_EQ(inspector->localVolumePathFromFullPath(path), "/Library/A.app");
+    EXPECT_TRUE(inspector->isPathOnStorageDevice(path));
+    EXPECT_FALSE(inspector->pathIsOnSystemVolume(path));
+  }
+  EXPECT_EQ(inspector->localVolumePathFromFullPath(volume), "/");
+  EXPECT_EQ(inspector->localVolumePathFromFullPath(at("volumes/A.app")), at("volumes/A.app"));
+  EXPECT_TRUE(inspector->pathIsOnSystemVolume(at("volumes/A.app")));
+  EXPECT_FALSE(inspector->isPathOnStorageDevice("/proc/nothing/A.app"));
+  for (const char* path : {"", "home", "./x"}) {
+    EXPECT_FALSE(inspector->isPathOnStorageDevice(path));
+    EXPECT_FALSE(inspector->pathIsOnSystemVolume(path));
+    EXPECT_EQ(inspector->localVolumePathFromFullPath(path), path);
+  }
+}
+
+TEST(MountTableTest, TellsLocalFromRemoteAndKernelFileSystems) {
+  const auto isStorage = [](const std::string& type) {
+    const std::string line = "36 35 98:12 / /a\\040b rw master:1 shared:2 - " + type + " /dev/x rw";
+    const Mounts mounts = mountsListedIn("junk\n7 1 x:0 / / rw - ext4 x rw\n" + line);
+    return mounts.size() == 1 && mounts.at(36).device == makedev(98, 12) &&
+           mounts.at(36).isStorageDevice;
+  };
+  for (const char* type : {"ext4", "btrfs", "tmpfs", "overlay", "fuseblk", "fuse.mergerfs"}) {
+    EXPECT_TRUE(isStorage(type)) << type;
+  }
+  for (const char* type : {"nfs4", "cifs", "smb3", "fuse.sshfs", "proc", "cgroup2", "devpts"}) {
+    EXPECT_FALSE(isStorage(type)) << type;
+  }
+}
+
+TEST_F(FilesTest, NoticesMountsAsTheyComeAndGo) {
+  const auto haveOwnMounts = [] {
+    if (unshare(CLONE_NEWNS) || mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr)) _exit(1);
+  };
+  if (!inChild(haveOwnMounts)) GTEST_SKIP() << "needs the right to mount in its own namespace";
+  const std::string disk = folder("a disk");
+  const std::string again = folder("again");
+  EXPECT_TRUE(inChild([&] {
+    haveOwnMounts();
+    LinuxFileManager files({}, "");
+    const std::string app = disk + "/Developer/A.app";
+    EXPECT_TRUE(files.inspectorForPass()->pathIsOnSystemVolume(app));
+    ASSERT_EQ(mount("none", disk.c_str(), "tmpfs", 0, nullptr), 0);
+    ASSERT_EQ(mount(root_.c_str(), again.c_str(), nullptr, MS_BIND, nullptr), 0);
+    const auto inspector = files.inspectorForPass();
+    EXPECT_FALSE(inspector->pathIsOnSystemVolume(app));
+    EXPECT_TRUE(inspector->isPathOnStorageDevice(app));
+    EXPECT_EQ(inspector->localVolumePathFromFullPath(folder("a disk/Developer/A.app")),
+              "/Developer/A.app");
+    EXPECT_TRUE(inspector->pathIsOnSystemVolume(again + "/home"));  // the same file system
+    EXPECT_EQ(inspector->localVolumePathFromFullPath(again + "/home"), "/home");
+    setenv("HOME", disk.c_str(), 1);
+    EXPECT_TRUE(newInspector()->pathIsOnSystemVolume(app));
+    EXPECT_FALSE(files.isMovableFileAtPath(disk));  // a mount point
+    EXPECT_TRUE(files.isMovableFileAtPath(app));
+    ASSERT_EQ(mount("none", disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_FALSE(files.isMovableFileAtPath(app));
+    ASSERT_EQ(umount(disk.c_str()), 0);
+    EXPECT_TRUE(files.inspectorForPass()->pathIsOnSystemVolume(app));
+  }));
+}
+
+TEST_F(FilesTest, WorksBelowAChangedRootThatNoTableLists) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs the right to change the root folder";
+  folder("Applications/A.app");
+  EXPECT_TRUE(inChild([&] {
+    ASSERT_EQ(chroot(root_.c_str()), 0);
+    setenv("HOME", "/home", 1);
+    const auto inspector = newInspector();
+    EXPECT_TRUE(inspector->isPathOnStorageDevice("/Applications/A.app"));
+    EXPECT_TRUE(inspector->pathIsOnSystemVolume("/Applications/A.app"));
+  }));
+}
+
+TEST_F(FilesTest, MovableIsWhatItsFolderLetsTheUserRename) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs two users";
+  for (const char* path : {"shared", "sticky"}) {
+    folder(path + std::string("/theirs"));
+    const std::string mine = folder(path + std::string("/mine"));
+    ASSERT_EQ(chown(mine.c_str(), kNobody, kNobody), 0);
+  }
+  chmod(at("shared").c_str(), 0777);
+  chmod(at("sticky").c_str(), 01777);
+  link("other", "shared");
+  folder("closed/A.app");
+  folder("locked/A.app");
+  chmod(at("locked").c_str(), 0700);
+  LinuxFileManager files({}, "");
+  EXPECT_TRUE(files.isMovableFileAtPath(at("sticky/mine")));  // root moves anything
+  EXPECT_TRUE(inChild([&] {
+    ASSERT_EQ(setgid(kNobody) | setuid(kNobody), 0);
+    for (const char* path : {"shared/theirs", "shared/mine/", "sticky/mine", "other/mine"}) {
+      EXPECT_TRUE(files.isMovableFileAtPath(at(path))) << path;
+    }
+    for (const char* path : {"sticky/theirs", "closed/A.app", "locked/A.app", "shared/none",
+                             "shared/mine/.", "shared/mine/..", "other"}) {
+      EXPECT_FALSE(files.isMovableFileAtPath(at(path))) << path;
+    }
+    EXPECT_EQ(files.inspectorForPass()->resolvedPath(at("locked/A.app")), std::nullopt);
+    EXPECT_TRUE(makePrivateFolder(at("shared/theirs")));  // of another user
+  }));
+}
+
+TEST_F(FilesTest, TheTemporaryFolderIsPrivate) {
+  const auto modeOf = [](const std::string& path) { return fs::status(path).permissions(); };
+  for (const mode_t mode : {0700, 0755}) {
+    chmod(at("made").c_str(), mode);
+    EXPECT_EQ(makePrivateFolder(at("made")), std::nullopt);
+    EXPECT_EQ(modeOf(at("made")), fs::perms::owner_all);
+  }
+  chmod(at("made").c_str(), 0770);
+  EXPECT_TRUE(makePrivateFolder(at("made")));
+  EXPECT_TRUE(makePrivateFolder(link("link", folder("elsewhere"))));
+
+  setenv("TMPDIR", at("home").c_str(), 1);
+  EXPECT_EQ(privateTemporaryFolder().path, at("home"));
+  chmod(folder("open").c_str(), 01777);
+  setenv("TMPDIR", at("open").c_str(), 1);
+  EXPECT_EQ(privateTemporaryFolder().path, at("open/revwarden-") + std::to_string(geteuid()));
+  EXPECT_EQ(modeOf(privateTemporaryFolder().path), fs::perms::owner_all);
+  unsetenv("TMPDIR");
+}
+
+TEST_F(FilesTest, FindsEachBundleOnceAndNoneInsideAnother) {
+  for (const char* path :
+       {"A.app/Contents/Helper.app", "sub/deep/B.APP", "Kit.framework/C.app", "bad\xFF.app",
+        ".app/Hidden.app", "../outside/D.app/Inner", "../outside/E.app"}) {
+    folder("apps/" + std::string(path));
+  }
+  std::ofstream(at("apps/File.app")) << "x";
+  for (const auto& [path, target] :
+       std::map<std::string, std::string>{{"sub/up", ".."},
+                                          {"sub/self", "self"},
+                                          {"out", "../outside"},
+                                          {"again", "../outside"},
+                                          {"F.app", "../outside/D.app"},
+                                          {"Named otherwise", "../outside/E.app"},
+                                          {"Inner", "../outside/D.app/Inner"},
+                                          {"../named", "apps"}}) {
+    link("apps/" + path, target);
+  }
+  std::vector<std::string> found;
+  for (const std::string& path :
+       applicationBundlesBelow({at("named"), at("apps"), at("missing"), at("apps")})) {
+    found.push_back(fs::path(path).filename());
+    EXPECT_TRUE(fs::is_directory(path)) << path;
+  }
+  EXPECT_THAT(found, testing::UnorderedElementsAre("A.app", "B.APP", "Hidden.app", "D.app", "E.app",
+                                                   "F.app", "Named otherwise"));
+}
+
+}  // namespace
+}  // namespace revwarden
