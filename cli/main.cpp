@@ -95,7 +95,12 @@ int runProgram(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kOk : kUsage;
+    if (error.get_exit_code() == 0) return app.exit(error);  // help or the version
+    const bool unknown = app.get_subcommands().empty() && !app.remaining().empty();
+    complain(unknown ? "There is no command \"" + cleaned(app.remaining().front()) + "\"."
+                     : cleaned(error.what()));
+    complain("\"revwarden --help\" tells what there is.");
+    return kUsage;
   }
   if (!arguments.answer.empty() && arguments.answer[1] != "0" && arguments.answer[1] != "1" &&
       arguments.answer[1] != "2") {

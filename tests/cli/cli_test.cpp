@@ -180,10 +180,12 @@ TEST(CliCheck, TellsThatNothingIsNewerAndThatTheServiceGaveNoAnswer) {
 TEST(CliCheck, RescansAfterThePassThatRunsAlsoWhenAnotherIsFaster) {
   CheckStory story;
   story.running = {"yes", "no", "foreign", "yes", "no"};
-  FakeAgent agent(story.scripts());
-  const Outcome outcome = runWith(agent, {"check"});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.out, HasSubstr("new  New"));
+  {
+    FakeAgent agent(story.scripts());
+    const Outcome outcome = runWith(agent, {"check"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("new  New"));
+  }
   EXPECT_EQ(story.rescans, 1);
 }
 
