@@ -55,7 +55,7 @@ RecordList::Position RecordList::firstWithPath(std::string_view path) {
   return byPath_.first(path).value_or(end());
 }
 
-void RecordList::append(Dictionary contents) {
+void RecordList::append(const Dictionary& contents) {
   slots_.push_back(Slot{std::make_shared<LiveRecord>(contents), nextOrder_++});
   const Position position = std::prev(slots_.end());
   byID_.insert(position, contents);

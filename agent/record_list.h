@@ -37,7 +37,7 @@ class RecordList {
   static LiveRecordRef record(Position position) { return position->record; }
   static Dictionary contents(Position position) { return position->record->contents(); }
 
-  void append(Dictionary contents);
+  void append(const Dictionary& contents);
   /// Puts a new record in the place of the one at `position`.
   void replace(Position position, Dictionary contents);
   /// Changes the contents of the record at `position`, which stays the same object.

@@ -65,7 +65,8 @@ const Dictionary* answerFor(const Dictionary& record, const AnswersByBundleId& a
 void UpdateCheck::performCheckForAppsUpdates() {
   Question question = chooseItems();
   if (std::optional<std::string> body = send(std::exchange(question.root, {}))) {
-    merge(question, readAnswers(std::move(*body)));
+    const std::vector<Dictionary> answers = readAnswers(std::exchange(*body, {}));
+    merge(question, answers);
     platform_.mainLoop.post([this] { mediator_.notifyNewUpdates(); });
     pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
   }
@@ -100,7 +101,7 @@ std::optional<std::string> UpdateCheck::send(XmlElement root) const {
   return platform_.connection.sendSynchronousRequest(request);
 }
 
-std::vector<Dictionary> UpdateCheck::readAnswers(std::string body) {
+std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body) {
   const XmlDocuments::ParseResult document = platform_.xml.parse(body);
   if (const auto* error = std::get_if<XmlDocuments::ParseError>(&document)) {
     platform_.log.NSLog("Invalid response: %@", {error->description});

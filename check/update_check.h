@@ -56,7 +56,7 @@ class UpdateCheck {
 
   Question chooseItems() const;
   std::optional<std::string> send(XmlElement root) const;
-  std::vector<Dictionary> readAnswers(std::string body);
+  std::vector<Dictionary> readAnswers(const std::string& body);
   void merge(const Question& question, const std::vector<Dictionary>& answers);
   void showErrorNotice();
 
