@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host/agent_host.h"
+#include "host/desktop_notices.h"
+#include "host/diagnostics.h"
+#include "host/event_log.h"
+#include "host/host_log.h"
+#include "host/notices.h"
+#include "host/options.h"
+#include "platform/platform.h"
+#include "ports/linux/detached_threads.h"
+#include "ports/linux/english_localization.h"
+#include "ports/linux/file_user_defaults.h"
+#include "ports/linux/glib_run_loop.h"
+#include "ports/linux/linux_bundles.h"
+#include "ports/linux/linux_file_manager.h"
+#include "ports/linux/linux_system_information.h"
+#include "ports/linux/logind_wake.h"
+#include "ports/linux/service_product_information.h"
+#include "ports/posix/curl_connection.h"
+#include "ports/posix/libxml_documents.h"
+#include "ports/posix/natural_versions.h"
+#include "ports/posix/system_clock.h"
+
+namespace revwarden {
+
+/// Everything around the agent, built once for the process and never destroyed: the agent's threads
+/// use it until the process ends.
+struct Surroundings {
+  /// Main thread. nullptr, with the reason for people, when something that the agent cannot do
+  /// without is missing.
+  static std::unique_ptr<Surroundings> create(const Options& options, std::string& error);
+
+  /// The platform over these objects, which it does not keep alive.
+  std::shared_ptr<const Platform> platform();
+
+  const Diagnostics diagnostics;
+  const std::unique_ptr<GLibRunLoop> mainLoop;
+  EventLog events;  // depends-on: mainLoop, diagnostics
+  Notices notices;  // depends-on: events, mainLoop
+  DetachedThreads threads;
+  SystemClock clock;
+  HostLog log;  // depends-on: events
+  EnglishLocalization localization;
+  FileUserDefaults userDefaults;  // depends-on: diagnostics
+  LinuxFileManager files;
+  LinuxBundles bundles;
+  NaturalVersions versions;
+  LinuxSystemInformation systemInformation;
+  ServiceProductInformation productInformation;
+  LibxmlDocuments xml;
+  CurlConnection connection;                // depends-on: events
+  const std::unique_ptr<LogindWake> wake;   // depends-on: mainLoop
+  AgentHost host;                           // depends-on: notices, events
+  std::unique_ptr<DesktopNotices> desktop;  // depends-on: notices, productInformation, mainLoop
+
+ private:
+  Surroundings(const Options& options, std::unique_ptr<GLibRunLoop> loop,
+               std::string temporaryFolder);
+};
+
+}  // namespace revwarden

@@ -1,0 +1,103 @@
+#include <gmock/gmock.h>
+
+#include "host/delegate_events.h"
+#include "host/host_log.h"
+#include "host/json_values.h"
+#include "tests/host/host_fixture.h"
+
+namespace revwarden {
+namespace {
+
+class Events : public testing::Test {
+ protected:
+  /// The numbers of the events that are still kept after `sequence`.
+  static std::vector<uint64_t> keptAfter(const EventLog& log, uint64_t sequence) {
+    std::vector<uint64_t> numbers;
+    for (const Json& event : Json::parse(log.eventsAfter(sequence))) {
+      numbers.push_back(event["seq"]);
+    }
+    return numbers;
+  }
+
+  ScratchFolder folder_;
+  const Diagnostics diagnostics_{LogLevel::error};
+  ManualClock clock_;
+  ManualRunLoop loop_{clock_};
+};
+
+TEST_F(Events, TheLatestAreKeptWithinBothLimits) {
+  EventLog log(loop_, diagnostics_, {3, 2000});
+  EXPECT_THAT(keptAfter(log, 0), testing::IsEmpty());
+  for (int i = 0; i < 5; ++i) log.append("event", "[]");
+  EXPECT_THAT(keptAfter(log, 0), testing::ElementsAre(3, 4, 5));
+  EXPECT_THAT(keptAfter(log, 4), testing::ElementsAre(5));
+  EXPECT_THAT(keptAfter(log, 99), testing::IsEmpty());
+  log.append("large", "[\"" + std::string(1900, 'x') + "\"]");
+  EXPECT_THAT(keptAfter(log, 0), testing::ElementsAre(6));
+  log.append("too large", "[\"" + std::string(2000, 'x') + "\"]");
+  EXPECT_THAT(keptAfter(log, 0), testing::IsEmpty());
+  log.append("event", "[]");
+  EXPECT_THAT(keptAfter(log, 6), testing::ElementsAre(8));
+}
+
+TEST_F(Events, ThreadsShareOneOrderInFileRingAndForTheListener) {
+  EventLog log(loop_, diagnostics_);
+  const std::string path = folder_.file("events");
+  ASSERT_TRUE(log.writeTo(path));
+  std::vector<Json> heard;
+  size_t missing = 0;
+  log.setListener([&](std::string_view method, std::string_view params) {
+    heard.push_back({std::string(method), Json::parse(params)});
+    missing += linesOf(path).size() != heard.size();  // in the file before it is told
+  });
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (int i = 0; i < 40; ++i) log.append("thread", jsonList({std::to_string(thread)}));
+    });
+  }
+  log.append("main", "[]");
+  for (std::thread& thread : threads) thread.join();
+
+  const std::vector<Json> lines = linesOf(path);
+  EXPECT_EQ(Json(lines), Json::parse(log.eventsAfter(0)));
+  ASSERT_EQ(lines.size(), 161u);
+  EXPECT_EQ(missing, 0u);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_EQ(lines[i]["seq"], i + 1);
+    EXPECT_EQ(lines[i]["main"], lines[i]["method"] == "main");
+    EXPECT_EQ(Json({lines[i]["method"], lines[i]["params"]}), heard[i]);
+  }
+  EXPECT_THAT(lines[0]["time"].get<std::string>(),
+              testing::MatchesRegex("....-..-..T..:..:..\\....Z"));
+}
+
+TEST_F(Events, ALineThatAKilledProcessLeftHalfStaysByItself) {
+  const std::string path = folder_.file("events");
+  std::ofstream(path) << "{\"seq\":1}\n{\"se";
+  EventLog log(loop_, diagnostics_);
+  ASSERT_TRUE(log.writeTo(path));
+  log.append("first", "[]");
+  log.append("second", "[]");
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[1], "{\"se");
+  EXPECT_EQ(Json::parse(lines[2])["seq"], 1);
+  EXPECT_EQ(Json::parse(lines[3])["method"], "second");
+}
+
+TEST_F(Events, LogLinesKeepTheirLineBreaksForClientsOnly) {
+  EventLog log(loop_, diagnostics_);
+  HostLog lines(log);
+  testing::internal::CaptureStderr();
+  lines.NSLog("path \"%@\" and %@", {"a\nb\x1b", std::nullopt});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "NSLog: path \"a\\nb\\x1b\" and (null)\n");
+  EXPECT_EQ(Json::parse(log.eventsAfter(0))[0]["params"],
+            Json({"NSLog", "path \"a\nb\x1b\" and (null)", "path \"%@\" and %@",
+                  Json({"a\nb\x1b", "(null)"})}));
+}
+
+}  // namespace
+}  // namespace revwarden

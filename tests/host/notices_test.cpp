@@ -1,0 +1,95 @@
+#include "host/notices.h"
+
+#include <gmock/gmock.h>
+
+#include "host/agent_host.h"
+#include "tests/host/host_fixture.h"
+
+namespace revwarden {
+namespace {
+
+struct RecordingTarget final : NotificationTarget {
+  explicit RecordingTarget(std::vector<std::string>& sink) : actions(sink) {}
+  ~RecordingTarget() override { actions.push_back("gone"); }
+  void performAction(std::string_view selector) override { actions.emplace_back(selector); }
+  std::vector<std::string>& actions;
+};
+
+struct RecordingDisplay final : NoticeDisplay {
+  void show(NoticeId id, const HostNotification&) override { shown.push_back(id); }
+  void withdraw(NoticeId id) override { withdrawn.push_back(id); }
+  std::vector<NoticeId> shown, withdrawn;
+};
+
+class NoticesTest : public testing::Test {
+ protected:
+  NoticesTest() { notices_.setDisplay(&display_); }
+  HostNotification notice() {
+    HostNotification made = AgentHost(notices_, events_, std::nullopt).notificationInstance();
+    made.target = std::make_shared<RecordingTarget>(actions_);
+    made.button1Action = "act";
+    return made;
+  }
+
+  std::vector<std::string> actions_;
+  const Diagnostics diagnostics_{LogLevel::error};
+  ManualClock clock_;
+  ManualRunLoop loop_{clock_};
+  EventLog events_{loop_, diagnostics_};
+  RecordingDisplay display_;
+  Notices notices_{events_, loop_};
+};
+
+TEST_F(NoticesTest, ClientsReadEveryFieldAndNullForWhatIsNotSet) {
+  notices_.show({});
+  HostNotification full = notice();
+  full.text = "Text";
+  full.icon = {NotificationIcon::Kind::ofFile, "/A.app"};
+  full.liveTime = 2.5;
+  full.userInfo = Dictionary{{"k", 1}};
+  full.button1Text = "OK";
+  full.button2Text = "Cancel";
+  notices_.show(full);
+  const Json heard = Json::parse(events_.eventsAfter(0));
+  EXPECT_EQ(heard[0]["method"], "showNotification:");
+  EXPECT_EQ(heard[0]["params"], Json::parse(R"([{"id":1,"text":null,"icon":null,"liveTime":10.0,
+      "button1Text":null,"button1Action":null,"button2Text":null,"userInfo":null}])"));
+  EXPECT_EQ(heard[1]["params"], Json::parse(R"([{"id":2,"text":"Text","icon":"/A.app",
+      "liveTime":2.5,"button1Text":"OK","button1Action":"act","button2Text":"Cancel",
+      "userInfo":{"k":1}}])"));
+}
+
+TEST_F(NoticesTest, AnAnswerCountsOnceAndOnlyButtonOneActs) {
+  for (int i = 0; i < 3; ++i) notices_.show(notice());
+  EXPECT_TRUE(notices_.answer(2, 1));
+  EXPECT_FALSE(notices_.answer(2, 1));
+  loop_.drain();  // the display's copy is the last one
+  EXPECT_THAT(actions_, testing::ElementsAre("act", "gone"));
+  EXPECT_TRUE(notices_.answer(1, 0));
+  EXPECT_TRUE(notices_.answer(3, 2));
+  EXPECT_FALSE(notices_.answer(4, 0));
+  EXPECT_THAT(actions_, testing::ElementsAre("act", "gone", "gone", "gone"));
+  EXPECT_THAT(display_.withdrawn, testing::ElementsAre(2, 1, 3));
+}
+
+TEST_F(NoticesTest, TheOldestGiveWayAndTheirTargetsDieOnTheMainThread) {
+  std::thread([this] {
+    for (size_t i = 0; i <= Notices::kMostOpen; ++i) notices_.show(notice());
+  }).join();
+  EXPECT_TRUE(actions_.empty());
+  loop_.drain();
+  EXPECT_EQ(actions_.size(), 1u);
+  EXPECT_EQ(display_.shown.size(), Notices::kMostOpen + 1);
+  EXPECT_FALSE(notices_.answer(1, 0));
+  EXPECT_TRUE(notices_.answer(2, 0));
+}
+
+TEST_F(NoticesTest, TheUserInterfaceIsWhoeverHearsTheEvents) {
+  AgentHost host(notices_, events_, std::nullopt);
+  EXPECT_FALSE(host.hostAppProxyWithTargetId_protocol("KQOther", "KQRWAgentDelegate"));
+  host.hostAppProxyWithTargetId_protocol("KQRevwarden", "KQRWAgentDelegate")->openRevwarden();
+  EXPECT_EQ(Json::parse(events_.eventsAfter(0))[0]["method"], "openRevwarden");
+}
+
+}  // namespace
+}  // namespace revwarden

@@ -1,0 +1,217 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include "host/json_values.h"
+#include "host/rpc_parameters.h"
+#include "tests/host/host_fixture.h"
+
+namespace revwarden {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr ClientConnection::Limits kSmall{1000, 1 << 20, std::chrono::milliseconds(300), 4};
+
+/// A method that answers its text, after an event of it.
+void addEcho(Server& server) {
+  server.methods["echo"] = taking<std::string>([&server](const std::string& text) {
+    server.events->append("echoed", jsonList({jsonText(text)}));
+    return jsonText(text);
+  });
+}
+
+/// Events of `bytes` bytes in all, without waiting for anybody.
+void sendEvents(Server& server, size_t bytes) {
+  const std::string text(64 << 10, 'x');
+  for (size_t sent = 0; sent < bytes; sent += text.size()) {
+    server.events->append("bulk", jsonList({jsonText(text)}));
+  }
+}
+
+TEST(ControlSocket, RepliesFollowTheirEventsAndEveryClientHearsThem) {
+  Server server(addEcho);
+  RawClient one(server.path()), other(server.path());
+  EXPECT_EQ(other.call("nothing")["error"]["code"], kRpcMethodNotFound);  // it is connected
+  one.request("echo", {"a"}, 1);
+  one.request("echo", {"b"}, 2);
+  for (int i = 1; i <= 2; ++i) {
+    const Json text = i == 1 ? "a" : "b";
+    EXPECT_EQ(one.receive(), Json({{"jsonrpc", "2.0"}, {"method", "echoed"}, {"params", {text}}}));
+    EXPECT_EQ(one.receive(), Json({{"jsonrpc", "2.0"}, {"id", i}, {"result", text}}));
+    EXPECT_EQ(other.receive()["params"], Json({text}));
+  }
+  EXPECT_EQ(linesOf(server.folder.file("events"))[0]["main"], true);
+}
+
+TEST(ControlSocket, RequestsRunInNestedTurns) {
+  Server server([](Server& made) {
+    const auto released = std::make_shared<bool>(false);
+    made.methods["nest"] = taking<>([&made, released] {
+      while (!*released) made.loop->runOneTurn(RunLoopMode::defaultMode);
+      return "\"nested\"";
+    });
+    made.methods["release"] = taking<>([released] {
+      *released = true;
+      return "\"released\"";
+    });
+  });
+  RawClient one(server.path()), other(server.path());
+  one.request("nest", Json::array(), 1);
+  one.request("nest", Json::array(), 2);
+  one.request("release", Json::array(), 3);  // also on the connection that waits
+  EXPECT_EQ(one.receive()["id"], 3);
+  EXPECT_EQ(one.receive()["id"], 2);
+  EXPECT_EQ(one.receive()["id"], 1);
+  EXPECT_EQ(other.call("release")["result"], "released");
+}
+
+TEST(ControlSocket, ABadLineLeavesTheConnectionUsable) {
+  Server server(addEcho);
+  RawClient client(server.path());
+  client.send("\n{]\n[]\n");
+  EXPECT_EQ(client.receive()["error"]["code"], kRpcParseError);
+  EXPECT_EQ(client.receive()["error"]["code"], kRpcParseError);
+  EXPECT_EQ(client.receive()["error"]["code"], kRpcInvalidRequest);
+  client.send("{\"jsonrpc\":\"2.0\",\"id\":1,\"me");
+  client.send("thod\":\"echo\",\"params\":[\"in pieces\"]}\n");
+  client.receive();
+  EXPECT_EQ(client.receive()["result"], "in pieces");
+}
+
+TEST(ControlSocket, WhatAClientLeftBehindIsDone) {
+  Server server(addEcho);
+  {
+    RawClient gone(server.path());
+    for (int i = 0; i < 200; ++i) gone.request("echo", {"gone"});
+    gone.send("{\"half");
+  }
+  const auto done = [&] { return linesOf(server.folder.file("events")).size(); };
+  for (int i = 0; i < 1000 && done() < 200; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  ASSERT_EQ(done(), 200u);
+
+  RawClient half(server.path());
+  half.send(R"({"jsonrpc":"2.0","id":1,"method":"echo","params":["last"]})");  // without an end
+  half.endSending();
+  half.receive();
+  EXPECT_EQ(half.receive()["result"], "last");
+  EXPECT_EQ(half.receive(), nullptr);
+  EXPECT_TRUE(half.hasEnded);
+
+  RawClient cut(server.path());
+  cut.send("{\"jsonrpc\"");
+  cut.endSending();
+  EXPECT_EQ(cut.receive()["error"]["code"], kRpcParseError);
+}
+
+TEST(ControlSocket, ALineTooLongEndsTheConnectionWithAnError) {
+  Server server(addEcho, kSmall);
+  RawClient client(server.path());
+  client.request("echo", {std::string(900, 'x')});
+  client.receive();
+  EXPECT_EQ(client.receive()["id"], 1);
+  client.send(std::string(200'000, 'x'));
+  EXPECT_EQ(client.receive()["error"]["code"], kRpcInvalidRequest);
+  EXPECT_EQ(client.receive(), nullptr);
+  EXPECT_TRUE(client.hasEnded);
+}
+
+TEST(ControlSocket, AClientThatNeverReadsIsDroppedAndHoldsNobodyUp) {
+  Server server(addEcho, kSmall);
+  RawClient mute(server.path()), reader(server.path());
+  EXPECT_EQ(mute.call("nothing")["error"]["code"], kRpcMethodNotFound);
+  const auto heard = std::async(std::launch::async, [&] {
+    size_t events = 0;
+    while (reader.receive()["method"] == "bulk") ++events;
+    return events;
+  });
+  sendEvents(server, 4 << 20);
+  server.events->append("end", "[]");
+  EXPECT_EQ(const_cast<std::future<size_t>&>(heard).get(), 64u);
+  std::this_thread::sleep_for(2 * kSmall.patience);  // what is tested is that time
+  size_t events = 0;
+  while (mute.receive()["method"] == "bulk") ++events;
+  EXPECT_TRUE(mute.hasEnded);
+  EXPECT_LT(events, 16u);
+}
+
+TEST(ControlSocket, AClientMayLeaveAsMuchUnreadAsItLikesBelowTheLimit) {
+  Server server(addEcho, kSmall);
+  RawClient slow(server.path());
+  slow.call("nothing");
+  sendEvents(server, 900 << 10);
+  std::this_thread::sleep_for(2 * kSmall.patience);
+  for (int i = 0; i < 15; ++i) ASSERT_EQ(slow.receive()["method"], "bulk");
+}
+
+TEST(ControlSocket, ManyRequestsOfAClientThatDoesNotReadAreLeftUnread) {
+  Server server(
+      [](Server& made) {
+        made.methods["large"] = taking<>([&made] {
+          made.events->append("performed", "[]");
+          return jsonText(std::string(400 << 10, 'x'));
+        });
+      },
+      {1000, 1 << 20, std::chrono::seconds(10), 4});
+  RawClient client(server.path());
+  for (int i = 0; i < 50; ++i) client.request("large");
+  // Performed until too much waits, and again as it is read.
+  for (int replies = 0; replies < 50;) replies += client.receive().contains("result");
+  const auto performedAtOnce = [&] {
+    for (int i = 0; i < 50; ++i) client.request("large");
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    return linesOf(server.folder.file("events")).size() - 50;
+  };
+  EXPECT_LT(performedAtOnce(), 20u);
+}
+
+TEST(SocketClaim, OneProcessHasItAndAKilledOneLosesIt) {
+  const ScratchFolder folder;
+  const std::string path = folder.file("deep/run/agent.sock");
+  std::string error;
+  auto claim = SocketClaim::create(path, error);
+  ASSERT_TRUE(claim) << error;
+  FileDescriptor listener = claim->listen(error);
+  ASSERT_TRUE(listener) << error;
+  struct stat info {};
+  ASSERT_EQ(::stat(path.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0600u);
+  ASSERT_EQ(::stat(folder.file("deep/run").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0700u);
+  EXPECT_FALSE(SocketClaim::create(path, error));
+  EXPECT_THAT(error, HasSubstr("already running"));
+
+  // As a kill leaves it: the socket and the lock's file are there, the lock is not.
+  const std::string kept = folder.file("kept");
+  std::filesystem::rename(path, kept);
+  claim.reset();
+  listener = {};
+  std::filesystem::rename(kept, path);
+  std::ofstream(path + ".lock").flush();
+  claim = SocketClaim::create(path, error);
+  ASSERT_TRUE(claim) << error;
+  ASSERT_TRUE(claim->listen(error)) << error;
+  claim.reset();
+  EXPECT_TRUE(std::filesystem::is_empty(folder.file("deep/run")));
+}
+
+TEST(SocketClaim, WhatIsNotOursStays) {
+  const ScratchFolder folder;
+  std::string error;
+  std::ofstream(folder.file("text")) << "mine";
+  EXPECT_FALSE(SocketClaim::create(folder.file("text"), error));
+  EXPECT_THAT(error, HasSubstr("no socket"));
+  EXPECT_TRUE(std::filesystem::exists(folder.file("text")));
+
+  std::filesystem::create_directory(folder.file("open"));
+  ::chmod(folder.file("open").c_str(), 0777);
+  EXPECT_FALSE(SocketClaim::create(folder.file("open/agent.sock"), error));
+  EXPECT_THAT(error, HasSubstr("other users"));
+  EXPECT_FALSE(SocketClaim::create(folder.file(std::string(200, 'x')), error));
+  EXPECT_THAT(error, HasSubstr("too long"));
+}
+
+}  // namespace
+}  // namespace revwarden

@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "host/json_rpc.h"
+#include "host/json_values.h"
+#include "host/rpc_parameters.h"
+
+namespace revwarden {
+namespace {
+
+using Json = nlohmann::json;
+
+TEST(JsonValues, EveryTypeTravelsAsClientsReadIt) {
+  const Value record = Dictionary{{"flag", true},
+                                  {"bytes", int64_t{-1}},
+                                  {"real", 10.0},
+                                  {"text", "a\"\n\xc3\xa9"},
+                                  {"stray", std::string("x\xff", 2)},
+                                  {"data", Data{std::string("\0\xff", 2)}},
+                                  {"list", Array({Value(1), Value(Dictionary{})})}};
+  EXPECT_EQ(jsonText(record),
+            "{\"bytes\":-1,\"data\":\"AP8=\",\"flag\":true,\"list\":[1,{}],\"real\":10.0,"
+            "\"stray\":\"x\xef\xbf\xbd\",\"text\":\"a\\\"\\n\xc3\xa9\"}");
+}
+
+TEST(JsonValues, DatesKeepTheirFraction) {
+  EXPECT_EQ(rfc3339(Date{0}), "1970-01-01T00:00:00Z");
+  EXPECT_EQ(rfc3339(Date{1700000000.1}), "2023-11-14T22:13:20.1Z");
+  EXPECT_EQ(rfc3339(Date{1700000000.123456}), "2023-11-14T22:13:20.123456Z");
+  EXPECT_EQ(rfc3339(Date{1699999999.9999998}), "2023-11-14T22:13:19.9999998Z");
+  EXPECT_EQ(rfc3339(Date{-0.5}), "1969-12-31T23:59:59.5Z");
+  EXPECT_EQ(rfc3339(Date{1e300}), "9999-12-31T23:59:59Z");
+  EXPECT_EQ(rfc3339(Date{-1e300}), "0000-01-01T00:00:00Z");
+  EXPECT_EQ(rfc3339(Date{std::numeric_limits<double>::quiet_NaN()}), "1970-01-01T00:00:00Z");
+}
+
+class Rpc : public testing::Test {
+ protected:
+  Rpc() {
+    methods_["add"] = taking<uint64_t, bool>(
+        [](uint64_t number, bool twice) { return std::to_string(twice ? 2 * number : number); });
+    methods_["join"] = taking<std::vector<std::string>>([](const std::vector<std::string>& texts) {
+      std::string all;
+      for (const auto& text : texts) all += text;
+      return jsonText(all);
+    });
+  }
+  Json answer(const std::string& line) {
+    const auto reply = answerLine(line, methods_);
+    return reply ? Json::parse(*reply) : Json();
+  }
+  int errorOf(const std::string& line) {
+    const Json reply = answer(line);
+    return reply.contains("error") ? reply["error"]["code"].get<int>() : 0;
+  }
+  RpcMethods methods_;
+};
+
+TEST_F(Rpc, RequestsAreAnsweredUnderTheirId) {
+  EXPECT_EQ(answer(R"({"jsonrpc":"2.0","id":"x","method":"add","params":[4,true]})"),
+            Json({{"jsonrpc", "2.0"}, {"id", "x"}, {"result", 8}}));
+  EXPECT_EQ(answer(R"({"jsonrpc":"2.0","id":1.5,"method":"join","params":[["a","b"]]})")["result"],
+            "ab");
+  EXPECT_FALSE(answerLine(R"({"jsonrpc":"2.0","method":"add","params":[4,true]})", methods_));
+  EXPECT_FALSE(answerLine(R"({"jsonrpc":"2.0","method":"unknown"})", methods_));
+}
+
+TEST_F(Rpc, RubbishGetsTheErrorThatTheStandardNames) {
+  for (const char* line : {"", "\r", "{", "nonsense", "{\"a\":\"\xff\"}", "[1,"}) {
+    EXPECT_EQ(errorOf(line), kRpcParseError) << line;
+  }
+  for (const char* line :
+       {"1", "null", "{}", R"({"method":"add","id":1})", R"({"jsonrpc":"2.0","method":1})",
+        R"({"jsonrpc":"2.0","method":"add","params":1,"id":1})",
+        R"({"jsonrpc":"2.0","method":"add","id":[]})"}) {
+    EXPECT_EQ(errorOf(line), kRpcInvalidRequest) << line;
+  }
+  EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1,"method":"unknown"})"), kRpcMethodNotFound);
+  for (const char* params : {"[]", "[1]", "[1,true,2]", "[true,1]", "[1.5,true]", "[-1,true]",
+                             "[null,true]", R"(["1",true])", R"({"number":1,"twice":true})"}) {
+    const std::string line = R"({"jsonrpc":"2.0","id":1,"method":"add","params":)";
+    EXPECT_EQ(errorOf(line + params + "}"), kRpcInvalidParams) << params;
+  }
+  // Neither parsing nor freeing it may exhaust the stack.
+  EXPECT_EQ(errorOf(std::string(1 << 20, '[')), kRpcParseError);
+  EXPECT_EQ(answer(std::string(1 << 20, '[') + std::string(1 << 20, ']'))[0]["error"]["code"],
+            kRpcInvalidRequest);
+}
+
+TEST_F(Rpc, ABatchIsAnsweredWithAList) {
+  const Json replies = answer(
+      R"([{"jsonrpc":"2.0","id":1,"method":"add","params":[1,false]},7,
+          {"jsonrpc":"2.0","method":"add","params":[1,false]},
+          {"jsonrpc":"2.0","id":2,"method":"nothing"}])");
+  ASSERT_EQ(replies.size(), 3u);
+  EXPECT_EQ(replies[0]["result"], 1);
+  EXPECT_EQ(replies[1]["error"]["code"], kRpcInvalidRequest);
+  EXPECT_EQ(replies[2]["error"]["code"], kRpcMethodNotFound);
+  EXPECT_EQ(errorOf("[]"), kRpcInvalidRequest);
+  EXPECT_FALSE(answerLine(R"([{"jsonrpc":"2.0","method":"add"}])", methods_));
+}
+
+}  // namespace
+}  // namespace revwarden
