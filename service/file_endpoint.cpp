@@ -1,0 +1,151 @@
+#include "service/file_endpoint.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "base/text.h"
+#include "service/methods.h"
+
+namespace revwarden {
+namespace {
+
+/// An open file of a known size.
+class ServedFile {
+ public:
+  // Absent when there is no such regular file inside the folder.
+  static std::shared_ptr<const ServedFile> open(int folder, const std::string& path) {
+    if (path.find('\0') != std::string::npos) return nullptr;
+    open_how how{};
+    how.flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+    const long descriptor = syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
+    if (descriptor < 0) return nullptr;
+    auto file = std::make_shared<ServedFile>(static_cast<int>(descriptor));
+    struct stat information {};
+    if (fstat(file->descriptor_, &information) != 0 || !S_ISREG(information.st_mode))
+      return nullptr;
+    file->size_ = static_cast<size_t>(information.st_size);
+    return file;
+  }
+
+  explicit ServedFile(int descriptor) : descriptor_(descriptor) {}
+  ~ServedFile() { close(descriptor_); }
+  ServedFile(const ServedFile&) = delete;
+  ServedFile& operator=(const ServedFile&) = delete;
+
+  size_t size() const { return size_; }
+
+  // Sends some of the bytes; false when there are none, because the file became shorter.
+  bool send(size_t offset, size_t length, httplib::DataSink& sink) const {
+    std::array<char, 65536> buffer;
+    const ssize_t count = pread(descriptor_, buffer.data(), std::min(length, buffer.size()),
+                                static_cast<off_t>(offset));
+    return count > 0 && sink.write(buffer.data(), static_cast<size_t>(count));
+  }
+
+ private:
+  const int descriptor_;
+  size_t size_ = 0;
+};
+
+struct Slice {
+  size_t offset = 0;
+  size_t length = 0;
+};
+
+// The bytes that a range ("first-last", -1 for what is missing) means; absent when there are none.
+std::optional<Slice> sliceOf(const httplib::Range& range, size_t size) {
+  const auto [first, last] = range;
+  if (first < 0) {
+    const size_t length = std::min(static_cast<size_t>(std::max<ssize_t>(last, 0)), size);
+    return length == 0 ? std::nullopt : std::optional(Slice{size - length, length});
+  }
+  const auto offset = static_cast<size_t>(first);
+  if (offset >= size) return std::nullopt;
+  const size_t end = last < 0 ? size : std::min(static_cast<size_t>(last) + 1, size);
+  return Slice{offset, end - offset};
+}
+
+const char* contentTypeOf(const std::string& path) {
+  static constexpr std::pair<std::string_view, const char*> kTypes[] = {
+      {"ZIP", "application/zip"}, {"DMG", "application/x-apple-diskimage"}, {"HTML", "text/html"},
+      {"HTM", "text/html"},       {"XHTML", "application/xhtml+xml"},       {"TXT", "text/plain"},
+      {"CSS", "text/css"},
+  };
+  const std::string extension = asciiUpperCase(pathExtension(path));
+  const auto* found = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                   [&](const auto& type) { return type.first == extension; });
+  return found != std::end(kTypes) ? found->second : "application/octet-stream";
+}
+
+// Takes the ranges out of the request: the server would cut the answer by them once more, without
+// regard to the size. The server's own request object is not const.
+httplib::Ranges takeRanges(const httplib::Request& request) {
+  return std::exchange(const_cast<httplib::Request&>(request).ranges, {});
+}
+
+}  // namespace
+
+std::unique_ptr<FileEndpoint> FileEndpoint::create(const std::string& folder, std::string& error) {
+  const int descriptor = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) {
+    error = std::strerror(errno);
+    return nullptr;
+  }
+  return std::unique_ptr<FileEndpoint>(new FileEndpoint(descriptor));
+}
+
+FileEndpoint::~FileEndpoint() {
+  close(folder_);
+}
+
+void FileEndpoint::addTo(httplib::Server& server) {
+  server.Get(std::string(kFilesPath) + ".*",
+             [this](const httplib::Request& request, httplib::Response& response) {
+               serve(request, response);
+             });
+}
+
+void FileEndpoint::serve(const httplib::Request& request, httplib::Response& response) const {
+  const auto ranges = takeRanges(request);
+  const std::string path = request.path.substr(std::strlen(kFilesPath));
+  const auto file = ServedFile::open(folder_, path);
+  if (!file) {
+    response.status = 404;
+    return;
+  }
+  response.status = 200;
+  response.set_header("Accept-Ranges", "bytes");
+  std::optional<Slice> slice = Slice{0, file->size()};
+  // Without validators no If-Range can match. Several ranges at once get the whole file.
+  if (request.method == "GET" && ranges.size() == 1 && !request.has_header("If-Range")) {
+    const std::string size = std::to_string(file->size());
+    slice = sliceOf(ranges.front(), file->size());
+    response.status = slice ? 206 : 416;
+    response.set_header("Content-Range",
+                        !slice
+                            ? "bytes */" + size
+                            : "bytes " + std::to_string(slice->offset) + "-" +
+                                  std::to_string(slice->offset + slice->length - 1) + "/" + size);
+    if (!slice) return;
+  }
+  if (slice->length == 0) return response.set_content("", contentTypeOf(path));
+  response.set_content_provider(
+      slice->length, contentTypeOf(path),
+      [file, from = slice->offset](size_t offset, size_t length, httplib::DataSink& sink) {
+        return file->send(from + offset, length, sink);
+      });
+}
+
+}  // namespace revwarden

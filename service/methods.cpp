@@ -1,0 +1,70 @@
+#include "service/methods.h"
+
+#include <string>
+
+namespace revwarden {
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+using HandlerResponse = httplib::Server::HandlerResponse;
+
+// "" where nothing is served.
+std::string allowedAt(const std::string& path) {
+  if (path == kUpdatePath) return "POST";
+  return path.starts_with(kFilesPath) ? "GET" : "";
+}
+
+void refuse(const Request& request, Response& response) {
+  const std::string allowed = allowedAt(request.path);
+  response.status = allowed.empty() ? 404 : 405;
+  if (allowed.empty()) return;
+  response.set_header("Allow", allowed);
+  response.set_content("Only " + allowed + " is served here.\n", "text/plain");
+}
+
+// Whether the library will read a body before it calls a handler. Without a length it would wait
+// for the end of the connection, but such a request has no body.
+bool bringsBody(const Request& request) {
+  const std::string& method = request.method;
+  const bool mayBring =
+      method == "POST" || method == "PUT" || method == "PATCH" || method == "DELETE";
+  return mayBring &&
+         (request.has_header("Content-Length") || request.has_header("Transfer-Encoding"));
+}
+
+HandlerResponse refuseWithoutBody(const Request& request, Response& response) {
+  if (bringsBody(request)) return HandlerResponse::Unhandled;
+  const std::string allowed = allowedAt(request.path);
+  const bool reads = request.method == "GET" || request.method == "HEAD";
+  if (reads && allowed != "POST") return HandlerResponse::Unhandled;
+  if (request.method == allowed) {
+    response.status = 400;
+    response.set_content("This is no request.\n", "text/plain");
+  } else {
+    refuse(request, response);
+  }
+  return HandlerResponse::Handled;
+}
+
+// The library takes a method that it does not know for a broken request, and does not see its path.
+void refuseUnknownMethod(const Request& request, Response& response) {
+  if (response.status == 400 && request.path.empty() && request.target == kUpdatePath) {
+    response.status = 405;
+    response.set_header("Allow", "POST");
+  }
+}
+
+}  // namespace
+
+void refuseOtherMethods(httplib::Server& server) {
+  server.set_pre_routing_handler(refuseWithoutBody);
+  server.set_error_handler(refuseUnknownMethod);
+  const httplib::Server::Handler afterBody = refuse;
+  server.Put(".*", afterBody);
+  server.Patch(".*", afterBody);
+  server.Delete(".*", afterBody);
+  server.Post(std::string(kFilesPath) + ".*", afterBody);
+}
+
+}  // namespace revwarden
