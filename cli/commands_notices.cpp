@@ -18,6 +18,7 @@ std::string idText(const Json& notice) {
 std::optional<std::vector<Json>> noticesShown(AgentSession& agent) {
   const auto events = agent.call("host.events", Json::array({0}));
   if (!events) return std::nullopt;
+  complain("This agent does not tell which notices are still open; these are all it has shown.");
   std::vector<Json> notices;
   for (const Json& event : events->is_array() ? *events : Json::array()) {
     if (!event.is_object() || recordText(event, "method") != "showNotification:") continue;

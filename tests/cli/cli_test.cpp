@@ -113,7 +113,7 @@ struct CheckStory {
   Json after = {record("New", "1", "1.5"), record("Old", "1", "2")};
   std::vector<std::string> running = {"no"};  // what each updateIsInProgress finds
   Json exchange = Json::array({"http://u/api/update", 200, 10, nullptr});
-  int rescans = 0;
+  int requests = 0;  // for a rescan
   bool done = false;
   std::string date = "2026-01-01T00:00:00.5Z";
 
@@ -133,12 +133,12 @@ struct CheckStory {
     if (busy) peer.event("agentDidFinishValidateItem:");
   }
   void rescan(const Peer& peer) {
+    ++requests;
     if (running.front() == "foreign") {  // the timer's pass was faster: the rescan is dropped
       running.front() = "yes";
       peer.event("agentDidStartValidateItem:");
       return peer.reply(nullptr);
     }
-    ++rescans;
     date.clear();
     peer.event("agentDidStartValidateItem:");
     peer.reply(nullptr);
@@ -186,7 +186,7 @@ TEST(CliCheck, RescansAfterThePassThatRunsAlsoWhenAnotherIsFaster) {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.out, HasSubstr("new  New"));
   }
-  EXPECT_EQ(story.rescans, 1);
+  EXPECT_EQ(story.requests, 2);
 }
 
 TEST(Cli, SaysHowToStartAnAgentAndWhereApplicationsAreSought) {
@@ -281,7 +281,7 @@ TEST(Cli, NoticesAreShownWithoutBeingAnsweredAndAnsweredOnATerminal) {
 
   const Outcome typed = runOnTerminal({"notices", "--socket", agent.socketPath()}, 80, "1\n");
   EXPECT_EQ(typed.status, 0);
-  EXPECT_THAT(typed.out, Not(HasSubstr("revwarden:")));
+  EXPECT_THAT(typed.out, Not(HasSubstr("is not open")));
   EXPECT_EQ(agent.calls().back(), Json({"host.answerNotification", {7, 1}}));
 }
 
