@@ -86,6 +86,9 @@ std::optional<std::string> prettyNameInFile(const std::string& path) {
 
 }  // namespace
 
+LinuxSystemInformation::LinuxSystemInformation(std::vector<std::string> searchFolders)
+    : LinuxSystemInformation(std::move(searchFolders), Facts()) {}
+
 LinuxSystemInformation::LinuxSystemInformation(std::vector<std::string> searchFolders, Facts facts)
     : searchFolders_(std::move(searchFolders)), facts_(std::move(facts)) {}
 

@@ -19,7 +19,8 @@ class LinuxSystemInformation final : public KQSystemInformation {
   };
 
   /// Search folders are full paths; one that is missing holds no applications.
-  explicit LinuxSystemInformation(std::vector<std::string> searchFolders, Facts facts = Facts());
+  explicit LinuxSystemInformation(std::vector<std::string> searchFolders);
+  LinuxSystemInformation(std::vector<std::string> searchFolders, Facts facts);
 
   std::vector<std::string> allApplicationsPaths() override;
   std::optional<std::string> computerSerialNumber() const override;

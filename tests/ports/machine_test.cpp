@@ -1,0 +1,178 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "ports/linux/english_localization.h"
+#include "ports/linux/glib_run_loop.h"
+#include "ports/linux/linux_system_information.h"
+#include "ports/linux/logind_wake.h"
+#include "ports/posix/system_clock.h"
+
+namespace revwarden {
+namespace {
+
+/// What a shell command writes, without the last line break.
+std::string shell(const std::string& command) {
+  std::string output;
+  FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r");
+  for (int c; (c = fgetc(pipe)) != EOF;) output += static_cast<char>(c);
+  pclose(pipe);
+  if (output.ends_with('\n')) output.pop_back();
+  return output;
+}
+
+/// A system bus of the test's own, with python3-dbusmock for the login manager.
+class MockedSystemBus {
+ public:
+  MockedSystemBus() {
+    const std::string started =
+        shell("dbus-daemon --session --fork --nosyslog --print-address=1 --print-pid=1");
+    const size_t lineEnd = started.find('\n');
+    daemon_ = started.substr(lineEnd + 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", started.substr(0, lineEnd).c_str(), 1);
+    logind_ =
+        shell("/usr/bin/python3 -m dbusmock --system --template logind >/dev/null 2>&1 & echo $!");
+  }
+  ~MockedSystemBus() {
+    unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    shell("kill " + logind_ + " " + daemon_);
+  }
+
+  static bool announce(bool goesToSleep) {
+    return shell(
+               "gdbus call --system --dest org.freedesktop.login1 --object-path "
+               "/org/freedesktop/login1 --method org.freedesktop.DBus.Mock.EmitSignal "
+               "org.freedesktop.login1.Manager PrepareForSleep b '[<" +
+               std::string(goesToSleep ? "true" : "false") + ">]'") == "()";
+  }
+  static bool someoneListens() {
+    return shell(
+               "gdbus call --system --dest org.freedesktop.DBus --object-path "
+               "/org/freedesktop/DBus "
+               "--method org.freedesktop.DBus.Debug.Stats.GetAllMatchRules")
+               .find("PrepareForSleep") != std::string::npos;
+  }
+
+ private:
+  std::string daemon_, logind_;
+};
+
+bool eventually(const std::function<bool()>& condition) {
+  for (int attempt = 0; attempt < 500; ++attempt) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
+TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
+  if (shell("/usr/bin/python3 -c 'import dbusmock; print(1)'") != "1") {
+    GTEST_SKIP() << "python3-dbusmock is not installed";
+  }
+  const MockedSystemBus bus;
+  const auto loop = GLibRunLoop::create();
+  auto wake = LogindWake::create();
+  std::atomic<int> first = 0, second = 0;
+  std::unique_ptr<Observation> once, always;
+  once = wake->observeDidWake([&] {
+    ++first;
+    once.reset();
+  });
+  always = wake->observeDidWake([&] { ++second; });
+  std::thread story([&] {
+    EXPECT_TRUE(eventually([&] { return bus.someoneListens() && bus.announce(true); }));
+    EXPECT_TRUE(bus.announce(false));
+    EXPECT_TRUE(bus.announce(true));
+    EXPECT_TRUE(bus.announce(false));
+    EXPECT_TRUE(eventually([&] { return second >= 2; }));
+    loop->postAndWait([&] { wake.reset(); });
+    EXPECT_TRUE(eventually([&] { return !bus.someoneListens(); }));
+    loop->end();
+  });
+  loop->run();
+  story.join();
+  EXPECT_EQ(second, 2) << "going to sleep is no wake";
+  EXPECT_EQ(first, 1);
+}
+
+TEST(LogindWakeTest, IsQuietWithoutABusAndDeliversByHand) {
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
+  testing::internal::CaptureStderr();
+  const auto loop = GLibRunLoop::create();
+  auto wake = LogindWake::create();
+  LogindWake::create().reset();  // gone before it could connect
+  int wakes = 0;
+  std::unique_ptr<Observation> late, doomed;
+  const auto observation = wake->observeDidWake([&] {
+    ++wakes;
+    doomed.reset();
+    late = wake->observeDidWake([&] { wakes += 100; });
+  });
+  doomed = wake->observeDidWake([&] { wakes += 10; });
+  wake->deliver();
+  EXPECT_EQ(wakes, 1) << "neither the one ended nor the one added by a handler is called";
+  const auto stop =
+      loop->addTimer(Date{SystemClock().now().secondsSince1970 + 0.1}, [&] { loop->end(); });
+  loop->run();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+}
+
+class SystemInformationTest : public testing::Test {
+ protected:
+  SystemInformationTest() {
+    std::string pattern = testing::TempDir() + "/revwarden-machine-XXXXXX";
+    folder_ = mkdtemp(pattern.data());
+  }
+  ~SystemInformationTest() override { std::filesystem::remove_all(folder_); }
+
+  LinuxSystemInformation with(const std::string& serialNumber, const std::string& release,
+                              const std::string& machine = "x86_64") {
+    std::ofstream(folder_ + "/serial") << serialNumber;
+    std::ofstream(folder_ + "/release") << release;
+    return {{}, {folder_ + "/serial", {folder_ + "/missing", folder_ + "/release"}, machine}};
+  }
+
+  std::string folder_;
+};
+
+TEST_F(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
+  EXPECT_EQ(with(" PF2ABC1-x \n", "").computerSerialNumber(), "PF2ABC1-x");
+  for (const char* unknown : {"", " \n", "None\n", "To be filled by O.E.M.\n", "000-0", "\xff\n"}) {
+    EXPECT_EQ(with(unknown, "").computerSerialNumber(), std::nullopt) << unknown;
+  }
+  EXPECT_EQ(with("", "ID=x\nPRETTY_NAME=\"Tuxo \\\"12\\\" \\$1 'a' \\n\"\n").systemVersionString(),
+            "Tuxo \"12\" $1 'a' \\n");
+  EXPECT_EQ(with("", "#PRETTY_NAME=no\nPRETTY_NAME=old\nPRETTY_NAME='a \\ \"b\"'\r\n")
+                .systemVersionString(),
+            "a \\ \"b\"");
+  for (const char* useless : {"", "PRETTY_NAME=\n", "PRETTY_NAME=\"\xc3\"\n"}) {
+    EXPECT_THAT(with("", useless).systemVersionString(), testing::StartsWith("Linux ")) << useless;
+  }
+  EXPECT_TRUE(with("", "", "ppc64le").isPowerPC());
+  EXPECT_FALSE(with("", "", "aarch64").isPowerPC());
+  EXPECT_TRUE(with("", "", "aarch64").is64BitCapable());
+  EXPECT_FALSE(with("", "", "i686").is64BitCapable());
+}
+
+TEST(EnglishLocalizationTest, CountsAndInsertsTextAsItStands) {
+  const EnglishLocalization english;
+  const std::string format = "Updates for %?1$u applications: %2$@. %1";
+  EXPECT_EQ(english.KQLocalizedNumberStringWithFormat(format, 3, "%?1$u %2$@ %s"),
+            "Updates for 3 applications: %?1$u %2$@ %s. %1");
+  EXPECT_EQ(english.KQLocalizedNumberStringWithFormat(format, 1, "A"),
+            "Updates for 1 application: A. %1");
+}
+
+}  // namespace
+}  // namespace revwarden
