@@ -1,0 +1,225 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ports/linux/file_user_defaults.h"
+#include "ports/linux/property_list.h"
+
+namespace revwarden {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+namespace fs = std::filesystem;
+
+class DefaultsTest : public testing::Test {
+ protected:
+  ~DefaultsTest() override { fs::remove_all(base_); }
+
+  void write(const std::string& contents) {
+    fs::create_directories(fs::path(file_).parent_path());
+    std::ofstream(file_) << contents;
+  }
+  std::optional<Value> stored() const {
+    std::ifstream file(file_);
+    return readPropertyList(std::string(std::istreambuf_iterator<char>(file), {}));
+  }
+  std::vector<std::string> names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(fs::path(file_).parent_path())) {
+      names.push_back(entry.path().filename());
+    }
+    return names;
+  }
+  bool save(FileUserDefaults& defaults, const Dictionary& dictionary) {
+    defaults.setDictionary(dictionary, "KQRWAgent");
+    return defaults.synchronize();
+  }
+  /// Runs `body` in a child process and returns its exit status, or minus the signal that ended it.
+  static int inChild(const std::function<int()>& body) {
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+  }
+
+  static std::string newFolder() {
+    std::string name = testing::TempDir() + "/revwarden_defaults.XXXXXX";
+    return mkdtemp(name.data());
+  }
+
+  const std::string base_ = newFolder();
+  const std::string file_ = base_ + "/config/revwarden/defaults.plist";
+  std::vector<std::string> diagnostics_;
+  std::function<void(std::string)> diagnose_ = [this](std::string line) {
+    diagnostics_.push_back(std::move(line));
+  };
+  FileUserDefaults defaults_{file_, diagnose_};
+  const Dictionary one_{{"n", 1}};
+  const Dictionary two_{{"n", 2}};
+};
+
+TEST_F(DefaultsTest, StoreInAFreshPrivateFolder) {
+  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
+  EXPECT_TRUE(defaults_.synchronize());
+  EXPECT_FALSE(fs::exists(file_));
+  const mode_t mask = umask(0777);
+  EXPECT_TRUE(save(defaults_, one_));
+  umask(mask);
+  struct stat status {};
+  ASSERT_EQ(stat(file_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600u);
+  EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), one_);
+  EXPECT_EQ(FileUserDefaults(file_, diagnose_).dictionaryForKey("KQRWAgent"), one_);
+  EXPECT_THAT(names(), SizeIs(1));
+  EXPECT_THAT(diagnostics_, IsEmpty());
+}
+
+TEST_F(DefaultsTest, KeepForeignKeysAndSeeForeignChanges) {
+  write(
+      "<plist><dict><key>Other</key><array><real>1</real></array><key>KQRWAgent</key><string>x"
+      "</string></dict></plist>");
+  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));  // of a wrong type
+  EXPECT_TRUE(save(defaults_, one_));
+  EXPECT_EQ(stored(), Value(Dictionary{{"Other", Array({1.0})}, {"KQRWAgent", one_}}));
+  // Written by another at any moment, in place or anew: it is seen, and kept by the next save.
+  for (const std::string key : {"A", "B", "C"}) {
+    write(writeXmlPropertyList(Dictionary{{key, 1}, {"KQRWAgent", two_}}));
+    EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), two_);
+    EXPECT_TRUE(save(defaults_, one_));
+    EXPECT_EQ(stored(), Value(Dictionary{{key, 1}, {"KQRWAgent", one_}}));
+  }
+  fs::remove(file_);
+  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
+}
+
+TEST_F(DefaultsTest, ShareWhatWasSet) {
+  const Dictionary big{{"items", Array({Dictionary{{"name", "x"}}})}};
+  EXPECT_TRUE(save(defaults_, big));
+  const std::optional<Dictionary> read = defaults_.dictionaryForKey("KQRWAgent");
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->begin(), big.begin());  // the same memory
+}
+
+TEST_F(DefaultsTest, SetADamagedFileAside) {
+  write("");
+  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
+  write("<plist><array/></plist>");
+  EXPECT_TRUE(save(defaults_, one_));
+  EXPECT_THAT(names(), testing::UnorderedElementsAre("defaults.plist", "defaults.plist.damaged-1",
+                                                     "defaults.plist.damaged-2"));
+  EXPECT_EQ(fs::file_size(file_ + ".damaged-2"), 23u);
+  EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
+  EXPECT_THAT(diagnostics_, SizeIs(2));
+}
+
+TEST_F(DefaultsTest, NeverReplaceAFileThatCannotBeRead) {
+  fs::create_directories(file_);
+  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
+  EXPECT_FALSE(save(defaults_, one_));
+  EXPECT_TRUE(fs::is_directory(file_));
+  EXPECT_THAT(diagnostics_.at(0), HasSubstr("cannot read"));
+  fs::remove(file_);
+  EXPECT_TRUE(defaults_.synchronize());  // what was set is still there to be written
+  EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
+
+  if (geteuid() != 0) GTEST_SKIP() << "changing to another user needs root";
+  chmod(file_.c_str(), 0);
+  for (fs::path folder = fs::path(file_).parent_path(); folder != fs::path(base_).parent_path();
+       folder = folder.parent_path()) {
+    chmod(folder.c_str(), 0777);
+  }
+  EXPECT_EQ(inChild([&] {
+              if (setuid(65534) != 0) return 9;
+              FileUserDefaults other(file_, [](const std::string&) {});
+              return save(other, two_) ? 1 : 0;
+            }),
+            0);
+  chmod(file_.c_str(), 0600);
+  EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
+}
+
+TEST_F(DefaultsTest, LeaveTheOldFileWholeWhenAWriteFails) {
+  EXPECT_TRUE(save(defaults_, one_));
+  EXPECT_EQ(inChild([&] {
+              signal(SIGXFSZ, SIG_IGN);
+              const rlimit tight{1000, RLIM_INFINITY};
+              setrlimit(RLIMIT_FSIZE, &tight);
+              if (save(defaults_, Dictionary{{"x", std::string(100'000, 'x')}})) return 1;
+              if (diagnostics_.empty() || names().size() != 1) return 2;
+              const rlimit wide{RLIM_INFINITY, RLIM_INFINITY};
+              setrlimit(RLIMIT_FSIZE, &wide);
+              if (defaults_.dictionaryForKey("KQRWAgent") != one_) return 3;
+              return defaults_.synchronize() && fs::file_size(file_) > 100'000 ? 0 : 4;
+            }),
+            0);
+}
+
+TEST_F(DefaultsTest, SurviveBeingKilledAtAnyMoment) {
+  const auto records = [](int generation) {
+    std::vector<Value> items(2000, Dictionary{{"generation", generation}, {"text", "some text"}});
+    return Dictionary{{"generation", generation}, {"items", Array(std::move(items))}};
+  };
+  EXPECT_TRUE(save(defaults_, records(0)));
+  int64_t last = 0;
+  for (int round = 0; round < 30; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      for (int i = static_cast<int>(last) + 1;; ++i) save(defaults_, records(i));
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(2000 + round * 1700));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const std::optional<Dictionary> read = defaults_.dictionaryForKey("KQRWAgent");
+    ASSERT_TRUE(read);
+    const int64_t generation = read->integerFor("generation");
+    EXPECT_GE(generation, last);
+    EXPECT_EQ(*read, records(static_cast<int>(generation)));
+    last = generation;
+  }
+  EXPECT_GT(last, 0);
+  EXPECT_THAT(diagnostics_, IsEmpty());
+  std::ofstream(file_ + "." + std::to_string(getpid()) + ".tmp") << "of an earlier process";
+  std::ofstream(file_ + ".1.tmp") << "of a process that lives";
+  std::ofstream(file_ + ".mine.tmp") << "of somebody else";
+  EXPECT_TRUE(save(defaults_, one_));
+  EXPECT_THAT(names(), testing::UnorderedElementsAre("defaults.plist", "defaults.plist.1.tmp",
+                                                     "defaults.plist.mine.tmp"));
+}
+
+TEST_F(DefaultsTest, FinishTheWriteUnderWayAndNoOther) {
+  std::vector<Value> items(20'000, Dictionary{{"text", "some text"}});
+  const Dictionary big{{"items", Array(std::move(items))}};
+  std::atomic<int> written = 0;
+  std::thread writer([&] {
+    while (save(defaults_, big)) ++written;
+  });
+  while (written == 0) std::this_thread::yield();
+  EXPECT_TRUE(defaults_.finishWritesAndClose(30s));
+  const auto time = fs::last_write_time(file_);
+  writer.join();
+  EXPECT_EQ(fs::last_write_time(file_), time);
+  EXPECT_THAT(names(), SizeIs(1));
+  EXPECT_FALSE(save(defaults_, one_));
+  EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), big);
+}
+
+}  // namespace
+}  // namespace revwarden

@@ -1,0 +1,438 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/text.h"
+#include "ports/linux/linux_bundles.h"
+#include "ports/linux/property_list.h"
+#include "ports/posix/libxml_documents.h"
+
+namespace revwarden {
+namespace {
+
+using namespace std::string_literals;
+using testing::HasSubstr;
+
+std::string repeated(std::string_view text, size_t count) {
+  std::string result;
+  for (size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
+std::string utf16(std::string_view ascii, bool bigEndian) {
+  std::string result = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+  for (const char c : ascii) result += bigEndian ? std::string{'\0', c} : std::string{c, '\0'};
+  return result;
+}
+
+/// The root's text, or "error: " and the reason.
+std::string textOf(std::string_view document) {
+  const auto result = LibxmlDocuments().parse(document);
+  if (const auto* error = std::get_if<XmlDocuments::ParseError>(&result)) {
+    return "error: " + error->description;
+  }
+  return std::get<XmlElement>(result).stringValue();
+}
+
+TEST(XmlDocuments, KeepTheOrderOfMixedContent) {
+  const auto result = LibxmlDocuments().parse(
+      "<?xml version='1.0'?><!-- x --><a xmlns:p='u' p:k='1 &amp; &quot;2'> \n<b>x<![CDATA[<&]]>y"
+      "<?skip this?></b> tail<c/><!-- no -->&#x1F600;\r\n</a><!-- end -->");
+  const auto& root = std::get<XmlElement>(result);
+  EXPECT_EQ(root.name, "a");
+  EXPECT_EQ(root.attributes, (decltype(root.attributes){{"k", "1 & \"2"}}));
+  EXPECT_EQ(root.text, " \n");
+  ASSERT_EQ(root.children.size(), 2u);
+  EXPECT_EQ(root.children[0].text, "x<&y");
+  EXPECT_EQ(root.children[0].tail, " tail");
+  EXPECT_EQ(root.children[1].tail, "\xF0\x9F\x98\x80\n");
+}
+
+TEST(XmlDocuments, DecodeTheDeclaredEncoding) {
+  EXPECT_EQ(textOf("\xEF\xBB\xBF<a>\xC3\xA9</a>"), "\xC3\xA9");
+  EXPECT_EQ(textOf("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>"), "\xC3\xA9");
+  EXPECT_EQ(textOf("<?xml version='1.0' encoding='windows-1252'?><a>\x80</a>"), "\xE2\x82\xAC");
+  for (const bool bigEndian : {false, true}) {
+    const std::string body = repeated("<b>plain text</b>", 5000);
+    EXPECT_EQ(
+        textOf(utf16("<?xml version='1.0' encoding='UTF-16'?><a>" + body + "</a>", bigEndian)),
+        repeated("plain text", 5000));
+  }
+  EXPECT_THAT(textOf("<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>"),
+              HasSubstr("error: line"));
+  EXPECT_THAT(textOf("<?xml version='1.0' encoding='no-such'?><a/>"), HasSubstr("error: line"));
+}
+
+TEST(XmlDocuments, RefuseWhatIsNotWellFormed) {
+  for (const std::string& document :
+       {""s, "junk"s, "<a>"s, "<a></b>"s, "<a/>junk"s, "<a/><b/>"s, "<a>\x01</a>"s,
+        "<a>&none;</a>"s, "<a b='1' b='2'/>"s, "<a>&#0;</a>"s, "<a>"s + '\0' + "</a>",
+        "<a>\xED\xA0\x80</a>"s, repeated("<a>", 100'000),
+        repeated("<a>", 257) + repeated("</a>", 257)}) {
+    const std::string answer = textOf(document);
+    EXPECT_TRUE(answer.starts_with("error: ")) << document.substr(0, 40);
+    EXPECT_EQ(answer.find('\n'), answer.npos);
+  }
+  EXPECT_EQ(textOf(repeated("<a>", 256) + "x" + repeated("</a>", 256)), "x");
+  EXPECT_THAT(textOf("<a>\n\n<b></a>"), HasSubstr("line 3"));
+}
+
+TEST(XmlDocuments, ReplaceHarmlessEntitiesOnly) {
+  EXPECT_EQ(textOf("<!DOCTYPE a [<!ENTITY n 'Name &amp; <b>&#233;</b>'><!ENTITY m '&n;!'>]>"
+                   "<a>&m;&m;</a>"),
+            "Name & \xC3\xA9!Name & \xC3\xA9!");
+  const auto inAttribute =
+      LibxmlDocuments().parse("<!DOCTYPE a [<!ENTITY n 'x&#38;amp;y'>]><a k='&n;&n;'/>");
+  EXPECT_EQ(std::get<XmlElement>(inAttribute).attributes.at(0).second, "x&yx&y");
+
+  std::string bomb = "<!DOCTYPE a [<!ENTITY e0 'ha'>";
+  for (int i = 1; i < 30; ++i) {
+    const std::string earlier = "&e" + std::to_string(i - 1) + ";";
+    bomb += "<!ENTITY e" + std::to_string(i) + " '" + repeated(earlier, 10) + "'>";
+  }
+  const std::string wide = "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]>";
+  for (const std::string& document :
+       {bomb + "]><a>&e29;</a>", bomb + "]><a k='&e29;'/>",
+        wide + "<a>" + repeated("&e;", 99'999) + "</a>",
+        wide + "<a k='" + repeated("&e;", 99'999) + "'/>",
+        "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>"s,
+        "<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a k='&e;'/>"s,
+        "<!DOCTYPE a [<!ENTITY e '<b>'>]><a>&e;</b></a>"s,
+        "<!DOCTYPE a [<!ATTLIST b k CDATA '" + std::string(100'000, 'x') + "'>]><a>" +
+            repeated("<b/>", 50'000) + "</a>"}) {
+    EXPECT_THAT(textOf(document), HasSubstr("error: ")) << document.substr(0, 60);
+  }
+}
+
+TEST(XmlDocuments, ReadNothingFromOutside) {
+  const std::string secret = testing::TempDir() + "/revwarden_secret." + std::to_string(getpid());
+  std::ofstream(secret) << "<!ENTITY e 'secret'>";
+  const std::string url = "file://" + secret;
+  for (const std::string& document :
+       {"<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a>&e;</a>",
+        "<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a k='&e;'/>",
+        "<!DOCTYPE a [<!ENTITY % p SYSTEM '" + url + "'> %p;]><a>&e;</a>",
+        "<!DOCTYPE a SYSTEM '" + url + "'><a>&e;</a>"}) {
+    EXPECT_THAT(textOf(document), HasSubstr("error: "));
+  }
+  EXPECT_EQ(textOf("<!DOCTYPE a SYSTEM '" + url + "'><a>x</a>"), "x");
+  std::filesystem::remove(secret);
+}
+
+TEST(XmlDocuments, BoundTheTimeThatManyAttributesTake) {
+  std::string names;
+  for (int i = 0; i < 300'000; ++i) names += " a" + std::to_string(i) + "=''";
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_THAT(textOf("<a" + names + "/>"), HasSubstr("error: "));
+  EXPECT_THAT(textOf("<a>" + repeated("<b " + names.substr(0, 30'000) + "/>", 100) + "</a>"),
+              HasSubstr("error: "));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+TEST(XmlDocuments, WriteWhatReadsBack) {
+  const XmlElement child{"na me",
+                         {{"k", "<\"&\t\n\r'>"}, {"k", "again"}, {"1", ""}},
+                         "]]> a<b>&\r\n\t\"'\xC3\xA9",
+                         {},
+                         " tail\r"};
+  const XmlElement root{"root", {}, "", {child, XmlElement()}, ""};
+  const std::string data = LibxmlDocuments().xmlData(root);
+  EXPECT_TRUE(data.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?><root><name k=")) << data;
+  const auto read = std::get<XmlElement>(LibxmlDocuments().parse(data));
+  EXPECT_EQ(read.children.at(0).text, child.text);
+  EXPECT_EQ(read.children.at(0).tail, child.tail);
+  EXPECT_EQ(read.children.at(0).attributes.at(0), child.attributes.at(0));
+
+  // Whatever bytes come in, the document is sound, and holds those that are characters.
+  std::string bytes;
+  for (int first = 0; first < 256; ++first) {
+    for (const char* rest : {"", "x", "\x80", "\xBF\xBE", "\xBF\xBF", "\xA0\x80", "\x90\x80\x80"}) {
+      bytes += static_cast<char>(first) + std::string(rest);
+    }
+  }
+  const std::string all = LibxmlDocuments().xmlData({"a", {{"k", bytes}}, bytes, {}, ""});
+  EXPECT_TRUE(isValidUtf8(all));
+  const std::string text = textOf(all);
+  EXPECT_THAT(text, HasSubstr("\xF0\x90\x80\x80"));
+  EXPECT_EQ(std::get<XmlElement>(LibxmlDocuments().parse(all)).attributes.at(0).second, text);
+  EXPECT_EQ(text.find("\xEF\xBF\xBE"), text.npos);
+}
+
+std::string plist(std::string_view body) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC "
+         "\"-//Apple//DTD PLIST 1.0//EN\" \"http://127.0.0.1:1/none.dtd\">\n<plist "
+         "version=\"1.0\">" +
+         std::string(body) + "</plist>\n";
+}
+
+Value everyKind() {
+  const Value inner = Dictionary{{"", ""}, {"<key> &", "]]> \r\n\t text \xF0\x9F\x98\x80"}};
+  return Dictionary{{"true", true},
+                    {"false", false},
+                    {"zero", 0},
+                    {"one", 1},
+                    {"minus", -1},
+                    {"min", std::numeric_limits<int64_t>::min()},
+                    {"max", std::numeric_limits<int64_t>::max()},
+                    {"reals", Array({0.1, -1e300, 5e-324, 1.0, 1.0 / 3})},
+                    {"dates", Array({Date{0}, Date{-1}, Date{1.7e9}})},
+                    {"data", Array({Data{""}, Data{"a"}, Data{"ab"}, Data{"\0\xFF\x80 longer"s}})},
+                    {"empty", Array({Array(), Dictionary()})},
+                    {"nested", Array({Array({inner}), inner})}};
+}
+
+TEST(PropertyLists, ReadBackWhatTheyWrite) {
+  const std::string written = writeXmlPropertyList(everyKind());
+  const std::optional<Value> read = readPropertyList(written);
+  ASSERT_TRUE(read);
+  EXPECT_EQ(*read, everyKind());
+  const Dictionary root = *read->as<Dictionary>();
+  EXPECT_TRUE(root.find("true")->as<bool>());
+  EXPECT_TRUE(root.find("one")->as<int64_t>());
+  EXPECT_TRUE((*root.arrayFor("reals"))[3].as<double>());
+
+  plist_t parsed = nullptr;
+  plist_from_xml(written.data(), static_cast<uint32_t>(written.size()), &parsed);
+  char* binary = nullptr;
+  uint32_t size = 0;
+  plist_to_bin(parsed, &binary, &size);
+  EXPECT_EQ(readPropertyList({binary, size}), everyKind());
+  // No damage to a binary list may crash, or be worse than a wrong value.
+  for (size_t i = 0; i < size; ++i) {
+    for (const char change : {'\x01', '\x10', '\x7F', '\xFF'}) {
+      std::string damaged(binary, size);
+      damaged[i] = static_cast<char>(damaged[i] ^ change);
+      readPropertyList(damaged);
+    }
+    EXPECT_FALSE(readPropertyList({binary, i}));
+  }
+  free(binary);
+  plist_free(parsed);
+}
+
+TEST(PropertyLists, DatesAreCutOffTowardThePastAndStayInRange) {
+  const auto written = [](double seconds) {
+    const std::string text = writeXmlPropertyList(Date{seconds});
+    return text.substr(text.find("<date>") + 6, 20);
+  };
+  EXPECT_EQ(written(1700000000.999), "2023-11-14T22:13:20Z");
+  EXPECT_EQ(written(-0.25), "1969-12-31T23:59:59Z");
+  EXPECT_EQ(written(951782400), "2000-02-29T00:00:00Z");
+  EXPECT_EQ(readPropertyList(writeXmlPropertyList(Date{951782400})), Value(Date{951782400}));
+  EXPECT_EQ(written(1e300), "9999-12-31T23:59:59Z");
+  EXPECT_EQ(written(-INFINITY), "0001-01-01T00:00:00Z");
+  EXPECT_EQ(written(NAN), "0001-01-01T00:00:00Z");
+  for (const std::string_view wrong : {"", "2023-02-29T00:00:00Z", "2023-13-01T00:00:00Z",
+                                       "2023-01-01T24:00:00Z", "2023-01-01 00:00:00Z"}) {
+    EXPECT_FALSE(readPropertyList(plist("<date>" + std::string(wrong) + "</date>"))) << wrong;
+  }
+}
+
+TEST(PropertyLists, TolerateWhatHonestWritersDo) {
+  const Value expected = Dictionary{{"k", "v"}};
+  const std::string body = "<dict><!-- c --><key>k</key>\n<string>v</string></dict>";
+  EXPECT_EQ(readPropertyList("\xEF\xBB\xBF" + plist(body)), expected);
+  EXPECT_EQ(readPropertyList("\n " + plist(body)), expected);
+  EXPECT_EQ(readPropertyList(body), expected);
+  EXPECT_EQ(readPropertyList("<dict><key>k</key><string>u</string>" + body.substr(6)), expected);
+  EXPECT_EQ(readPropertyList(utf16("<plist>" + body + "</plist>", true)), expected);
+  EXPECT_EQ(readPropertyList(utf16("<plist>" + body + "</plist>", false)), expected);
+  EXPECT_EQ(readPropertyList(plist("<integer> +12\n</integer>")), Value(12));
+  EXPECT_EQ(readPropertyList(plist("<integer>0xFF</integer>")), Value(255));
+  EXPECT_EQ(readPropertyList(plist("<integer>18446744073709551616</integer>")),
+            Value(18446744073709551616.0));
+  EXPECT_EQ(readPropertyList(plist("<data>\n\tYWJj\n\tZA==\n</data>")), Value(Data{"abcd"}));
+  EXPECT_TRUE(readPropertyList(plist(repeated("<array>", 128) + repeated("</array>", 128))));
+}
+
+TEST(PropertyLists, RefuseEverythingElse) {
+  for (const std::string& body : {""s,
+                                  "text"s,
+                                  "<dict><key>k</key></dict>"s,
+                                  "<dict><string>v</string></dict>"s,
+                                  "<dict><key>k</key><key>l</key></dict>"s,
+                                  "<array><key>k</key></array>"s,
+                                  "<key>k</key>"s,
+                                  "<true/><true/>"s,
+                                  "<true>yes</true>"s,
+                                  "<string><b/></string>"s,
+                                  "<dict>text</dict>"s,
+                                  "<integer></integer>"s,
+                                  "<integer>1 2</integer>"s,
+                                  "<integer>0x</integer>"s,
+                                  "<real>1,5</real>"s,
+                                  "<null/>"s,
+                                  "<plist/>"s,
+                                  "<dict><plist/></dict>"s,
+                                  repeated("<array>", 129) + repeated("</array>", 129),
+                                  repeated("<dict><key>k</key>", 100'000)}) {
+    EXPECT_FALSE(readPropertyList(plist(body))) << body.substr(0, 60);
+  }
+  EXPECT_FALSE(readPropertyList(plist("<true/>") + "junk"));
+  EXPECT_FALSE(readPropertyList("{ old = form; }"));
+}
+
+/// A binary list of the objects, with references and offsets of two bytes; the first is the root.
+std::string binaryList(const std::vector<std::string>& objects) {
+  const auto number = [](uint64_t value, int size) {
+    std::string bytes;
+    while (size-- > 0) bytes += static_cast<char>(value >> 8 * size & 0xFF);
+    return bytes;
+  };
+  std::string list = "bplist00";
+  std::string offsets;
+  for (const std::string& object : objects) {
+    offsets += number(list.size(), 2);
+    list += object;
+  }
+  const size_t table = list.size();
+  return list + offsets + std::string(6, '\0') + "\2\2" + number(objects.size(), 8) + number(0, 8) +
+         number(table, 8);
+}
+
+TEST(PropertyLists, SurviveHostileBinaryLists) {
+  const auto arrayOf = [](int reference, int count) {
+    std::string object(1, static_cast<char>(0xA0 + count));
+    for (int i = 0; i < count; ++i)
+      object += {static_cast<char>(reference >> 8), static_cast<char>(reference)};
+    return object;
+  };
+  EXPECT_EQ(readPropertyList(binaryList({arrayOf(1, 2), "\x51x"})), Value(Array({"x", "x"})));
+  EXPECT_FALSE(readPropertyList(binaryList({arrayOf(0, 1)})));
+  EXPECT_FALSE(readPropertyList(binaryList({arrayOf(1, 1), arrayOf(0, 1)})));
+  EXPECT_FALSE(readPropertyList(binaryList({"\xD1\0\1\0\1"s, "\x09"})));  // the key is no text
+  EXPECT_FALSE(readPropertyList(binaryList({"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s})));
+  EXPECT_FALSE(readPropertyList(binaryList({"\xDF\x13\x80\0\0\0\0\0\0\0"s})));
+  EXPECT_FALSE(readPropertyList(binaryList({"\x52\xFF\xFE"s})));
+  EXPECT_FALSE(readPropertyList(binaryList({"\xD1\0\1\0\1"s, "\x51\0"s})));
+  EXPECT_FALSE(readPropertyList(binaryList({"\xD1\0\1\0\1"s, "\x62\0x\0\0"s})));
+  EXPECT_FALSE(readPropertyList("bplist00"));
+  std::vector<std::string> deep;
+  std::vector<std::string> unfolding;
+  for (int i = 1; i <= 10'000; ++i) deep.push_back(arrayOf(i, 1));
+  for (int i = 1; i <= 40; ++i) unfolding.push_back(arrayOf(i, 14));
+  deep.push_back("\x09");
+  unfolding.push_back("\x09");
+  EXPECT_FALSE(readPropertyList(binaryList(deep)));
+  EXPECT_FALSE(readPropertyList(binaryList(unfolding)));
+}
+
+class BundleTest : public testing::Test {
+ protected:
+  ~BundleTest() override { std::filesystem::remove_all(folder_); }
+
+  std::string bundle(const std::string& place, const std::string& contents) {
+    const std::filesystem::path file = folder_ + "/A.app/" + place;
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << contents;
+    return folder_ + "/A.app";
+  }
+  static std::string info(const std::string& name, const std::string& more = "") {
+    return plist("<dict><key>CFBundleName</key><string>" + name + "</string>" + more + "</dict>");
+  }
+  std::string nameOf(const std::string& path) {
+    const auto read = bundles_.threadSafeBundleWithPath(path);
+    return read ? read->bundleName.value_or("(none)") : "(null)";
+  }
+
+  static std::string newFolder() {
+    std::string name = testing::TempDir() + "/revwarden_bundles.XXXXXX";
+    return mkdtemp(name.data());
+  }
+
+  const std::string folder_ = newFolder();
+  LinuxBundles bundles_{"1.2", folder_ + "/A.app"};
+};
+
+TEST_F(BundleTest, TakesOnlyTheTopValuesAndOnlyOfTheRightType) {
+  const std::string path = bundle(
+      "Contents/Info.plist",
+      info("",
+           "<key>Types</key><array><dict><key>CFBundleIdentifier</key><string>no</string></dict>"
+           "<integer>1</integer></array><key>CFBundleVersion</key><real>2.5</real>"
+           "<key>CFBundleShortVersionString</key><true/><key>CFBundleIdentifier</key><array/>"));
+  const auto read = bundles_.threadSafeBundleWithPath(path);
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->bundleName, "");
+  EXPECT_EQ(read->bundleVersion, Value(2.5));
+  EXPECT_FALSE(read->bundleIdentifier || read->shortVersionString);
+  for (const std::string wrong :
+       {"<integer>x</integer>", "<dict><key>k</key></dict>", "<what/>", "<"}) {
+    EXPECT_EQ(nameOf(bundle("Contents/Info.plist", info("x", "<key>k</key>" + wrong))), "(null)");
+  }
+  EXPECT_EQ(bundles_.threadSafeMainBundle()->shortVersionString, Value("1.2"));
+}
+
+TEST_F(BundleTest, ReadsTheFirstPlaceAgainWhenItChanged) {
+  const std::string path = bundle("Resources/Info.plist", info("resources"));
+  EXPECT_EQ(nameOf(path), "resources");
+  bundle("Info.plist", info("top"));
+  EXPECT_EQ(nameOf(path), "top");
+  bundle("Contents/Info.plist", info("one"));
+  EXPECT_EQ(nameOf(path), "one");
+  for (const std::string name : {"two", "six", "ten"}) {  // same length, within one tick
+    bundle("Contents/Info.plist", info(name));
+    EXPECT_EQ(nameOf(path), name);
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  const auto first = bundles_.threadSafeBundleWithPath(path);
+  EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first);  // the very same
+  bundles_.flushBundleCachesForPath(path);
+  EXPECT_NE(bundles_.threadSafeBundleWithPath(path), first);
+  std::filesystem::remove_all(path);
+  EXPECT_EQ(nameOf(path), "(null)");
+  EXPECT_EQ(nameOf(std::string(10'000, 'x')), "(null)");
+}
+
+TEST_F(BundleTest, NeverWaitsForWhatIsNoFile) {
+  const std::string path = bundle("Contents/other", "");
+  const std::string file = path + "/Contents/Info.plist";
+  ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+  EXPECT_EQ(nameOf(path), "(null)");
+  std::filesystem::remove(file);
+  std::filesystem::create_symlink("/dev/zero", file);
+  EXPECT_EQ(nameOf(path), "(null)");
+  std::filesystem::remove(file);
+  std::ofstream(file) << info("big");
+  std::filesystem::resize_file(file, (size_t{16} << 20) + 1);
+  EXPECT_EQ(nameOf(path), "(null)");
+}
+
+TEST_F(BundleTest, FindsResourcesOfThePlugin) {
+  bundle("Contents/Resources/installPkg", "");
+  EXPECT_EQ(bundles_.pathForPluginResource("installPkg"),
+            folder_ + "/A.app/Contents/Resources/installPkg");
+  for (const std::string_view name : {"", "..", "none", "../Resources/installPkg"}) {
+    EXPECT_FALSE(bundles_.pathForPluginResource(name));
+  }
+}
+
+TEST_F(BundleTest, ServesManyThreads) {
+  const std::string path = bundle("Contents/Info.plist", info("name"));
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 300; ++i) {
+        if (i % 7 == 0) bundles_.flushBundleCachesForPath(path);
+        EXPECT_EQ(nameOf(path), "name");
+        EXPECT_EQ(nameOf(path + std::to_string(i)), "(null)");
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace revwarden
