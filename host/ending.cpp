@@ -13,7 +13,9 @@
 #endif
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
 #include <sanitizer/lsan_interface.h>
-#define REVWARDEN_CHECKS_LEAKS 1
+#define REVWARDEN_CHECK_LEAKS() __lsan_do_leak_check()
+#else
+#define REVWARDEN_CHECK_LEAKS() static_cast<void>(0)
 #endif
 
 namespace revwarden {
@@ -31,6 +33,7 @@ sigset_t endingSignals() {
 
 [[noreturn]] void endNow(const std::function<void()>& release) {
   release();
+  REVWARDEN_CHECK_LEAKS();  // _exit skips it
   ::_exit(0);
 }
 
@@ -50,16 +53,9 @@ void endAfterPatience(const std::function<void()>& release) {
   const sigset_t signals = endingSignals();
   int signal = 0;
   while (::sigwait(&signals, &signal) != 0) continue;
-#ifdef REVWARDEN_CHECKS_LEAKS
-  finish();
-  release();
-  __lsan_do_leak_check();  // _exit would skip it
-  ::_exit(0);
-#else
   endAfterPatience(release);
   finish();
   endNow(release);
-#endif
 }
 
 }  // namespace

@@ -84,8 +84,8 @@ TEST_F(Rpc, RubbishGetsTheErrorThatTheStandardNames) {
     EXPECT_EQ(errorOf(line + params + "}"), kRpcInvalidParams) << params;
   }
   // Neither parsing nor freeing it may exhaust the stack.
-  EXPECT_EQ(errorOf(std::string(1 << 20, '[')), kRpcParseError);
-  EXPECT_EQ(answer(std::string(1 << 20, '[') + std::string(1 << 20, ']'))[0]["error"]["code"],
+  EXPECT_EQ(errorOf(std::string(1 << 18, '[')), kRpcParseError);
+  EXPECT_EQ(answer(std::string(1 << 18, '[') + std::string(1 << 18, ']'))[0]["error"]["code"],
             kRpcInvalidRequest);
 }
 
