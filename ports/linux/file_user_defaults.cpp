@@ -111,7 +111,31 @@ void FileUserDefaults::setDictionary(const Dictionary& dictionary, std::string_v
 
 bool FileUserDefaults::synchronize() {
   const std::lock_guard lock(mutex_);
-  if (isClosed_) return false;
+  if (!beginWrite()) return false;
+  const bool written = writePending();
+  endWrite();
+  return written;
+}
+
+bool FileUserDefaults::finishWritesAndClose(std::chrono::milliseconds limit) {
+  std::unique_lock lock(writeMutex_);
+  isClosed_ = true;
+  return writeEnded_.wait_for(lock, limit, [this] { return !isWriting_; });
+}
+
+bool FileUserDefaults::beginWrite() {
+  const std::lock_guard lock(writeMutex_);
+  isWriting_ = !isClosed_;
+  return isWriting_;
+}
+
+void FileUserDefaults::endWrite() {
+  const std::lock_guard lock(writeMutex_);
+  isWriting_ = false;
+  writeEnded_.notify_all();
+}
+
+bool FileUserDefaults::writePending() {
   if (pending_.empty()) return true;
   if (!refresh()) return false;
   DictionaryBuilder builder(root_);
@@ -121,12 +145,6 @@ bool FileUserDefaults::synchronize() {
   root_ = std::move(root);
   pending_.clear();
   return true;
-}
-
-bool FileUserDefaults::finishWritesAndClose(std::chrono::milliseconds limit) {
-  isClosed_ = true;
-  const std::unique_lock lock(mutex_, limit);
-  return lock.owns_lock();
 }
 
 // Brings `root_` up to date with the file. False when that cannot be read.
