@@ -18,6 +18,7 @@ enum class Kind : unsigned char {
   alpha,
   beta,
   candidate,
+  qualifier,
   end,
   word,
   build,
@@ -27,7 +28,7 @@ enum class Kind : unsigned char {
 
 struct Step {
   Kind kind;
-  std::string_view text;  // a number without leading zeros, or letters
+  std::string_view text;  // a number without leading zeros, or what a word says
 };
 
 struct Stage {
@@ -57,8 +58,9 @@ constexpr std::array kStages = {
     Stage{"candidate", Kind::candidate},
 };
 constexpr std::array kStageLetters = {
-    Stage{"d", Kind::development}, Stage{"a", Kind::alpha},     Stage{"m", Kind::alpha},
-    Stage{"b", Kind::beta},        Stage{"c", Kind::candidate},
+    Stage{"d", Kind::development},
+    Stage{"a", Kind::alpha},
+    Stage{"b", Kind::beta},
 };
 
 constexpr bool isDigit(char c) {
@@ -79,11 +81,12 @@ std::strong_ordering compareWords(std::string_view a, std::string_view b) {
 
 std::strong_ordering compareSteps(const Step& a, const Step& b) {
   if (a.kind != b.kind) return a.kind <=> b.kind;
-  if (a.kind == Kind::word || a.kind == Kind::letter) return compareWords(a.text, b.text);
-  if (a.kind != Kind::number) return std::strong_ordering::equal;
+  if (a.kind != Kind::number) return compareWords(a.text, b.text);
   if (a.text.size() != b.text.size()) return a.text.size() <=> b.text.size();
   return a.text.compare(b.text) <=> 0;
 }
+
+constexpr std::string_view kWordJoints = ".-_ ";
 
 /// Cuts a text into steps.
 class StepReader {
@@ -150,26 +153,36 @@ class StepReader {
     const size_t begin = at_;
     while (at_ < text_.size() && isLetter()) ++at_;
     const std::string_view word = text_.substr(begin, at_ - begin);
-    const bool glued = begin > 0 && isDigit(text_[begin - 1]);
-    const Kind kind = kindOf(word, glued ? Kind::letter : Kind::word);
+    const Kind kind = kindOf(word, begin > 0 ? text_[begin - 1] : '\0');
     const bool numberFollows = lastDigit_ != std::string_view::npos && lastDigit_ >= at_;
     if (kind == Kind::word && !sawNumber_ && numberFollows) return;  // a label
     endGroup();
     if (kind > Kind::end) append(builds_, words_);
-    words_.push_back({kind, word});
+    words_.push_back({kind, kind < Kind::qualifier ? std::string_view() : word});
     if (!sawNumber_ && numberFollows) return;  // a label, with a stage
     group_ = &words_;
     memberEnd_ = at_;
-    joints_ = ".-_ ";
+    joints_ = kWordJoints;
   }
 
-  Kind kindOf(std::string_view word, Kind otherwise) const {
+  // What the word that ends here is, with the character in front of it.
+  Kind kindOf(std::string_view word, char before) const {
     const auto named = [&](const Stage& stage) { return compareWords(stage.word, word) == 0; };
     const auto stage = std::find_if(kStages.begin(), kStages.end(), named);
     if (stage != kStages.end()) return stage->kind;
-    if (at_ == text_.size() || !isDigit(text_[at_])) return otherwise;
     const auto letter = std::find_if(kStageLetters.begin(), kStageLetters.end(), named);
-    return letter != kStageLetters.end() ? letter->kind : otherwise;
+    if (letter != kStageLetters.end() && digitAt(at_)) return letter->kind;
+    if (isDigit(before)) return Kind::letter;
+    const bool behindRelease = sawNumber_ && words_.empty() && builds_.empty();
+    return before == '-' && behindRelease && !ownsNumber() ? Kind::qualifier : Kind::word;
+  }
+
+  bool digitAt(size_t at) const { return at < text_.size() && isDigit(text_[at]); }
+
+  // Whether a number follows that belongs to the word that ends here.
+  bool ownsNumber() const {
+    return digitAt(at_) ||
+           (digitAt(at_ + 1) && kWordJoints.find(text_[at_]) != std::string_view::npos);
   }
 
   void endGroup() {

@@ -13,20 +13,23 @@
 //     "1.2 (345)", "1.2,345", "1.2+45", "19.1.1-54734". A version with one more number is newer
 //     than any build (1.2-999 < 1.2.1); a build is newer than none (1.2 < 1.2-1).
 //  3. A word opens a group, too, and the numbers after it are its own, also when one of ". - _" or
-//  a
-//     space stands between: "beta2", "beta.2", "BETA-2" and "beta 2" are the same. Letter case says
-//     nothing.
+//     a space stands between: "beta2", "beta.2", "BETA-2" and "beta 2" are the same. Letter case
+//     says nothing.
 //  4. Words that name a stage on the way to a release make the version older than that release:
 //     2.0-dev < 2.0a1 < 2.0-beta.2 < 2.0rc1 < 2.0. A stage counts before the build groups in front
-//     of it: 2.0-48.beta is a beta of 2.0. The letters d, a, b, c and m name a stage only when a
-//     number follows at once; else rule 5 holds.
-//  5. Every other word makes it newer, and words go by the alphabet: 1.0.2 < 1.0.2k < 1.0.2l.
+//     of it: 2.0-48.beta is a beta of 2.0. The letters d, a and b name a stage only when a number
+//     follows at once; else rule 5 holds.
+//  5. Other words make it newer, and go by the alphabet: 1.0.2 < 1.0.2k < 1.0.2l. Letters right
+//     behind a number are a patch level and count more than a build: 1.0.2-7 < 1.0.2k. Just one
+//     kind is older, as in semantic versioning: a word without a number that a hyphen ties to the
+//     version proper, 1.0rc1 < 1.0-trial < 1.0.
 //  6. Words in front of the first number are a label ("v2", "Version 3", "r12", "Build 77") and are
 //     passed over; a stage among them counts behind the number ("Beta 1.2" < "1.2").
 //
 // So two versions are compared step by step, and where one has ended and the other has not:
-// stage < end < build group < word < number. That is the dictionary order of two lists, and
-// therefore total: equal texts are equivalent, and no three versions go in a circle.
+// stage < hyphened word < end < word < build group < patch letters < number. That is the dictionary
+// order of two lists, and therefore total: equal texts are equivalent, and no three versions go in
+// a circle.
 //
 // Dates and hashes need no rule of their own. Characters outside ASCII are letters, save the spaces
 // and punctuation of U+00A0-U+00BF, U+2000-U+206F and U+3000-U+303F.

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -15,112 +13,87 @@
 
 namespace revwarden {
 
-/// One accepted connection, in the hands of a test's script.
-class ScriptedPeer {
- public:
-  explicit ScriptedPeer(int socket) : socket_(socket) {}
-  ScriptedPeer(const ScriptedPeer&) = delete;
-  ScriptedPeer& operator=(const ScriptedPeer&) = delete;
-  ~ScriptedPeer() { close(socket_); }
-
-  bool send(std::string_view bytes) const {
-    return ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
-           static_cast<ssize_t>(bytes.size());
-  }
-
-  /// Lets the close be a reset.
-  void resetOnClose() const {
-    const linger hard{1, 0};
-    setsockopt(socket_, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-  }
-
-  void waitUntilPeerCloses() const {
-    char byte;
-    while (recv(socket_, &byte, 1, 0) > 0) {
-    }
-  }
-
-  /// The whole request: its head and as much body as its Content-Length says.
-  std::string readRequest() const {
-    std::string request;
-    size_t wanted = std::string::npos;
-    char buffer[65536];
-    while (request.size() < wanted) {
-      const ssize_t count = recv(socket_, buffer, sizeof buffer, 0);
-      if (count <= 0) break;
-      request.append(buffer, static_cast<size_t>(count));
-      const size_t head = request.find("\r\n\r\n");
-      if (head == std::string::npos) continue;
-      const size_t length = request.find("Content-Length: ");
-      wanted = head + 4 + (length < head ? std::stoul(request.substr(length + 16)) : 0);
-    }
-    return request;
-  }
-
- private:
-  const int socket_;
-};
-
-/// An HTTP server on loopback that says exactly what the scripts tell it: one script a connection,
-/// after the request was read. The destructor waits for all scripts.
+/// An HTTP server on loopback that says exactly what its scripts tell it: one script a connection,
+/// called with the socket after the request was read. The destructor waits for all scripts.
 class ScriptedServer {
  public:
-  using Script = std::function<void(const ScriptedPeer&)>;
+  using Script = std::function<void(int socket)>;
 
   explicit ScriptedServer(std::vector<Script> scripts) : scripts_(std::move(scripts)) {
-    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    bind(listener_, reinterpret_cast<sockaddr*>(&address), size);
+    address_.sin_family = AF_INET;
+    address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address_;
+    bind(listener_, reinterpret_cast<sockaddr*>(&address_), size);
     listen(listener_, 8);
-    getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
+    getsockname(listener_, reinterpret_cast<sockaddr*>(&address_), &size);
     thread_ = std::thread([this] { serve(); });
   }
   ScriptedServer(const ScriptedServer&) = delete;
-  ScriptedServer& operator=(const ScriptedServer&) = delete;
-  ~ScriptedServer() {
-    join();
-    close(listener_);
-  }
+  ~ScriptedServer() { requests(), close(listener_); }
 
-  /// One script that answers these bytes.
+  static void say(int socket, std::string_view bytes) {
+    send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  }
+  /// The script that answers these bytes.
   static Script says(std::string bytes) {
-    return [bytes](const ScriptedPeer& peer) { peer.send(bytes); };
+    return [bytes](int socket) { say(socket, bytes); };
+  }
+  /// Lets the close be a reset.
+  static void resetOnClose(int socket) {
+    const linger hard{1, 0};
+    setsockopt(socket, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
   }
 
   std::string url(std::string_view path = "/") const {
-    return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+    return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + std::string(path);
+  }
+
+  /// Fills the queue of connections that nobody accepts; the sockets stay open.
+  void crowd() const {
+    for (int i = 0; i < 12; ++i) {
+      const int guest = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+      connect(guest, reinterpret_cast<const sockaddr*>(&address_), sizeof address_);
+    }
   }
 
   /// The requests of all connections, once all scripts have run.
   const std::vector<std::string>& requests() {
-    join();
+    if (!thread_.joinable()) return requests_;
+    shutdown(listener_, SHUT_RDWR);  // ends a wait for a connection that was never made
+    thread_.join();
     return requests_;
   }
 
  private:
   void serve() {
     for (const Script& script : scripts_) {
-      const ScriptedPeer peer(accept(listener_, nullptr, nullptr));
-      requests_.push_back(peer.readRequest());
-      script(peer);
+      const int socket = accept(listener_, nullptr, nullptr);
+      requests_.push_back(readRequest(socket));
+      script(socket);
+      close(socket);
     }
   }
 
-  // Ends a wait for a connection that was never made.
-  void join() {
-    if (!thread_.joinable()) return;
-    shutdown(listener_, SHUT_RDWR);
-    thread_.join();
+  // The head and as much body as its Content-Length says.
+  static std::string readRequest(int socket) {
+    std::string request;
+    size_t wanted = std::string::npos;
+    char buffer[65536];
+    for (ssize_t count; request.size() < wanted;) {
+      if ((count = recv(socket, buffer, sizeof buffer, 0)) <= 0) break;
+      request.append(buffer, static_cast<size_t>(count));
+      const size_t head = request.find("\r\n\r\n");
+      const size_t length = request.find("Content-Length: ");
+      if (head == std::string::npos) continue;
+      wanted = head + 4 + (length < head ? std::stoul(request.substr(length + 16)) : 0);
+    }
+    return request;
   }
 
   std::vector<Script> scripts_;
   std::vector<std::string> requests_;
-  int listener_ = -1;
-  int port_ = 0;
+  const int listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address_{};
   std::thread thread_;
 };
 
