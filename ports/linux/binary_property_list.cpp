@@ -77,7 +77,7 @@ std::optional<Value> dictionaryOf(plist_t node) {
     if (!item) break;
     std::optional<Value> value = valueOf(item);
     if (!key || !isValidUtf8(key) || !value) return std::nullopt;
-    entries.set(key, *std::move(value));
+    entries.set(std::string(key), *std::move(value));
   }
   return entries.build();
 }
@@ -121,7 +121,7 @@ std::optional<Value> entriesOf(plist_t root, const PropertyListKeys& keys) {
     if (!item) continue;
     std::optional<Value> value = valueOf(item);
     if (!value) return std::nullopt;
-    entries.set(key, *std::move(value));
+    entries.set(std::string(key), *std::move(value));
   }
   return entries.build();
 }

@@ -100,6 +100,7 @@ FileUserDefaults::FileUserDefaults(std::string path, std::function<void(std::str
 
 std::optional<Dictionary> FileUserDefaults::dictionaryForKey(std::string_view key) {
   const std::lock_guard lock(mutex_);
+  if (const auto set = pending_.find(key); set != pending_.end()) return set->second;
   if (!refresh()) return std::nullopt;
   return root_.dictionaryFor(key);
 }
@@ -138,6 +139,10 @@ void FileUserDefaults::endWrite() {
 bool FileUserDefaults::writePending() {
   if (pending_.empty()) return true;
   if (!refresh()) return false;
+  if (wasUnreadable_) {
+    diagnose_("not replacing " + path_ + ", which could not be read before");
+    return false;
+  }
   DictionaryBuilder builder(root_);
   for (const auto& [key, dictionary] : pending_) builder.set(key, dictionary);
   Dictionary root = builder.build();
@@ -161,14 +166,10 @@ bool FileUserDefaults::refresh() {
 bool FileUserDefaults::readRoot() {
   std::string contents;
   FileIdentity identity;
-  switch (readRegularFile(path_.c_str(), kMaxFileSize, contents, identity)) {
-    case FileReading::missing:
-      return true;
-    case FileReading::failed:
-      return fail("cannot read", path_);
-    case FileReading::done:
-      break;
-  }
+  const FileReading reading = readRegularFile(path_.c_str(), kMaxFileSize, contents, identity);
+  if (reading != FileReading::done) wasUnreadable_ = reading == FileReading::failed;
+  if (reading == FileReading::failed) return fail("cannot read", path_);
+  if (reading == FileReading::missing) return true;
   const bool isSettled = identity.isSettled();
   const std::optional<Value> value = readPropertyList(contents);
   const Dictionary* root = value ? value->as<Dictionary>() : nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -19,8 +19,8 @@ namespace revwarden {
 /// The file is replaced as a whole: whoever reads it, and whenever this process or the machine
 /// ends, it holds all of the old settings or all of the new. Others may change it meanwhile; what
 /// they wrote under other keys stays. A file that is no such list is renamed to NAME.damaged-N when
-/// it is read, and reads as no settings; one that cannot be read stays where it is and is never
-/// replaced.
+/// it is read, and reads as no settings. One that cannot be read stays where it is, and once that
+/// was so it is not replaced even if it can be read later.
 ///
 /// A dictionary reads as it was set, and shares its parts, until another process changes the file:
 /// until then its dates keep the fractions that the file does not hold. One object for each file in
@@ -40,6 +40,9 @@ class FileUserDefaults : public UserDefaults {
   bool finishWritesAndClose(std::chrono::milliseconds limit);
 
  private:
+  bool beginWrite();
+  void endWrite();
+  bool writePending();
   bool refresh();
   bool readRoot();
   bool setDamagedFileAside(const FileIdentity& identity);
@@ -50,12 +53,17 @@ class FileUserDefaults : public UserDefaults {
   const std::string path_;
   const std::string folder_;
   const std::function<void(std::string)> diagnose_;
-  std::atomic<bool> isClosed_ = false;
 
-  std::timed_mutex mutex_;                // guards all below, and the file
+  std::mutex mutex_;                      // guards the file and all up to the next mutex
   Dictionary root_;                       // what the file holds
   std::optional<FileIdentity> identity_;  // of the file that `root_` is from; absent: read it again
+  bool wasUnreadable_ = false;            // there is a file, and once it could not be read
   std::map<std::string, Dictionary, std::less<>> pending_;  // set, but not yet in the file
+
+  std::mutex writeMutex_;  // guards all below; taken last
+  std::condition_variable writeEnded_;
+  bool isWriting_ = false;
+  bool isClosed_ = false;
 };
 
 }  // namespace revwarden

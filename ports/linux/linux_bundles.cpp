@@ -58,8 +58,10 @@ std::optional<Value> textOrNumberIn(const Dictionary& information, std::string_v
 }
 
 std::shared_ptr<const Bundle> bundleFrom(const Dictionary& information) {
+  std::optional<std::string> identifier = textIn(information, kIdentifier);
+  if (identifier && identifier->empty()) identifier.reset();
   return std::make_shared<const Bundle>(
-      Bundle{.bundleIdentifier = textIn(information, kIdentifier),
+      Bundle{.bundleIdentifier = std::move(identifier),
              .bundleName = textIn(information, kName),
              .shortVersionString = textOrNumberIn(information, kShortVersion),
              .bundleVersion = textOrNumberIn(information, kVersion)});

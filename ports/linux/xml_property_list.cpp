@@ -117,8 +117,8 @@ XmlPropertyListBuilder::Kind XmlPropertyListBuilder::kindNamed(std::string_view 
   }
 }
 
-bool XmlPropertyListBuilder::startElement(const char* name, const Attributes&) {
-  const Kind kind = kindNamed(name);
+bool XmlPropertyListBuilder::startElement(const Name& name, const Attributes&) {
+  const Kind kind = name.prefix ? Kind::unknown : kindNamed(name.local);
   if (!mayStart(kind)) return false;
   if (kind == Kind::plist) {
     inPlist_ = true;
@@ -234,7 +234,7 @@ bool XmlPropertyListBuilder::add(Value value) {
   }
   ++container.size;
   if (container.isDictionary) {
-    container.entries.set(container.key, std::move(value));
+    container.entries.set(std::move(container.key), std::move(value));
   } else {
     container.elements.push_back(std::move(value));
   }

@@ -27,7 +27,7 @@ class XmlPropertyListBuilder : public XmlEvents {
   /// The value of the list that was parsed to its end.
   std::optional<Value> takeRoot();
 
-  bool startElement(const char* name, const Attributes& attributes) override;
+  bool startElement(const Name& name, const Attributes& attributes) override;
   bool endElement() override;
   bool characters(std::string_view text) override;
 

@@ -16,12 +16,12 @@ class TreeBuilder : public XmlEvents {
  public:
   TreeBuilder() { open_.reserve(16); }
 
-  bool startElement(const char* name, const Attributes& attributes) override {
+  bool startElement(const Name& name, const Attributes& attributes) override {
     XmlElement& element = open_.empty() ? root_ : child(*open_.back());
-    element.name = name;
+    element.name = name.asWritten();
     element.attributes.reserve(attributes.size());
     for (size_t i = 0; i < attributes.size(); ++i) {
-      element.attributes.emplace_back(attributes[i].name, attributes[i].value);
+      element.attributes.emplace_back(attributes[i].name.asWritten(), attributes[i].value);
     }
     open_.push_back(&element);
     text_ = &element.text;

@@ -40,10 +40,14 @@ std::string describe(const xmlError& error) {
 
 }  // namespace
 
+std::string XmlEvents::Name::asWritten() const {
+  return prefix ? std::string(prefix) + ':' + local : std::string(local);
+}
+
 XmlEvents::Attribute XmlEvents::Attributes::operator[](size_t index) const {
   // Five pointers each: local name, prefix, address, begin and end of the value.
   const xmlChar** raw = raw_ + index * 5;
-  return {chars(raw[0]), {chars(raw[3]), static_cast<size_t>(raw[4] - raw[3])}};
+  return {{chars(raw[1]), chars(raw[0])}, {chars(raw[3]), static_cast<size_t>(raw[4] - raw[3])}};
 }
 
 // What libxml2 calls. Inside the text of an entity it calls on behalf of an inner context, which
@@ -55,8 +59,9 @@ struct LibxmlParser::Callbacks {
     xmlDictSetLimit(of(data).context_->dict, kMaxBytesOfNames);
   }
 
-  static void startElement(void* data, const xmlChar* name, const xmlChar*, const xmlChar*, int,
-                           const xmlChar**, int count, int defaulted, const xmlChar** attributes) {
+  static void startElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar*,
+                           int, const xmlChar**, int count, int defaulted,
+                           const xmlChar** attributes) {
     LibxmlParser& self = of(data);
     if (!self.error_.empty()) return;
     if (++self.depth_ > self.maxDepth_) return self.refuse("elements are nested too deeply");
@@ -66,7 +71,7 @@ struct LibxmlParser::Callbacks {
       if (!raw[3]) return self.refuse("a default value is too large");
       if (!self.spend(static_cast<size_t>(raw[4] - raw[3]))) return;
     }
-    if (!self.events_->startElement(chars(name), {attributes, count})) {
+    if (!self.events_->startElement({chars(prefix), chars(name)}, {attributes, count})) {
       self.refuse("unexpected element");
     }
   }

@@ -13,9 +13,16 @@ namespace revwarden {
 /// Hears of the contents of an XML document, in document order.
 class XmlEvents {
  public:
+  /// The name of an element or attribute, in the parts that it was written in.
+  struct Name {
+    const char* prefix;  // nullptr without one
+    const char* local;
+
+    std::string asWritten() const;
+  };
   /// An element's attributes, values decoded; valid during the call.
   struct Attribute {
-    std::string_view name;
+    Name name;
     std::string_view value;
   };
   class Attributes {
@@ -32,8 +39,8 @@ class XmlEvents {
 
   virtual ~XmlEvents() = default;
 
-  /// The local name. Returns false to refuse the document, as do the others.
-  virtual bool startElement(const char* name, const Attributes& attributes) = 0;
+  /// Returns false to refuse the document, as do the others.
+  virtual bool startElement(const Name& name, const Attributes& attributes) = 0;
   virtual bool endElement() = 0;
   /// Text of an element may come in several pieces; CDATA and white space are text.
   virtual bool characters(std::string_view text) = 0;

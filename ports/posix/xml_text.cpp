@@ -77,7 +77,7 @@ bool isAsciiNameStart(char c) {
 }
 
 bool isAsciiNameCharacter(char c) {
-  return isAsciiNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+  return isAsciiNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == ':';
 }
 
 }  // namespace

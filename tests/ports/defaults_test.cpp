@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -137,7 +138,12 @@ TEST_F(DefaultsTest, NeverReplaceAFileThatCannotBeRead) {
   EXPECT_TRUE(fs::is_directory(file_));
   EXPECT_THAT(diagnostics_.at(0), HasSubstr("cannot read"));
   fs::remove(file_);
-  EXPECT_TRUE(defaults_.synchronize());  // what was set is still there to be written
+  write("<plist><dict><key>Other</key><true/></dict></plist>");
+  EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), one_);  // as set
+  EXPECT_FALSE(defaults_.synchronize());                     // it once could not be read
+  EXPECT_EQ(stored(), Value(Dictionary{{"Other", true}}));
+  fs::remove(file_);
+  EXPECT_TRUE(defaults_.synchronize());
   EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
 
   if (geteuid() != 0) GTEST_SKIP() << "changing to another user needs root";
@@ -166,7 +172,7 @@ TEST_F(DefaultsTest, LeaveTheOldFileWholeWhenAWriteFails) {
               if (diagnostics_.empty() || names().size() != 1) return 2;
               const rlimit wide{RLIM_INFINITY, RLIM_INFINITY};
               setrlimit(RLIMIT_FSIZE, &wide);
-              if (defaults_.dictionaryForKey("KQRWAgent") != one_) return 3;
+              if (stored() != Value(Dictionary{{"KQRWAgent", one_}})) return 3;
               return defaults_.synchronize() && fs::file_size(file_) > 100'000 ? 0 : 4;
             }),
             0);
@@ -218,7 +224,7 @@ TEST_F(DefaultsTest, FinishTheWriteUnderWayAndNoOther) {
   EXPECT_EQ(fs::last_write_time(file_), time);
   EXPECT_THAT(names(), SizeIs(1));
   EXPECT_FALSE(save(defaults_, one_));
-  EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), big);
+  EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", big}}));
 }
 
 }  // namespace

@@ -48,13 +48,14 @@ std::string textOf(std::string_view document) {
 
 TEST(XmlDocuments, KeepTheOrderOfMixedContent) {
   const auto result = LibxmlDocuments().parse(
-      "<?xml version='1.0'?><!-- x --><a xmlns:p='u' p:k='1 &amp; &quot;2'> \n<b>x<![CDATA[<&]]>y"
-      "<?skip this?></b> tail<c/><!-- no -->&#x1F600;\r\n</a><!-- end -->");
+      "<?xml version='1.0'?><!-- x --><a xmlns:p='u' p:k='1 &amp; &quot;2'> \n<p:b>x<![CDATA[<&]]>y"
+      "<?skip this?></p:b> tail<c/><!-- no -->&#x1F600;\r\n</a><!-- end -->");
   const auto& root = std::get<XmlElement>(result);
   EXPECT_EQ(root.name, "a");
-  EXPECT_EQ(root.attributes, (decltype(root.attributes){{"k", "1 & \"2"}}));
+  EXPECT_EQ(root.attributes, (decltype(root.attributes){{"p:k", "1 & \"2"}}));
   EXPECT_EQ(root.text, " \n");
   ASSERT_EQ(root.children.size(), 2u);
+  EXPECT_EQ(root.children[0].name, "p:b");
   EXPECT_EQ(root.children[0].text, "x<&y");
   EXPECT_EQ(root.children[0].tail, " tail");
   EXPECT_EQ(root.children[1].tail, "\xF0\x9F\x98\x80\n");
