@@ -48,22 +48,23 @@ class MockedSystemBus {
     shell("kill " + logind_ + " " + daemon_);
   }
 
-  static bool announce(bool goesToSleep) {
-    return shell(
-               "gdbus call --system --dest org.freedesktop.login1 --object-path "
-               "/org/freedesktop/login1 --method org.freedesktop.DBus.Mock.EmitSignal "
-               "org.freedesktop.login1.Manager PrepareForSleep b '[<" +
-               std::string(goesToSleep ? "true" : "false") + ">]'") == "()";
+  static bool announce(const std::string& goesToSleep) {
+    return call("org.freedesktop.login1", "/org/freedesktop/login1", "Mock.EmitSignal",
+                "org.freedesktop.login1.Manager PrepareForSleep b '[<" + goesToSleep + ">]'") ==
+           "()";
   }
   static bool someoneListens() {
-    return shell(
-               "gdbus call --system --dest org.freedesktop.DBus --object-path "
-               "/org/freedesktop/DBus "
-               "--method org.freedesktop.DBus.Debug.Stats.GetAllMatchRules")
+    return call("org.freedesktop.DBus", "/org/freedesktop/DBus", "Debug.Stats.GetAllMatchRules")
                .find("PrepareForSleep") != std::string::npos;
   }
 
  private:
+  static std::string call(const std::string& name, const std::string& path,
+                          const std::string& method, const std::string& arguments = "") {
+    return shell("gdbus call --system --dest " + name + " --object-path " + path +
+                 " --method org.freedesktop.DBus." + method + " " + arguments);
+  }
+
   std::string daemon_, logind_;
 };
 
@@ -84,16 +85,12 @@ TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
   auto wake = LogindWake::create();
   std::atomic<int> first = 0, second = 0;
   std::unique_ptr<Observation> once, always;
-  once = wake->observeDidWake([&] {
-    ++first;
-    once.reset();
-  });
+  once = wake->observeDidWake([&] { ++first, once.reset(); });
   always = wake->observeDidWake([&] { ++second; });
   std::thread story([&] {
-    EXPECT_TRUE(eventually([&] { return bus.someoneListens() && bus.announce(true); }));
-    EXPECT_TRUE(bus.announce(false));
-    EXPECT_TRUE(bus.announce(true));
-    EXPECT_TRUE(bus.announce(false));
+    EXPECT_TRUE(eventually([&] { return bus.someoneListens() && bus.announce("true"); }));
+    for (const char* goesToSleep : {"false", "true", "false"})
+      EXPECT_TRUE(bus.announce(goesToSleep));
     EXPECT_TRUE(eventually([&] { return second >= 2; }));
     loop->postAndWait([&] { wake.reset(); });
     EXPECT_TRUE(eventually([&] { return !bus.someoneListens(); }));
@@ -112,15 +109,9 @@ TEST(LogindWakeTest, IsQuietWithoutABusAndDeliversByHand) {
   auto wake = LogindWake::create();
   LogindWake::create().reset();  // gone before it could connect
   int wakes = 0;
-  std::unique_ptr<Observation> late, doomed;
-  const auto observation = wake->observeDidWake([&] {
-    ++wakes;
-    doomed.reset();
-    late = wake->observeDidWake([&] { wakes += 100; });
-  });
-  doomed = wake->observeDidWake([&] { wakes += 10; });
+  const auto observation = wake->observeDidWake([&] { ++wakes; });
   wake->deliver();
-  EXPECT_EQ(wakes, 1) << "neither the one ended nor the one added by a handler is called";
+  EXPECT_EQ(wakes, 1);
   const auto stop =
       loop->addTimer(Date{SystemClock().now().secondsSince1970 + 0.1}, [&] { loop->end(); });
   loop->run();
@@ -128,41 +119,28 @@ TEST(LogindWakeTest, IsQuietWithoutABusAndDeliversByHand) {
   unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
-class SystemInformationTest : public testing::Test {
- protected:
-  SystemInformationTest() {
-    std::string pattern = testing::TempDir() + "/revwarden-machine-XXXXXX";
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~SystemInformationTest() override { std::filesystem::remove_all(folder_); }
-
-  LinuxSystemInformation with(const std::string& serialNumber, const std::string& release,
-                              const std::string& machine = "x86_64") {
-    std::ofstream(folder_ + "/serial") << serialNumber;
-    std::ofstream(folder_ + "/release") << release;
-    return {{}, {folder_ + "/serial", {folder_ + "/missing", folder_ + "/release"}, machine}};
-  }
-
-  std::string folder_;
-};
-
-TEST_F(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
+TEST(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
+  std::string folder = testing::TempDir() + "/revwarden-machine-XXXXXX";
+  ASSERT_TRUE(mkdtemp(folder.data()));
+  const auto with = [&](const char* serial, const char* release, const char* machine = "i686") {
+    std::ofstream(folder + "/serial") << serial;
+    std::ofstream(folder + "/release") << release;
+    return LinuxSystemInformation(
+        {}, {folder + "/serial", {folder + "/missing", folder + "/release"}, machine});
+  };
   EXPECT_EQ(with(" PF2ABC1-x \n", "").computerSerialNumber(), "PF2ABC1-x");
   for (const char* unknown : {"", " \n", "None\n", "To be filled by O.E.M.\n", "000-0", "\xff\n"}) {
     EXPECT_EQ(with(unknown, "").computerSerialNumber(), std::nullopt) << unknown;
   }
   EXPECT_EQ(with("", "ID=x\nPRETTY_NAME=\"Tuxo \\\"12\\\" \\$1 'a' \\n\"\n").systemVersionString(),
             "Tuxo \"12\" $1 'a' \\n");
-  EXPECT_EQ(with("", "#PRETTY_NAME=no\nPRETTY_NAME=old\nPRETTY_NAME='a \\ \"b\"'\r\n")
-                .systemVersionString(),
-            "a \\ \"b\"");
-  for (const char* useless : {"", "PRETTY_NAME=\n", "PRETTY_NAME=\"\xc3\"\n"}) {
+  for (const char* useless : {"", "#PRETTY_NAME=x\nPRETTY_NAME=\n", "PRETTY_NAME=\"\xc3\"\n"}) {
     EXPECT_THAT(with("", useless).systemVersionString(), testing::StartsWith("Linux ")) << useless;
   }
   EXPECT_TRUE(with("", "", "ppc64le").isPowerPC());
-  EXPECT_FALSE(with("", "", "aarch64").isPowerPC());
   EXPECT_TRUE(with("", "", "aarch64").is64BitCapable());
-  EXPECT_FALSE(with("", "", "i686").is64BitCapable());
+  EXPECT_FALSE(with("", "").isPowerPC() || with("", "").is64BitCapable());
+  std::filesystem::remove_all(folder);
 }
 
 TEST(EnglishLocalizationTest, CountsAndInsertsTextAsItStands) {
