@@ -109,9 +109,11 @@ TEST(LogindWakeTest, IsQuietWithoutABusAndDeliversByHand) {
   auto wake = LogindWake::create();
   LogindWake::create().reset();  // gone before it could connect
   int wakes = 0;
-  const auto observation = wake->observeDidWake([&] { ++wakes; });
+  std::unique_ptr<Observation> other;
+  const auto observation = wake->observeDidWake([&] { ++wakes, other.reset(); });
+  other = wake->observeDidWake([&] { wakes += 10; });
   wake->deliver();
-  EXPECT_EQ(wakes, 1);
+  EXPECT_EQ(wakes, 1) << "an observation ended by another's handler is over at once";
   const auto stop =
       loop->addTimer(Date{SystemClock().now().secondsSince1970 + 0.1}, [&] { loop->end(); });
   loop->run();
