@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "base/text.h"
-#include "ports/linux/binary_property_list_check.h"
 
 namespace revwarden {
 namespace {
@@ -132,9 +131,10 @@ bool isBinaryPropertyList(std::string_view bytes) {
   return bytes.starts_with("bplist0");
 }
 
-std::optional<Value> readBinaryPropertyList(std::string_view bytes, const PropertyListKeys* keys) {
+std::optional<Value> readBinaryPropertyList(std::string_view bytes, const PropertyListKeys* keys,
+                                            BinaryPropertyListCheck& check) {
   if (bytes.size() > UINT32_MAX) return std::nullopt;
-  if (!isSoundBinaryPropertyList(bytes, kMaxPropertyListDepth)) return std::nullopt;
+  if (!check.isSound(bytes, kMaxPropertyListDepth)) return std::nullopt;
   plist_t parsed = nullptr;
   plist_from_bin(bytes.data(), static_cast<uint32_t>(bytes.size()), &parsed);
   const PlistRef root(parsed);

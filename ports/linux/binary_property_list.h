@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/value.h"
+#include "ports/linux/binary_property_list_check.h"
 #include "ports/linux/xml_property_list.h"
 
 // Binary property lists, by libplist. Any thread.
@@ -15,6 +16,7 @@ bool isBinaryPropertyList(std::string_view bytes);
 /// The list's value; absent when it is damaged, circular, nested too deeply, or would unfold to
 /// much more than it is. With `keys`, only those entries of a root dictionary are built. Dates past
 /// the year 2068 do not survive libplist.
-std::optional<Value> readBinaryPropertyList(std::string_view bytes, const PropertyListKeys* keys);
+std::optional<Value> readBinaryPropertyList(std::string_view bytes, const PropertyListKeys* keys,
+                                            BinaryPropertyListCheck& check);
 
 }  // namespace revwarden

@@ -1,9 +1,6 @@
 #include "ports/linux/binary_property_list_check.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <optional>
-#include <vector>
 
 namespace revwarden {
 namespace {
@@ -12,178 +9,166 @@ constexpr size_t kHeaderSize = 8;
 constexpr size_t kTrailerSize = 32;
 constexpr uint64_t kMaxUnfoldedObjects = 4'000'000;
 constexpr uint64_t kMaxUnfoldedBytes = uint64_t{256} << 20;
-
-// What an object unfolds to, with all that it holds.
-struct Extent {
-  uint64_t objects = 1;
-  uint64_t bytes = 0;
-  size_t height = 1;
-};
-
-class Checker {
- public:
-  Checker(std::string_view bytes, size_t maxDepth) : bytes_(bytes), maxDepth_(maxDepth) {}
-
-  bool check() {
-    if (!readTrailer()) return false;
-    known_.resize(objectCount_);
-    state_.resize(objectCount_, State::unseen);
-    return visit(topObject_, 1);
-  }
-
- private:
-  enum class State : unsigned char { unseen, open, sound };
-
-  uint64_t numberAt(size_t position, size_t size) const {
-    uint64_t number = 0;
-    for (size_t i = 0; i < size; ++i) {
-      number = number << 8 | static_cast<unsigned char>(bytes_[position + i]);
-    }
-    return number;
-  }
-
-  bool readTrailer() {
-    if (bytes_.size() < kHeaderSize + kTrailerSize + 1) return false;
-    const size_t trailer = bytes_.size() - kTrailerSize;
-    offsetSize_ = numberAt(trailer + 6, 1);
-    referenceSize_ = numberAt(trailer + 7, 1);
-    objectCount_ = numberAt(trailer + 8, 8);
-    topObject_ = numberAt(trailer + 16, 8);
-    tableStart_ = numberAt(trailer + 24, 8);
-    const auto isUsual = [](size_t size) {
-      return size == 1 || size == 2 || size == 4 || size == 8;
-    };
-    return isUsual(offsetSize_) && isUsual(referenceSize_) && tableStart_ > kHeaderSize &&
-           tableStart_ < trailer && topObject_ < objectCount_ &&
-           objectCount_ <= (trailer - tableStart_) / offsetSize_;
-  }
-
-  bool visit(uint64_t object, size_t depth) {
-    if (object >= objectCount_ || depth > maxDepth_) return false;
-    if (state_[object] == State::sound) return depth + known_[object].height - 1 <= maxDepth_;
-    if (state_[object] == State::open) return false;  // it contains itself
-    state_[object] = State::open;
-    const std::optional<Extent> extent = examine(object, depth);
-    if (!extent) return false;
-    known_[object] = *extent;
-    state_[object] = State::sound;
-    return extent->objects <= kMaxUnfoldedObjects && extent->bytes <= kMaxUnfoldedBytes;
-  }
-
-  std::optional<Extent> examine(uint64_t object, size_t depth) {
-    const uint64_t offset = numberAt(tableStart_ + object * offsetSize_, offsetSize_);
-    if (offset < kHeaderSize || offset >= tableStart_) return std::nullopt;
-    const size_t position = offset + 1;
-    const auto marker = static_cast<unsigned char>(bytes_[offset]);
-    const unsigned info = marker & 0xF;
-    switch (marker >> 4) {
-      case 0x0:
-        return whole(position, 0, info == 8 || info == 9);
-      case 0x1:
-        return whole(position, size_t{1} << info, info <= 4);
-      case 0x2:
-        return whole(position, size_t{1} << info, info == 2 || info == 3);
-      case 0x3:
-        return whole(position, 8, info == 3);
-      case 0x8:
-        return whole(position, info + 1, info == 0 || info == 1 || info == 3 || info == 7);
-      case 0x4:
-        return sized(position, info, 1, 1);
-      case 0x5:
-        return text(position, info, 1);
-      case 0x6:
-        return text(position, info, 2);
-      case 0xA:
-        return container(position, info, depth, false);
-      case 0xD:
-        return container(position, info, depth, true);
-      default:
-        return std::nullopt;
-    }
-  }
-
-  bool fits(size_t position, uint64_t size) const {
-    return position <= tableStart_ && size <= tableStart_ - position;
-  }
-
-  std::optional<Extent> whole(size_t position, uint64_t size, bool isKnown) const {
-    if (!isKnown || !fits(position, size)) return std::nullopt;
-    return Extent{.bytes = size};
-  }
-
-  // Reads a length, which may follow as an integer of its own; moves `position` behind it.
-  std::optional<uint64_t> length(size_t& position, unsigned info) const {
-    if (info != 0xF) return info;
-    if (!fits(position, 1)) return std::nullopt;
-    const auto marker = static_cast<unsigned char>(bytes_[position++]);
-    const size_t size = size_t{1} << (marker & 0xF);
-    if ((marker & 0xF0) != 0x10 || size > 8 || !fits(position, size)) return std::nullopt;
-    const uint64_t count = numberAt(position, size);
-    position += size;
-    // No object has more parts than the list has bytes; the products below stay small with that.
-    return count <= bytes_.size() ? std::optional(count) : std::nullopt;
-  }
-
-  // `growth`: how much longer the bytes can become when libplist holds them.
-  std::optional<Extent> sized(size_t position, unsigned info, size_t unit, size_t growth) const {
-    const std::optional<uint64_t> count = length(position, info);
-    if (!count || !fits(position, *count * unit)) return std::nullopt;
-    return Extent{.bytes = *count * unit * growth};
-  }
-
-  // libplist ends the process over a key with a null character; no honest text has one.
-  std::optional<Extent> text(size_t position, unsigned info, size_t unit) const {
-    const std::optional<Extent> extent = sized(position, info, unit, unit);
-    if (!extent) return std::nullopt;
-    const uint64_t count = *length(position, info);
-    for (uint64_t i = 0; i < count; ++i) {
-      if (numberAt(position + i * unit, unit) == 0) return std::nullopt;
-    }
-    return extent;
-  }
-
-  std::optional<Extent> container(size_t position, unsigned info, size_t depth, bool isDictionary) {
-    const std::optional<uint64_t> count = length(position, info);
-    if (!count) return std::nullopt;
-    const uint64_t references = *count * (isDictionary ? 2 : 1);
-    if (!fits(position, references * referenceSize_)) return std::nullopt;
-    Extent extent;
-    for (uint64_t i = 0; i < references; ++i) {
-      const uint64_t object = numberAt(position + i * referenceSize_, referenceSize_);
-      if (!visit(object, depth + 1)) return std::nullopt;
-      if (isDictionary && i < *count && !isText(object)) return std::nullopt;
-      const Extent& part = known_[object];
-      extent.objects += part.objects;
-      extent.bytes += part.bytes;
-      extent.height = std::max(extent.height, part.height + 1);
-      if (extent.objects > kMaxUnfoldedObjects || extent.bytes > kMaxUnfoldedBytes) {
-        return std::nullopt;
-      }
-    }
-    return extent;
-  }
-
-  bool isText(uint64_t object) const {
-    const uint64_t offset = numberAt(tableStart_ + object * offsetSize_, offsetSize_);
-    const unsigned type = static_cast<unsigned char>(bytes_[offset]) >> 4;
-    return type == 0x5 || type == 0x6;
-  }
-
-  const std::string_view bytes_;
-  const size_t maxDepth_;
-  size_t offsetSize_ = 0;
-  size_t referenceSize_ = 0;
-  uint64_t objectCount_ = 0;
-  uint64_t topObject_ = 0;
-  uint64_t tableStart_ = 0;
-  std::vector<Extent> known_;
-  std::vector<State> state_;
-};
+constexpr size_t kMaxObjectsKept = 10'000;
 
 }  // namespace
 
-bool isSoundBinaryPropertyList(std::string_view bytes, size_t maxDepth) {
-  return Checker(bytes, maxDepth).check();
+bool BinaryPropertyListCheck::isSound(std::string_view bytes, size_t maxDepth) {
+  bytes_ = bytes;
+  maxDepth_ = maxDepth;
+  if (!readTrailer()) return false;
+  known_.assign(objectCount_, Extent());
+  const bool sound = visit(topObject_, 1);
+  if (known_.size() > kMaxObjectsKept) std::vector<Extent>().swap(known_);
+  return sound;
+}
+
+uint64_t BinaryPropertyListCheck::numberAt(size_t position, size_t size) const {
+  uint64_t number = 0;
+  for (size_t i = 0; i < size; ++i) {
+    number = number << 8 | static_cast<unsigned char>(bytes_[position + i]);
+  }
+  return number;
+}
+
+size_t BinaryPropertyListCheck::offsetOf(uint64_t object) const {
+  return numberAt(tableStart_ + object * offsetSize_, offsetSize_);
+}
+
+bool BinaryPropertyListCheck::readTrailer() {
+  if (bytes_.size() < kHeaderSize + kTrailerSize + 1) return false;
+  const size_t trailer = bytes_.size() - kTrailerSize;
+  offsetSize_ = numberAt(trailer + 6, 1);
+  referenceSize_ = numberAt(trailer + 7, 1);
+  objectCount_ = numberAt(trailer + 8, 8);
+  topObject_ = numberAt(trailer + 16, 8);
+  tableStart_ = numberAt(trailer + 24, 8);
+  const auto isUsual = [](size_t size) { return size == 1 || size == 2 || size == 4 || size == 8; };
+  return isUsual(offsetSize_) && isUsual(referenceSize_) && tableStart_ > kHeaderSize &&
+         objectCount_ <= kMaxUnfoldedObjects && tableStart_ < trailer &&
+         topObject_ < objectCount_ && objectCount_ <= (trailer - tableStart_) / offsetSize_;
+}
+
+bool BinaryPropertyListCheck::visit(uint64_t object, size_t depth) {
+  if (object >= objectCount_ || depth > maxDepth_) return false;
+  const Extent& known = known_[object];
+  if (known.state == State::sound) return depth + known.height - 1 <= maxDepth_;
+  if (known.state == State::open) return false;  // it contains itself
+  known_[object].state = State::open;
+  const ExtentOrNone extent = examine(object, depth);
+  if (!extent) return false;
+  known_[object] = *extent;
+  known_[object].state = State::sound;
+  return true;
+}
+
+BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::examine(uint64_t object,
+                                                                       size_t depth) {
+  const size_t offset = offsetOf(object);
+  if (offset < kHeaderSize || offset >= tableStart_) return std::nullopt;
+  const size_t position = offset + 1;
+  const auto marker = static_cast<unsigned char>(bytes_[offset]);
+  const unsigned info = marker & 0xF;
+  switch (marker >> 4) {
+    case 0x0:
+      return whole(position, 0, info == 8 || info == 9);
+    case 0x1:
+      return whole(position, size_t{1} << info, info <= 4);
+    case 0x2:
+      return whole(position, size_t{1} << info, info == 2 || info == 3);
+    case 0x3:
+      return whole(position, 8, info == 3);
+    case 0x8:
+      return whole(position, info + 1, info == 0 || info == 1 || info == 3 || info == 7);
+    case 0x4:
+      return sized(position, info, 1, 1);
+    case 0x5:
+      return text(position, info, 1);
+    case 0x6:
+      return text(position, info, 2);
+    case 0xA:
+      return container(position, info, depth, false);
+    case 0xD:
+      return container(position, info, depth, true);
+    default:
+      return std::nullopt;
+  }
+}
+
+bool BinaryPropertyListCheck::fits(size_t position, uint64_t size) const {
+  return position <= tableStart_ && size <= tableStart_ - position;
+}
+
+// Reads a length, which may follow as an integer of its own; moves `position` behind it.
+std::optional<uint64_t> BinaryPropertyListCheck::length(size_t& position, unsigned info) const {
+  if (info != 0xF) return info;
+  if (!fits(position, 1)) return std::nullopt;
+  const auto marker = static_cast<unsigned char>(bytes_[position++]);
+  const size_t size = size_t{1} << (marker & 0xF);
+  if ((marker & 0xF0) != 0x10 || size > 8 || !fits(position, size)) return std::nullopt;
+  const uint64_t count = numberAt(position, size);
+  position += size;
+  // No object has more parts than the list has bytes, which keeps all products small.
+  return count <= bytes_.size() ? std::optional(count) : std::nullopt;
+}
+
+BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::whole(size_t position, uint64_t size,
+                                                                     bool isKnown) const {
+  if (!isKnown || !fits(position, size)) return std::nullopt;
+  return Extent{.bytes = static_cast<uint32_t>(size)};
+}
+
+// `growth`: how much longer the bytes can become when libplist holds them.
+BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::sized(size_t position, unsigned info,
+                                                                     size_t unit,
+                                                                     size_t growth) const {
+  const std::optional<uint64_t> count = length(position, info);
+  if (!count || !fits(position, *count * unit)) return std::nullopt;
+  const uint64_t bytes = *count * unit * growth;
+  if (bytes > kMaxUnfoldedBytes) return std::nullopt;
+  return Extent{.bytes = static_cast<uint32_t>(bytes)};
+}
+
+// libplist ends the process over a key with a null character; no honest text has one.
+BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::text(size_t position, unsigned info,
+                                                                    size_t unit) const {
+  const ExtentOrNone extent = sized(position, info, unit, unit);
+  if (!extent) return std::nullopt;
+  const size_t count = *length(position, info);
+  if (unit == 1 && bytes_.substr(position, count).find('\0') != bytes_.npos) return std::nullopt;
+  for (size_t i = 0; unit == 2 && i < count; ++i) {
+    if (numberAt(position + 2 * i, 2) == 0) return std::nullopt;
+  }
+  return extent;
+}
+
+BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::container(size_t position,
+                                                                         unsigned info,
+                                                                         size_t depth,
+                                                                         bool isDictionary) {
+  const std::optional<uint64_t> count = length(position, info);
+  if (!count) return std::nullopt;
+  const uint64_t references = *count * (isDictionary ? 2 : 1);
+  if (!fits(position, references * referenceSize_)) return std::nullopt;
+  Extent extent;
+  for (uint64_t i = 0; i < references; ++i) {
+    const uint64_t object = numberAt(position + i * referenceSize_, referenceSize_);
+    if (!visit(object, depth + 1)) return std::nullopt;
+    if (isDictionary && i < *count && !isText(object)) return std::nullopt;
+    const Extent& part = known_[object];
+    extent.objects += part.objects;
+    extent.bytes += part.bytes;
+    extent.height = std::max(extent.height, part.height + 1);
+    if (extent.objects > kMaxUnfoldedObjects || extent.bytes > kMaxUnfoldedBytes) {
+      return std::nullopt;
+    }
+  }
+  return extent;
+}
+
+bool BinaryPropertyListCheck::isText(uint64_t object) const {
+  const unsigned type = static_cast<unsigned char>(bytes_[offsetOf(object)]) >> 4;
+  return type == 0x5 || type == 0x6;
 }
 
 }  // namespace revwarden

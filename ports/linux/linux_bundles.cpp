@@ -108,7 +108,7 @@ std::shared_ptr<const Bundle> LinuxBundles::threadSafeBundleWithPath(std::string
   return readBundle(path);
 }
 
-void LinuxBundles::flushBundleCachesForPath(std::string_view path) {
+void LinuxBundles::forget(std::string_view path) {
   const std::lock_guard lock(mutex_);
   const auto found = entries_.find(path);
   if (found != entries_.end()) entries_.erase(found);
@@ -142,7 +142,7 @@ LinuxBundles::BundleRef LinuxBundles::readBundle(std::string_view path) {
   }
   if (reading != FileReading::done) {
     giveBack(std::move(reader));
-    flushBundleCachesForPath(path);
+    forget(path);
     return nullptr;
   }
   entry.isSettled = entry.identity.isSettled();

@@ -28,7 +28,8 @@ class LinuxBundles : public Bundles {
   ~LinuxBundles() override;
 
   std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) override;
-  void flushBundleCachesForPath(std::string_view path) override;
+  /// Nothing to do: a file that changed is read again anyway.
+  void flushBundleCachesForPath(std::string_view) override {}
   std::shared_ptr<const Bundle> threadSafeMainBundle() override { return mainBundle_; }
   std::optional<std::string> pathForPluginResource(std::string_view name) override;
 
@@ -52,6 +53,7 @@ class LinuxBundles : public Bundles {
   std::optional<Entry> entryFor(std::string_view path);
   BundleRef readBundle(std::string_view path);
   void keep(std::string_view path, Entry entry);
+  void forget(std::string_view path);
   void dropUnused();
   std::unique_ptr<Reader> takeReader();
   void giveBack(std::unique_ptr<Reader> reader);

@@ -31,8 +31,8 @@ class PropertyListReader {
                                         std::span<const std::string_view> keys);
 
  private:
-  struct Xml;
-  std::unique_ptr<Xml> xml_;
+  struct Tools;
+  std::unique_ptr<Tools> tools_;
 };
 
 /// Reads a single property list. Any thread.
