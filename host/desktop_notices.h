@@ -30,6 +30,9 @@ class DesktopNotices final : public NoticeDisplay {
   void show(NoticeId id, const HostNotification& notice) override;
   void withdraw(NoticeId id) override;
 
+  /// How many are on the desktop, as far as its service has told.
+  size_t bubbles() const { return bubbles_.size(); }
+
  private:
   enum class Bus { untried, connecting, connected, missing };
   using BubbleId = uint32_t;  // of the notification service

@@ -32,7 +32,9 @@ void Notices::show(const HostNotification& notice) {
   const NoticeId id = open(notice);
   events_.append("showNotification:", params(id, notice));
   if (!display_) return;
-  mainLoop_.post([this, id, notice] { display_->show(id, notice); });
+  mainLoop_.post([this, id, notice] {
+    if (isOpen(id)) display_->show(id, notice);
+  });
 }
 
 NoticeId Notices::open(const HostNotification& notice) {
@@ -54,6 +56,12 @@ NoticeId Notices::open(const HostNotification& notice) {
     if (display_) display_->withdraw(last->first);
   });
   return id;
+}
+
+bool Notices::isOpen(NoticeId id) {
+  const std::lock_guard lock(mutex_);
+  return std::any_of(open_.begin(), open_.end(),
+                     [id](const OpenNotice& open) { return open.first == id; });
 }
 
 bool Notices::answer(NoticeId id, int button) {

@@ -45,6 +45,7 @@ class Notices {
   using OpenNotice = std::pair<NoticeId, HostNotification>;
 
   NoticeId open(const HostNotification& notice);
+  bool isOpen(NoticeId id);
 
   EventLog& events_;
   RunLoop& mainLoop_;

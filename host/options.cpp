@@ -4,9 +4,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <system_error>
 
 #include "host/plugin_loader.h"
@@ -18,6 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kUsageError = 2;
+constexpr std::array kLogLevels = {"error", "warning", "info", "debug"};  // by LogLevel
 
 /// Where GNUstep installs applications, by distribution and by its own layouts.
 constexpr const char* kGNUstepFolders[] = {
@@ -92,11 +94,8 @@ void completePaths(Options& options) {
 
 ParsedOptions parseOptions(int argc, const char* const* argv) {
   Options options;
-  const std::map<std::string, bool> notices{{"desktop", true}, {"socket", false}};
-  const std::map<std::string, LogLevel> levels{{"error", LogLevel::error},
-                                               {"warning", LogLevel::warning},
-                                               {"info", LogLevel::info},
-                                               {"debug", LogLevel::debug}};
+  std::string notices = "desktop";
+  std::string level = kLogLevels[static_cast<size_t>(options.logLevel)];
   CLI::App app("Keeps an eye on the installed applications and their updates.", "revwarden-agent");
   app.set_version_flag("--version", std::string("revwarden-agent ") + REVWARDEN_VERSION);
   app.add_option("--plugin", options.plugin, "The plug-in bundle to load")->type_name("PATH");
@@ -116,20 +115,26 @@ ParsedOptions parseOptions(int argc, const char* const* argv) {
                  "A folder to treat as the root of a separate local volume (repeatable)")
       ->type_name("DIR")
       ->expected(1);
-  app.add_option("--notices", options.desktopNotices,
+  app.add_option("--notices", notices,
                  "desktop: also as bubbles on the desktop; socket: for socket clients only")
       ->type_name("desktop|socket")
-      ->transform(CLI::CheckedTransformer(notices).description(""));
+      ->check(CLI::IsMember({"desktop", "socket"}).description(""))
+      ->capture_default_str();
   app.add_option("--event-log", options.eventLog, "Append every event to this file as a JSON line")
       ->type_name("FILE");
-  app.add_option("--log-level", options.logLevel, "How much the agent says of itself")
+  app.add_option("--log-level", level, "How much the agent says of itself")
       ->type_name("error|warning|info|debug")
-      ->transform(CLI::CheckedTransformer(levels).description(""));
+      ->check(CLI::IsMember(std::vector<std::string>(kLogLevels.begin(), kLogLevels.end()))
+                  .description(""))
+      ->capture_default_str();
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return {std::nullopt, app.exit(error) == 0 ? 0 : kUsageError};
   }
+  options.desktopNotices = notices == "desktop";
+  const auto chosen = std::find(kLogLevels.begin(), kLogLevels.end(), level);
+  options.logLevel = static_cast<LogLevel>(chosen - kLogLevels.begin());
   completePaths(options);
   return {std::move(options), 0};
 }
