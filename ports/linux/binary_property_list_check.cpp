@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+
 namespace revwarden {
 namespace {
 
@@ -10,6 +12,18 @@ constexpr size_t kTrailerSize = 32;
 constexpr uint64_t kMaxUnfoldedObjects = 4'000'000;
 constexpr uint64_t kMaxUnfoldedBytes = uint64_t{256} << 20;
 constexpr size_t kMaxObjectsKept = 10'000;
+
+// Big endian, with surrogates in pairs and no null character.
+bool isSoundUtf16(std::string_view text) {
+  bool expectsLow = false;
+  for (size_t i = 0; i < text.size(); i += 2) {
+    const unsigned high = static_cast<unsigned char>(text[i]);
+    const bool isLow = (high & 0xFC) == 0xDC;
+    if (isLow != expectsLow || (high == 0 && text[i + 1] == '\0')) return false;
+    expectsLow = (high & 0xFC) == 0xD8;
+  }
+  return !expectsLow;
+}
 
 }  // namespace
 
@@ -135,11 +149,10 @@ BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::text(size_t posit
   const ExtentOrNone extent = sized(position, info, unit, unit);
   if (!extent) return std::nullopt;
   const size_t count = *length(position, info);
-  if (unit == 1 && bytes_.substr(position, count).find('\0') != bytes_.npos) return std::nullopt;
-  for (size_t i = 0; unit == 2 && i < count; ++i) {
-    if (numberAt(position + 2 * i, 2) == 0) return std::nullopt;
-  }
-  return extent;
+  const std::string_view text = bytes_.substr(position, count * unit);
+  const bool isSound =
+      unit == 1 ? isValidUtf8(text) && text.find('\0') == text.npos : isSoundUtf16(text);
+  return isSound ? extent : std::nullopt;
 }
 
 BinaryPropertyListCheck::ExtentOrNone BinaryPropertyListCheck::container(size_t position,

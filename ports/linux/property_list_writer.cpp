@@ -1,7 +1,6 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <type_traits>
 
 #include "ports/linux/property_list.h"
 #include "ports/linux/property_list_date.h"

@@ -27,11 +27,12 @@ const char* chars(const xmlChar* text) {
   return reinterpret_cast<const char*>(text);
 }
 
-// One line, without what a terminal would obey.
+// One line of ASCII: what it quotes of the document could be anything.
 std::string describe(const xmlError& error) {
   std::string text = error.message ? error.message : "not well-formed";
   for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+    if (static_cast<unsigned char>(c) >= 0x7F) c = '?';
+    if (static_cast<unsigned char>(c) < 0x20) c = ' ';
   }
   text.resize(std::min(text.size(), kMaxDescription));
   while (!text.empty() && text.back() == ' ') text.pop_back();
