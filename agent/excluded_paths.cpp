@@ -1,12 +1,14 @@
 #include "agent/excluded_paths.h"
 
+#include <string_view>
+
 #include "base/text.h"
 
 namespace revwarden {
 namespace {
 
-bool isInFolderOfTheSystem(const std::string& volumePath) {
-  const std::string upper = asciiUpperCase(volumePath);
+bool isInFolderOfTheSystem(std::string_view volumePath) {
+  const std::string upper = asciiUpperCase(volumePath.substr(0, sizeof "/DEVELOPER/"));
   return upper.starts_with("/SYSTEM/") || upper.starts_with("/LIBRARY/") ||
          upper.starts_with("/DEVELOPER/");
 }
@@ -17,18 +19,17 @@ bool ExcludedPaths::isExcludedApplicationPath(PathInspector& inspector, const st
   if (!inspector.isPathOnStorageDevice(path)) return true;
   if (inspector.isFileWithPathInTrash(path)) return true;
   if (inspector.pathIsContentOfPackage(path)) return true;
-  // A plain prefix: "/x/tmp" excludes "/x/tmp-apps" too.
-  const std::optional<std::string> temporary = resolvedTemporaryDirectory(inspector);
-  if (temporary && path.starts_with(*temporary)) return true;
+  if (isBelowTemporaryDirectory(inspector, path)) return true;
   return isInFolderOfTheSystem(inspector.localVolumePathFromFullPath(path));
 }
 
-std::optional<std::string> ExcludedPaths::resolvedTemporaryDirectory(PathInspector& inspector) {
+bool ExcludedPaths::isBelowTemporaryDirectory(PathInspector& inspector, const std::string& path) {
   const std::lock_guard lock(mutex_);
   if (!temporaryDirectory_) {
     temporaryDirectory_ = inspector.resolvedPath(files_.temporaryDirectory());
   }
-  return temporaryDirectory_;
+  // A plain prefix: "/x/tmp" excludes "/x/tmp-apps" too.
+  return temporaryDirectory_ && path.starts_with(*temporaryDirectory_);
 }
 
 }  // namespace revwarden

@@ -18,7 +18,7 @@ class ExcludedPaths {
   bool isExcludedApplicationPath(PathInspector& inspector, const std::string& path);
 
  private:
-  std::optional<std::string> resolvedTemporaryDirectory(PathInspector& inspector);
+  bool isBelowTemporaryDirectory(PathInspector& inspector, const std::string& path);
 
   FileManager& files_;
   std::mutex mutex_;

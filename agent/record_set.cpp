@@ -15,15 +15,23 @@ std::string idOf(const Dictionary& contents) {
 }  // namespace
 
 void RecordSet::add(const LiveRecordRef& record) {
-  if (objects_.insert(record).second) byID_.emplace(idOf(record->contents()), record);
+  objects_.insert(record);
+  byID_.clear();
 }
 
 bool RecordSet::contains(const LiveRecordRef& record) const {
   if (objects_.contains(record)) return true;
   const Dictionary contents = record->contents();
-  const auto [begin, end] = byID_.equal_range(idOf(contents));
+  const auto [begin, end] = byID().equal_range(idOf(contents));
   return std::any_of(begin, end,
                      [&](const auto& entry) { return entry.second->contents() == contents; });
+}
+
+const RecordSet::RecordsByID& RecordSet::byID() const {
+  if (byID_.empty()) {
+    for (const LiveRecordRef& record : objects_) byID_.emplace(idOf(record->contents()), record);
+  }
+  return byID_;
 }
 
 }  // namespace revwarden

@@ -12,14 +12,20 @@ namespace revwarden {
 /// equal those of one of them. One thread at a time.
 class RecordSet {
  public:
+  void reserve(size_t count) { objects_.reserve(count); }
   void add(const LiveRecordRef& record);
   bool contains(const LiveRecordRef& record) const;
   bool empty() const { return objects_.empty(); }
 
  private:
+  using RecordsByID = std::unordered_multimap<std::string, LiveRecordRef>;
+
+  const RecordsByID& byID() const;
+
   std::unordered_set<LiveRecordRef> objects_;
-  // Records of equal contents have equal ids; so only those of one id are ever compared.
-  std::unordered_multimap<std::string, LiveRecordRef> byID_;
+  // Records of equal contents have equal ids; so only those of one id are ever compared. Made when
+  // first a record is no member by itself, which is rare.
+  mutable RecordsByID byID_;
 };
 
 }  // namespace revwarden

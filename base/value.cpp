@@ -202,8 +202,8 @@ bool operator==(const Value& a, const Value& b) {
 
 DictionaryBuilder::DictionaryBuilder(const Dictionary& base) : entries_(base.begin(), base.end()) {}
 
-void DictionaryBuilder::set(std::string_view key, Value value) {
-  entries_.push_back(DictionaryEntry{std::string(key), std::move(value)});
+void DictionaryBuilder::set(std::string key, Value value) {
+  entries_.push_back(DictionaryEntry{std::move(key), std::move(value)});
 }
 
 void DictionaryBuilder::remove(std::string_view key) {

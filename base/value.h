@@ -166,7 +166,7 @@ class DictionaryBuilder {
   explicit DictionaryBuilder(const Dictionary& base);
 
   /// The later value of one key counts.
-  void set(std::string_view key, Value value);
+  void set(std::string key, Value value);
   void remove(std::string_view key);
   void reserve(size_t count) { entries_.reserve(count); }
 

@@ -1,33 +1,36 @@
 #include "check/update_answer.h"
 
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "base/text.h"
 
 namespace revwarden {
 namespace {
 
-Dictionary convertedItem(const XmlElement& item) {
+Dictionary convertedItem(XmlElement& item) {
   DictionaryBuilder fields;
   fields.reserve(item.children.size());
-  for (const XmlElement& field : item.children) {
+  for (XmlElement& field : item.children) {
     // Leaves, nearly all fields, need no joining.
-    const std::string joined = field.children.empty() ? std::string() : field.stringValue();
-    const std::string& text = field.children.empty() ? field.text : joined;
+    std::string text = field.children.empty() ? std::move(field.text) : field.stringValue();
     // Asked before trimming: a field of mere spaces is stored, empty; an empty one is not.
     if (text.empty()) continue;
-    fields.set(field.name, trimmingSpaces(text));
+    const std::string_view trimmed = trimmingSpaces(text);
+    if (trimmed.size() != text.size()) text = std::string(trimmed);
+    fields.set(std::move(field.name), std::move(text));
   }
   return fields.build();
 }
 
 }  // namespace
 
-std::vector<Dictionary> convertedArrayFromResponse(const XmlElement* root) {
+std::vector<Dictionary> convertedArrayFromResponse(XmlElement* root) {
   std::vector<Dictionary> answers;
   if (!root || root->name != "response") return answers;
   answers.reserve(root->children.size());
-  for (const XmlElement& child : root->children) {
+  for (XmlElement& child : root->children) {
     if (child.name == "item") answers.push_back(convertedItem(child));
   }
   return answers;

@@ -80,6 +80,7 @@ UpdateCheck::Question UpdateCheck::chooseItems() const {
   const LiveRecords snapshot = catalogue_.itemsSnapshot();
   const Date now = platform_.clock.now();
   question.root.children.reserve(snapshot.size());
+  question.sent.reserve(snapshot.size());
   for (const LiveRecordRef& record : snapshot) {
     const Dictionary contents = record->contents();
     if (!contents.contains(kKQRWCurrentVersionKey) || wasAskedLately(contents, now)) continue;
@@ -102,7 +103,7 @@ std::optional<std::string> UpdateCheck::send(XmlElement root) const {
 }
 
 std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body) {
-  const XmlDocuments::ParseResult document = platform_.xml.parse(body);
+  XmlDocuments::ParseResult document = platform_.xml.parse(body);
   if (const auto* error = std::get_if<XmlDocuments::ParseError>(&document)) {
     platform_.log.NSLog("Invalid response: %@", {error->description});
     platform_.log.NSLog("Response: %@", {asciiText(body)});

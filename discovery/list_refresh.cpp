@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -19,6 +20,21 @@
 #include "platform/system_information.h"
 
 namespace revwarden {
+namespace {
+
+void removeDuplicates(std::vector<std::string>& paths) {
+  std::vector<std::string> kept;
+  kept.reserve(paths.size());  // so that nothing moves under the views
+  std::unordered_set<std::string_view> seen;
+  seen.reserve(paths.size());
+  for (std::string& path : paths) {
+    kept.push_back(std::move(path));
+    if (!seen.insert(kept.back()).second) kept.pop_back();
+  }
+  paths = std::move(kept);
+}
+
+}  // namespace
 
 ListRefresh::ListRefresh(const Platform& platform, ItemCatalogue& catalogue,
                          AgentSettings& settings, ExcludedPaths& excluded, BackgroundPass& pass,
@@ -85,19 +101,17 @@ bool ListRefresh::isInScope(PathInspector& inspector, const std::string& path) c
 }
 
 std::vector<std::string> ListRefresh::applicationsPathsToUpdate(PathInspector& inspector) const {
-  std::unordered_set<std::string> candidates;
+  std::vector<std::string> candidates = platform_.systemInformation.allApplicationsPaths();
   {
     ItemCatalogue::Access records(catalogue_);
     for (auto position = records->begin(); position != records->end(); ++position) {
       const Dictionary record = RecordList::contents(position);
       if (const std::string* path = record.stringFor(kKQRWApplicationPathKey)) {
-        candidates.insert(*path);
+        candidates.push_back(*path);
       }
     }
   }
-  for (std::string& path : platform_.systemInformation.allApplicationsPaths()) {
-    candidates.insert(std::move(path));
-  }
+  removeDuplicates(candidates);
   std::vector<std::string> resolved;
   resolved.reserve(candidates.size());
   for (const std::string& path : candidates) {
@@ -105,8 +119,7 @@ std::vector<std::string> ListRefresh::applicationsPathsToUpdate(PathInspector& i
       resolved.push_back(std::move(*real));
     }
   }
-  std::sort(resolved.begin(), resolved.end());
-  resolved.erase(std::unique(resolved.begin(), resolved.end()), resolved.end());
+  removeDuplicates(resolved);
   return resolved;
 }
 

@@ -27,8 +27,8 @@ class Bundles {
   /// what it read before as long as the file has not changed since.
   virtual std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) = 0;
 
-  /// Forgets what the system keeps of the bundle at a path, where it keeps anything, so that one
-  /// replaced on disk is read afresh.
+  /// Forgets what the system keeps of the bundle at a path, so that one replaced on disk is read
+  /// afresh. Does nothing where the system keeps nothing, or notices changes by itself.
   virtual void flushBundleCachesForPath(std::string_view path) = 0;
 
   /// The bundle of the running process: the host agent application.

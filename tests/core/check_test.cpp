@@ -47,7 +47,7 @@ TEST_F(AgentTest, AsksInTheServicesOwnWords) {
 
 TEST_F(AgentTest, ReadsTheAnswersTexts) {
   const auto read = [&](const std::string& xml) {
-    const auto parsed = world.xml.parse(xml);
+    auto parsed = world.xml.parse(xml);
     return convertedArrayFromResponse(std::get_if<XmlElement>(&parsed));
   };
   EXPECT_TRUE(convertedArrayFromResponse(nullptr).empty());

@@ -1,0 +1,216 @@
+// How long a refresh of the application list takes, without the exchange with the service, beside
+// simple loops over the same bundles.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <plist/plist.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "agent/agent_settings.h"
+#include "agent/background_pass.h"
+#include "agent/excluded_paths.h"
+#include "agent/item_catalogue.h"
+#include "agent/record_keys.h"
+#include "bench/bundle_folder.h"
+#include "bench/inline_platform.h"
+#include "discovery/item_validation.h"
+#include "discovery/list_refresh.h"
+#include "platform/platform.h"
+#include "ports/linux/file_user_defaults.h"
+#include "ports/linux/linux_bundles.h"
+#include "ports/linux/linux_file_manager.h"
+#include "ports/linux/linux_system_information.h"
+#include "ports/posix/natural_versions.h"
+#include "ports/posix/system_clock.h"
+#include "tests/fakes/fake_platform.h"
+
+namespace revwarden::bench {
+namespace {
+
+const BundleFolder& folderOf(int64_t count) {
+  static std::map<int64_t, std::unique_ptr<BundleFolder>> folders;
+  std::unique_ptr<BundleFolder>& folder = folders[count];
+  if (!folder) folder = std::make_unique<BundleFolder>(static_cast<size_t>(count));
+  return *folder;
+}
+
+/// The refresh with the real disk and the real settings file, and no check behind it.
+class Refresh final : BackgroundPass::Mediator, ItemValidation::Mediator, ListRefresh::Mediator {
+ public:
+  explicit Refresh(const BundleFolder& folder)
+      : settingsFile_(folder.path() + "/state/defaults.plist"),
+        machine_({folder.path()}),
+        defaults_(settingsFile_, [](const std::string&) {}) {}
+  ~Refresh() { std::filesystem::remove_all(std::filesystem::path(settingsFile_).parent_path()); }
+
+  void run() { refresh_.startUpdateApplicationsList(); }
+  size_t records() const { return catalogue_.itemsSnapshot().size(); }
+
+  /// Gives every record an answer and a stamp, as after a check.
+  void markAllChecked() {
+    ItemCatalogue::Access records(catalogue_);
+    for (auto position = records->begin(); position != records->end(); ++position) {
+      records->replace(position, RecordList::contents(position)
+                                     .with(kKQRWAvailableVersionInfoKey, Dictionary())
+                                     .with(kKQRWLastFullCheckDate, Date{1}));
+    }
+  }
+
+ private:
+  void scheduleNextUpdate() override {}
+  void sendDidStartValidateItem() override {}
+  void sendDidFinishValidateItem() override {}
+  std::shared_ptr<void> agentReference() override { return nullptr; }
+  void notifyDelegateAboutItemsDidChange() override {}
+  void dropScheduleTimer() override {}
+  void setScanStartedByUser(bool) override {}
+  void performCheckForAppsUpdates() override {}
+  void didFinishUpdatingApplicationsList() override {}
+
+  const std::string settingsFile_;
+  InlineLoop loop_;
+  InlineThreads threads_;
+  RecordingLog log_;
+  SystemClock clock_;
+  LinuxFileManager files_{{}, "/tmp"};
+  LinuxBundles bundles_{std::nullopt, std::nullopt};
+  NaturalVersions versions_;
+  LinuxSystemInformation machine_;
+  FileUserDefaults defaults_;
+  PlainLocalization localization_;
+  LibxmlDocuments xml_;
+  FakeService service_;
+  FakeHost host_;
+  Platform platform_{.mainLoop = loop_,
+                     .threads = threads_,
+                     .clock = clock_,
+                     .log = log_,
+                     .localization = localization_,
+                     .userDefaults = defaults_,
+                     .files = files_,
+                     .bundles = bundles_,
+                     .versions = versions_,
+                     .systemInformation = machine_,
+                     .productInformation = service_,
+                     .xml = xml_,
+                     .connection = service_,
+                     .wake = host_,
+                     .host = host_};
+  ItemCatalogue catalogue_;
+  ExcludedPaths excluded_{files_};
+  AgentSettings settings_{platform_, catalogue_, excluded_};
+  BackgroundPass pass_{{std::shared_ptr<const Platform>(), &platform_}, *this};
+  ItemValidation validation_{platform_, catalogue_, pass_, *this};
+  ListRefresh refresh_{platform_, catalogue_, settings_, excluded_, pass_, validation_, *this};
+};
+
+void FirstPass(benchmark::State& state) {
+  const BundleFolder& folder = folderOf(state.range(0));
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto refresh = std::make_unique<Refresh>(folder);
+    state.ResumeTiming();
+    refresh->run();
+    state.PauseTiming();
+    if (refresh->records() != folder.bundles().size()) state.SkipWithError("bundles were missed");
+    refresh.reset();
+    state.ResumeTiming();
+  }
+}
+
+void UnchangedPass(benchmark::State& state) {
+  const BundleFolder& folder = folderOf(state.range(0));
+  Refresh refresh(folder);
+  refresh.run();
+  refresh.markAllChecked();
+  for (auto _ : state) refresh.run();
+  if (refresh.records() != folder.bundles().size()) state.SkipWithError("bundles were missed");
+}
+
+// (a)
+void RealpathAndStats(benchmark::State& state) {
+  const BundleFolder& folder = folderOf(state.range(0));
+  for (auto _ : state) {
+    for (const std::string& bundle : folder.bundles()) {
+      char resolved[PATH_MAX];
+      struct stat info {};
+      benchmark::DoNotOptimize(realpath(bundle.c_str(), resolved));
+      benchmark::DoNotOptimize(stat(bundle.c_str(), &info));
+      benchmark::DoNotOptimize(stat((bundle + "/Contents/Info.plist").c_str(), &info));
+    }
+  }
+}
+
+std::string contentsOf(const std::string& path) {
+  std::string bytes;
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat info {};
+  if (file < 0 || fstat(file, &info) != 0) return bytes;
+  bytes.resize(static_cast<size_t>(info.st_size));
+  const ssize_t length = read(file, bytes.data(), bytes.size());
+  close(file);
+  bytes.resize(length < 0 ? 0 : static_cast<size_t>(length));
+  return bytes;
+}
+
+// (b)
+void OpenAndRead(benchmark::State& state) {
+  const BundleFolder& folder = folderOf(state.range(0));
+  for (auto _ : state) {
+    for (const std::string& bundle : folder.bundles()) {
+      benchmark::DoNotOptimize(contentsOf(bundle + "/Contents/Info.plist"));
+    }
+  }
+}
+
+// (c)
+void LibplistLoop(benchmark::State& state) {
+  const BundleFolder& folder = folderOf(state.range(0));
+  for (auto _ : state) {
+    for (const std::string& bundle : folder.bundles()) {
+      const std::string bytes = contentsOf(bundle + "/Contents/Info.plist");
+      plist_t list = nullptr;
+      plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &list);
+      for (const char* key : {"CFBundleIdentifier", "CFBundleName", "CFBundleShortVersionString",
+                              "CFBundleVersion"}) {
+        char* text = nullptr;
+        plist_get_string_val(plist_dict_get_item(list, key), &text);
+        benchmark::DoNotOptimize(text);
+        free(text);
+      }
+      plist_free(list);
+    }
+  }
+}
+
+#define SIZES ->Arg(200)->Arg(2000)->Arg(20000)->Unit(benchmark::kMillisecond)
+BENCHMARK(FirstPass) SIZES;
+BENCHMARK(UnchangedPass) SIZES;
+BENCHMARK(RealpathAndStats) SIZES;
+BENCHMARK(OpenAndRead) SIZES;
+BENCHMARK(LibplistLoop) SIZES;
+
+}  // namespace
+}  // namespace revwarden::bench
+
+// With --make-bundles COUNT it makes a folder of bundles, tells its path and keeps it until its
+// standard input ends: for measuring other programs over the same bundles.
+int main(int argc, char** argv) {
+  if (argc == 3 && std::string(argv[1]) == "--make-bundles") {
+    const revwarden::bench::BundleFolder folder(std::stoul(argv[2]));
+    std::puts(folder.path().c_str());
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+    return 0;
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}
