@@ -40,13 +40,15 @@ bool ItemValidation::updateItemInfoForPath(PathInspector& inspector, const std::
 
 std::optional<ItemValidation::Installed> ItemValidation::readInstalled(
     PathInspector& inspector, const std::string& path) const {
-  if (!inspector.fileExistsAtPath(path)) {
-    platform_.log.NSLog("Application at path \"%@\" was not found", {path});
-    return std::nullopt;
-  }
   platform_.bundles.flushBundleCachesForPath(path);
   const std::shared_ptr<const Bundle> bundle = platform_.bundles.threadSafeBundleWithPath(path);
-  if (!bundle) return std::nullopt;
+  if (!bundle) {
+    // Only now is it worth a look whether anything is there at all.
+    if (!inspector.fileExistsAtPath(path)) {
+      platform_.log.NSLog("Application at path \"%@\" was not found", {path});
+    }
+    return std::nullopt;
+  }
   const Versions& versions = platform_.versions;
   const Versions::VersionRef version = versions.betterVersionOfShort_andFull(
       versions.versionWithValue(pointerTo(bundle->shortVersionString)),

@@ -127,9 +127,9 @@ void ListRefresh::removeRecordsOutOfScope(PathInspector& inspector, const LiveRe
   RecordSet leaving;
   for (const LiveRecordRef& record : snapshot) {
     const Dictionary contents = record->contents();
-    const std::string* found = contents.stringFor(kKQRWApplicationPathKey);
-    const std::string path = found ? *found : std::string();
-    if (!isInScope(inspector, path) || !inspector.fileExistsAtPath(path)) leaving.add(record);
+    const std::string* path = contents.stringFor(kKQRWApplicationPathKey);
+    const bool stays = path && isInScope(inspector, *path) && inspector.fileExistsAtPath(*path);
+    if (!stays) leaving.add(record);
   }
   if (leaving.empty()) return;
   ItemCatalogue::Access records(catalogue_);
