@@ -87,7 +87,7 @@ std::optional<Json> gatheredStatus(CommandContext& context) {
   });
   for (const char* method : {"updateIsInProgress", "lastFireDate", kSettings[0].key,
                              kSettings[1].key, "totalUpdatesCount"}) {
-    auto value = context.agent.callIfKnown(method);
+    auto value = context.agent.call(method);
     if (!value) return std::nullopt;
     status[method] = std::move(*value);
   }
@@ -124,8 +124,7 @@ void printStatus(const Json& status) {
   const auto last = secondsOfDate(status["lastFireDate"]);
   line("Last check", last ? localTimeText(*last) : "none on record");
   line("Next check", nextCheckText(status));
-  line("Updates done",
-       status["totalUpdatesCount"].is_null() ? "unknown" : status["totalUpdatesCount"].dump());
+  line("Updates done", status["totalUpdatesCount"].dump());
   for (const Setting& setting : kSettings) {
     line("Switch",
          std::string(setting.key) + " " + onOff(status[setting.key]) + ": " + setting.meaning);

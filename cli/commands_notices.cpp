@@ -13,27 +13,11 @@ std::string idText(const Json& notice) {
   return id.is_string() ? cleaned(id.get<std::string>()) : id.dump();
 }
 
-// Asking an agent without a list of open notices for them would take an answer, and that would
-// close them: its kept events tell what was shown, and only an answer tells whether it was open.
-std::optional<std::vector<Json>> noticesShown(AgentSession& agent) {
-  const auto events = agent.call("host.events", Json::array({0}));
-  if (!events) return std::nullopt;
-  complain("This agent does not tell which notices are still open; these are all it has shown.");
-  std::vector<Json> notices;
-  for (const Json& event : events->is_array() ? *events : Json::array()) {
-    if (!event.is_object() || recordText(event, "method") != "showNotification:") continue;
-    const Json params = event.value("params", Json::array());
-    if (params.is_array() && !params.empty() && params[0].is_object()) notices.push_back(params[0]);
-  }
-  return notices;
-}
-
 std::optional<std::vector<Json>> openNotices(AgentSession& agent) {
-  const auto list = agent.callIfKnown("host.notices");
+  const auto list = agent.call("host.notices");
   if (!list) return std::nullopt;
-  if (!list->is_array()) return noticesShown(agent);
   std::vector<Json> notices;
-  for (const Json& notice : *list) {
+  for (const Json& notice : list->is_array() ? *list : Json::array()) {
     if (notice.is_object()) notices.push_back(notice);
   }
   return notices;

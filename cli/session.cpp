@@ -74,14 +74,6 @@ std::optional<Json> AgentSession::call(const std::string& method, Json params) {
   return std::nullopt;
 }
 
-std::optional<Json> AgentSession::callIfKnown(const std::string& method, Json params) {
-  CallReply reply = connection_->call(method, params);
-  if (!reply.failure) return std::move(reply.result);
-  if (reply.failure->isUnknownMethod()) return Json();
-  complain(cleaned(reply.failure->text));
-  return std::nullopt;
-}
-
 std::optional<std::vector<Json>> AgentSession::records() {
   std::optional<Json> list = call("itemsSnapshot");
   if (!list) return std::nullopt;
@@ -111,17 +103,11 @@ std::optional<std::vector<Json>> recordsNamed(const std::vector<Json>& records,
 }
 
 void explainNoApplications(AgentSession& agent) {
-  std::string text = "No application was found";
-  const CallReply folders = agent.connection().call("host.searchFolders");
-  if (folders.failure || !folders.result.is_array()) {
-    text +=
-        ".\nWithout --applications the agent searches /Applications, ~/Applications and the\n"
-        "GNUstep application folders.";
-  } else {
-    text += " in:";
-    for (const Json& folder : folders.result) {
-      if (folder.is_string()) text += "\n  " + cleaned(folder.get<std::string>());
-    }
+  const auto folders = agent.call("host.searchFolders");
+  if (!folders) return;
+  std::string text = "No application was found in:";
+  for (const Json& folder : folders->is_array() ? *folders : Json::array()) {
+    if (folder.is_string()) text += "\n  " + cleaned(folder.get<std::string>());
   }
   complain(text +
            "\nOther folders are named when the agent is started:\n"

@@ -30,9 +30,6 @@ class AgentSession {
   /// The result of a request; absent after it has been said why there is none.
   std::optional<Json> call(const std::string& method, Json params = Json::array());
 
-  /// The result, null when the agent does not know the method.
-  std::optional<Json> callIfKnown(const std::string& method, Json params = Json::array());
-
   /// All records of the catalogue, in its order.
   std::optional<std::vector<Json>> records();
 

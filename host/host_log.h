@@ -7,6 +7,9 @@ namespace revwarden {
 class EventLog;
 
 /// The agent's log lines: one line each on standard error, and an event.
+///
+/// A line may hold a whole answer of the service. What a text has beyond the first MiB, the line or
+/// one of its arguments, is left out, which a mark at its end tells.
 class HostLog final : public Log {
  public:
   explicit HostLog(EventLog& events) : events_(events) {}

@@ -12,11 +12,15 @@ constexpr int kProtocol = 1;
 
 }  // namespace
 
-void addHostMethods(RpcMethods& methods, const std::string& pluginVersion, Notices& notices,
-                    EventLog& events, std::function<void()> deliverWake) {
-  const std::string version = jsonText(
-      Dictionary{{"agent", REVWARDEN_VERSION}, {"plugin", pluginVersion}, {"protocol", kProtocol}});
+void addHostMethods(RpcMethods& methods, const HostFacts& facts, Notices& notices, EventLog& events,
+                    std::function<void()> deliverWake) {
+  const std::string version = jsonText(Dictionary{
+      {"agent", REVWARDEN_VERSION}, {"plugin", facts.pluginVersion}, {"protocol", kProtocol}});
   methods["host.version"] = taking<>([version] { return version; });
+  const std::string folders =
+      jsonText(Array(std::vector<Value>(facts.searchFolders.begin(), facts.searchFolders.end())));
+  methods["host.searchFolders"] = taking<>([folders] { return folders; });
+  methods["host.notices"] = taking<>([&notices] { return notices.openNotices(); });
   methods["host.answerNotification"] =
       taking<uint64_t, uint64_t>([&notices](uint64_t id, uint64_t button) -> RpcResult {
         if (button > 2) return RpcError{kRpcInvalidParams, "Invalid params: no such button"};

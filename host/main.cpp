@@ -37,8 +37,8 @@ int serve(const Options& options, Surroundings& surroundings, SocketClaim& claim
   plugin.agent->setDelegate(delegate);
 
   RpcMethods methods = agentMethods(plugin.agent);
-  addHostMethods(methods, plugin.version, surroundings.notices, surroundings.events,
-                 [&surroundings] { surroundings.wake->deliver(); });
+  addHostMethods(methods, {plugin.version, options.applications}, surroundings.notices,
+                 surroundings.events, [&surroundings] { surroundings.wake->deliver(); });
   FileDescriptor listener = claim.listen(error);
   if (!listener) return fail(error);
   const auto socket = ControlSocket::create(

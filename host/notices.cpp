@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "host/event_log.h"
 #include "host/json_values.h"
@@ -16,21 +17,21 @@ std::optional<std::string> iconText(const HostNotification& notice) {
   return notice.icon->value;
 }
 
-std::string params(NoticeId id, const HostNotification& notice) {
-  return "[{\"id\":" + std::to_string(id) + ",\"text\":" + jsonTextOrNull(notice.text) +
+std::string description(NoticeId id, const HostNotification& notice) {
+  return "{\"id\":" + std::to_string(id) + ",\"text\":" + jsonTextOrNull(notice.text) +
          ",\"icon\":" + jsonTextOrNull(iconText(notice)) +
          ",\"liveTime\":" + jsonText(notice.liveTime) +
          ",\"button1Text\":" + jsonTextOrNull(notice.button1Text) +
          ",\"button1Action\":" + jsonTextOrNull(notice.button1Action) +
          ",\"button2Text\":" + jsonTextOrNull(notice.button2Text) +
-         ",\"userInfo\":" + (notice.userInfo ? jsonText(*notice.userInfo) : kJsonNull) + "}]";
+         ",\"userInfo\":" + (notice.userInfo ? jsonText(*notice.userInfo) : kJsonNull) + "}";
 }
 
 }  // namespace
 
 void Notices::show(const HostNotification& notice) {
   const NoticeId id = open(notice);
-  events_.append("showNotification:", params(id, notice));
+  events_.append("showNotification:", jsonList({description(id, notice)}));
   if (!display_) return;
   mainLoop_.post([this, id, notice] {
     if (isOpen(id)) display_->show(id, notice);
@@ -79,6 +80,13 @@ bool Notices::answer(NoticeId id, int button) {
     answered->target->performAction(*answered->button1Action);
   }
   return true;
+}
+
+std::string Notices::openNotices() {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> descriptions;
+  for (const auto& [id, notice] : open_) descriptions.push_back(description(id, notice));
+  return jsonList(descriptions);
 }
 
 }  // namespace revwarden

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <string>
 #include <utility>
 
 #include "platform/host_application.h"
@@ -40,6 +41,9 @@ class Notices {
   /// The user pressed a button, 1 or 2, or dismissed the notice, 0: closes it and, for button 1,
   /// has its target perform the button's action. Whether it was open. Main thread.
   bool answer(NoticeId id, int button);
+
+  /// The open notices as a JSON list, oldest first, each as its event tells of it. Any thread.
+  std::string openNotices();
 
  private:
   using OpenNotice = std::pair<NoticeId, HostNotification>;

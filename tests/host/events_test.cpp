@@ -99,5 +99,17 @@ TEST_F(Events, LogLinesKeepTheirLineBreaksForClientsOnly) {
                   Json({"a\nb\x1b", "(null)"})}));
 }
 
+TEST_F(Events, OfALongLogLineOnlyTheBeginningIsTold) {
+  EventLog log(loop_, diagnostics_);
+  std::string answer;
+  for (int i = 0; i < 2 << 20; ++i) answer += "\xc3\xa9";
+  testing::internal::CaptureStderr();
+  HostLog(log).NSLog("Answer: %@", {answer});
+  EXPECT_LT(testing::internal::GetCapturedStderr().size(), 1'100'000u);
+  const Json params = Json::parse(log.eventsAfter(0))[0]["params"];
+  EXPECT_EQ(params[3][0], answer.substr(0, 1 << 20) + " [3145728 bytes left out]");
+  EXPECT_EQ(params[1], "Answer: " + answer.substr(0, (1 << 20) - 8) + " [3145736 bytes left out]");
+}
+
 }  // namespace
 }  // namespace revwarden

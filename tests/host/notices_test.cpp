@@ -57,6 +57,10 @@ TEST_F(NoticesTest, ClientsReadEveryFieldAndNullForWhatIsNotSet) {
   EXPECT_EQ(heard[1]["params"], Json::parse(R"([{"id":2,"text":"Text","icon":"/A.app",
       "liveTime":2.5,"button1Text":"OK","button1Action":"act","button2Text":"Cancel",
       "userInfo":{"k":1}}])"));
+  EXPECT_EQ(Json::parse(notices_.openNotices()),
+            Json({heard[0]["params"][0], heard[1]["params"][0]}));
+  notices_.answer(1, 0);
+  EXPECT_EQ(Json::parse(notices_.openNotices()), heard[1]["params"]);
 }
 
 TEST_F(NoticesTest, AnAnswerCountsOnceAndOnlyButtonOneActs) {
