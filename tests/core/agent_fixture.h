@@ -28,6 +28,11 @@ class AgentTest : public testing::Test {
     agent->setDelegate(events);
     return agent;
   }
+  void createWithoutRefresh() {
+    world.threads.refuse = true;
+    create();
+    world.threads.refuse = false;
+  }
   void start() {
     create();
     finishPass();

@@ -1,5 +1,7 @@
 #include "check/update_check.h"
 
+#include <future>
+
 #include "check/update_answer.h"
 #include "check/update_request.h"
 #include "tests/core/agent_fixture.h"
@@ -233,12 +235,18 @@ TEST_F(AgentTest, ARescanForgetsTheStampsAndAsksAgain) {
   EXPECT_EQ(world.service.requests[1].body.find("<item>"), std::string::npos) << "asked lately";
 
   const Date checked = *agent->lastFireDate();
+  std::promise<void> asked;
+  world.service.answer = [&, mayAnswer = asked.get_future().share()](const URLRequest&) {
+    mayAnswer.wait();
+    return std::optional(answer({}));
+  };
   events->takeNames();
   agent->startFullRescan();
   EXPECT_EQ(agent->lastFireDate(), std::nullopt);
   EXPECT_FALSE(itemAt(kA).contains(kKQRWLastFullCheckDate));
   EXPECT_EQ(stored().dateFor("lastFireDate"), checked) << "nothing is saved";
   agent->startFullRescan();
+  asked.set_value();
   finishPass();
   ASSERT_EQ(world.service.requests.size(), 3u) << "a rescan during a pass is not queued";
   EXPECT_NE(world.service.requests[2].body.find("<mandatory"), std::string::npos);

@@ -14,7 +14,7 @@ TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
        record("marked", "/Applications/H.app").with(kKQRWInstallerIsInQueueKey, true)},
       {{"showRevwardenNotifications", 1}, {"lastFireDate", Date{5}}});
   world.disk.install("/Users/u/Library/G.app", "1.0");
-  create();
+  createWithoutRefresh();
 
   std::vector<std::string> ids;
   for (const LiveRecordRef& item : agent->itemsSnapshot()) {
@@ -28,7 +28,6 @@ TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
   EXPECT_FALSE(agent->updatesApplicationsFromAllLocalVolumes());
   EXPECT_EQ(agent->lastFireDate(), Date{5});
   EXPECT_EQ(world.defaults.writes, 0) << "loading saves nothing";
-  finishPass();
 }
 
 TEST_F(AgentTest, TheTemporaryFolderIsTriedAgainUntilItResolves) {
@@ -52,7 +51,7 @@ TEST_F(AgentTest, SavingStripsPassingMarksAndKeepsWhatItDoesNotKnow) {
              .with(kKQRWInstallerTotalBytesKey, -1)
              .with(kKQRWInstallerReceivedBytesKey, 7)},
         {{"TotalUpdatesCount", 41}, {"unknown", "kept"}, {"lastFireDate", Date{5}}});
-  create();
+  createWithoutRefresh();
   agent->setStarred_forItemWithId(true, "a");
 
   const Array items = storedItems();
@@ -65,7 +64,6 @@ TEST_F(AgentTest, SavingStripsPassingMarksAndKeepsWhatItDoesNotKnow) {
       << "the live record keeps its marks";
   EXPECT_EQ(agent->totalUpdatesCount(), 41);
   EXPECT_EQ(textAt(stored(), "unknown"), "kept");
-  finishPass();
 }
 
 TEST_F(AgentTest, ForgettingTheDateInMemoryLeavesTheStoredOne) {
@@ -103,13 +101,12 @@ TEST_F(AgentTest, DamagedSettingsReadAsNone) {
                                 {"lastFireDate", "yesterday"},
                                 {"TotalUpdatesCount", Data{"x"}}},
                                "KQRWAgent");
-  create();
+  createWithoutRefresh();
   EXPECT_TRUE(agent->itemsSnapshot().empty());
   EXPECT_FALSE(agent->showRevwardenNotifications());
   EXPECT_TRUE(agent->updatesApplicationsFromAllLocalVolumes());
   EXPECT_EQ(agent->lastFireDate(), std::nullopt);
   EXPECT_EQ(agent->totalUpdatesCount(), 0);
-  finishPass();
 }
 
 }  // namespace
