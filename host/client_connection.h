@@ -24,7 +24,7 @@ class ClientConnection {
     size_t line = 16 << 20;     // bytes of a client's line
     size_t backlog = 16 << 20;  // bytes that may wait for as long as they like
     std::chrono::milliseconds patience = std::chrono::seconds(30);  // when more than these wait
-    size_t requests = 64;  // unanswered at a time; further ones are not read
+    size_t requests = 16;  // unanswered at a time; further ones are not read
   };
 
   ClientConnection(FileDescriptor socket, const Limits& limits)

@@ -120,14 +120,13 @@ void DesktopNotices::call(const char* method, GVariant* parameters, GAsyncReadyC
 
 void DesktopNotices::send(NoticeId id, const HostNotification& notice) {
   const std::string text = notice.text.value_or("");
-  g_autofree char* body =
-      readsMarkup_ ? g_markup_escape_text(text.c_str(), -1) : g_strdup(text.c_str());
-  // D-Bus takes nothing but UTF-8.
-  g_autofree char* valid = g_utf8_make_valid(body, -1);
+  // D-Bus takes nothing but UTF-8, and nothing else can be escaped.
+  g_autofree char* valid = g_utf8_make_valid(text.c_str(), -1);
+  g_autofree char* body = readsMarkup_ ? g_markup_escape_text(valid, -1) : g_strdup(valid);
   sending_.insert(id);
   call("Notify",
        g_variant_new("(susss@asa{sv}i)", application_.c_str(), 0u, iconName(notice),
-                     application_.c_str(), valid, actions(notice), nullptr,
+                     application_.c_str(), body, actions(notice), nullptr,
                      milliseconds(notice.liveTime)),
        onSent, new Sent{this, id});
 }

@@ -48,9 +48,12 @@ RpcResult perform(const json& request, const RpcMethods& methods) {
   return method->second(params ? *params : json::array());
 }
 
-std::optional<std::string> answer(const json& message, const RpcMethods& methods) {
+std::optional<std::string> answer(const json& message, const RpcMethods& methods,
+                                  bool tooMuch = false) {
   if (!isRequest(message)) return rpcErrorReply({kRpcInvalidRequest, "Invalid Request"});
-  const RpcResult result = perform(message, methods);
+  const RpcResult result =
+      tooMuch ? RpcError{kRpcBatchTooLarge, "Not performed: the batch asks for too much"}
+              : perform(message, methods);
   const json* id = find(message, "id");
   if (!id) return std::nullopt;
   return reply(*id, result);
@@ -62,8 +65,12 @@ std::optional<std::string> answerBatch(const json& batch, const RpcMethods& meth
     return rpcErrorReply({kRpcInvalidRequest, "Invalid Request: too long a batch"});
   }
   std::vector<std::string> replies;
+  size_t bytes = 0;
   for (const json& message : batch) {
-    if (auto text = answer(message, methods)) replies.push_back(std::move(*text));
+    auto text = answer(message, methods, bytes > kMaximumBatchReply);
+    if (!text) continue;
+    bytes += text->size();
+    replies.push_back(std::move(*text));
   }
   if (replies.empty()) return std::nullopt;
   return jsonList(replies);

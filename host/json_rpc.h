@@ -33,6 +33,10 @@ using RpcMethods = std::map<std::string, RpcMethod, std::less<>>;
 /// More requests in one batch than these are refused.
 inline constexpr size_t kMaximumBatch = 10'000;
 
+/// The requests of a batch that come after this many bytes of replies are not performed.
+inline constexpr size_t kMaximumBatchReply = 64 << 20;
+inline constexpr int kRpcBatchTooLarge = -32000;
+
 /// Performs the request, or the batch of requests, that a line holds, and gives the line of the
 /// reply, without its line break. Absent when there is nothing to reply to.
 std::optional<std::string> answerLine(std::string_view line, const RpcMethods& methods);

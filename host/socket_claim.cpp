@@ -47,7 +47,9 @@ bool makeFolder(const std::string& folder) {
 /// Makes sure that nobody else can put a socket of his own into the folder. Why not, else empty.
 std::string prepareFolder(const std::string& folder, bool isOurs) {
   if (!makeFolder(folder)) return reason("cannot make the folder " + folder);
-  const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  // Others may write in the folder above ours, and put a link there to anything.
+  const FileDescriptor opened(
+      ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | (isOurs ? O_NOFOLLOW : 0)));
   struct stat info {};
   if (!opened || ::fstat(opened.get(), &info) != 0) {
     return reason("cannot open the folder " + folder);

@@ -20,9 +20,10 @@ std::optional<std::string> makePrivate(int folder, const std::string& path) {
   return path + ": " + strerror(errno);
 }
 
-bool everybodyCanWrite(const std::string& path) {
+bool othersCanWrite(const std::string& path) {
   struct stat facts;
-  return stat(path.c_str(), &facts) == 0 && (facts.st_mode & S_IWOTH);
+  return stat(path.c_str(), &facts) == 0 &&
+         (facts.st_uid != geteuid() || (facts.st_mode & (S_IWGRP | S_IWOTH)));
 }
 
 }  // namespace
@@ -40,7 +41,7 @@ TemporaryFolder privateTemporaryFolder() {
   const char* const named = getenv("TMPDIR");
   const bool isNamed = named && *named == '/';
   std::string path = isNamed ? named : "/var/tmp";
-  if (isNamed && !everybodyCanWrite(path)) return {path, std::nullopt};
+  if (isNamed && !othersCanWrite(path)) return {path, std::nullopt};
   path += "/revwarden-" + std::to_string(geteuid());
   std::optional<std::string> error = makePrivateFolder(path);
   return {path, std::move(error)};

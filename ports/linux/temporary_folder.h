@@ -16,9 +16,9 @@ struct TemporaryFolder {
   std::optional<std::string> error;
 };
 
-/// TMPDIR when it is a full path, else /var/tmp; in a folder that everybody can write, such as the
-/// latter, a private folder "revwarden-UID". Not to be called while another thread changes the
-/// environment.
+/// TMPDIR when it is a full path, else /var/tmp; in a folder that others can write or that is
+/// another user's, such as the latter, a private folder "revwarden-UID". Not to be called while
+/// another thread changes the environment.
 TemporaryFolder privateTemporaryFolder();
 
 }  // namespace revwarden

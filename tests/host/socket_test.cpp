@@ -4,6 +4,7 @@
 
 #include "host/json_values.h"
 #include "host/rpc_parameters.h"
+#include "host/socket_path.h"
 #include "tests/host/host_fixture.h"
 
 namespace revwarden {
@@ -209,6 +210,12 @@ TEST(SocketClaim, WhatIsNotOursStays) {
   ::chmod(folder.file("open").c_str(), 0777);
   EXPECT_FALSE(SocketClaim::create(folder.file("open/agent.sock"), error));
   EXPECT_THAT(error, HasSubstr("other users"));
+  ::setenv("XDG_RUNTIME_DIR", folder.file("").c_str(), 1);
+  std::filesystem::create_symlink("open", folder.file("revwarden"));
+  EXPECT_FALSE(SocketClaim::create(defaultSocketPath(), error));
+  EXPECT_EQ(std::filesystem::status(folder.file("open")).permissions(),
+            std::filesystem::perms(0777));
+  ::unsetenv("XDG_RUNTIME_DIR");
   EXPECT_FALSE(SocketClaim::create(folder.file(std::string(200, 'x')), error));
   EXPECT_THAT(error, HasSubstr("too long"));
 }

@@ -100,6 +100,12 @@ TEST_F(Rpc, ABatchIsAnsweredWithAList) {
   EXPECT_EQ(replies[2]["error"]["code"], kRpcMethodNotFound);
   EXPECT_EQ(errorOf("[]"), kRpcInvalidRequest);
   EXPECT_FALSE(answerLine(R"([{"jsonrpc":"2.0","method":"add"}])", methods_));
+
+  int performed = 0;
+  methods_["large"] = [&](const Json&) { return ++performed, jsonText(std::string(9 << 20, 'x')); };
+  const Json large = answer(Json(100, {{"jsonrpc", "2.0"}, {"id", 1}, {"method", "large"}}).dump());
+  EXPECT_EQ(performed, 8);
+  EXPECT_EQ(large.back()["error"]["code"], kRpcBatchTooLarge);
 }
 
 }  // namespace

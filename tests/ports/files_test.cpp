@@ -274,9 +274,11 @@ TEST_F(FilesTest, TheTemporaryFolderIsPrivate) {
 
   setenv("TMPDIR", at("home").c_str(), 1);
   EXPECT_EQ(privateTemporaryFolder().path, at("home"));
-  chmod(folder("open").c_str(), 01777);
-  setenv("TMPDIR", at("open").c_str(), 1);
-  EXPECT_EQ(privateTemporaryFolder().path, at("open/revwarden-") + std::to_string(geteuid()));
+  setenv("TMPDIR", folder("open").c_str(), 1);
+  for (const mode_t mode : {01777, 0770}) {
+    chmod(at("open").c_str(), mode);
+    EXPECT_EQ(privateTemporaryFolder().path, at("open/revwarden-") + std::to_string(geteuid()));
+  }
   unsetenv("TMPDIR");
 }
 
