@@ -1,6 +1,5 @@
 #include "agent/item_catalogue.h"
 
-#include <algorithm>
 #include <string>
 
 #include "agent/record_keys.h"

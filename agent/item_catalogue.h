@@ -25,7 +25,6 @@ class ItemCatalogue {
     explicit Access(ItemCatalogue& catalogue)
         : lock_(catalogue.itemsLock_), records_(catalogue.records_) {}
     RecordList* operator->() { return &records_; }
-    RecordList& operator*() { return records_; }
 
    private:
     const std::lock_guard<std::mutex> lock_;

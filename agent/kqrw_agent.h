@@ -48,8 +48,9 @@ class KQRWAgent {
   // Background passes. Each returns once the pass was started; a request that finds one running is
   // dropped.
 
-  /// Forgets when records were last checked and refreshes the list, which then asks the service. A
-  /// failing exchange of this check is shown to the user.
+  /// Forgets when records were last checked and refreshes the list, which then asks the service. An
+  /// answer that cannot be read is shown to the user. While a pass runs nothing is forgotten, and
+  /// the wish to be shown such an answer counts for its check, or else for the next.
   virtual void startFullRescan() = 0;
   /// Brings the catalogue in line with the disk and asks the service when anything is new.
   virtual void startUpdateApplicationsList() = 0;

@@ -24,7 +24,7 @@ class RecordSet {
 
   std::unordered_set<LiveRecordRef> objects_;
   // Records of equal contents have equal ids; so only those of one id are ever compared. Made when
-  // first a record is no member by itself, which is rare.
+  // first a record is asked for that is no member by itself.
   mutable RecordsByID byID_;
 };
 

@@ -12,9 +12,6 @@ namespace revwarden {
 template <typename T>
 class Guarded {
  public:
-  Guarded() = default;
-  explicit Guarded(T value) : value_(std::move(value)) {}
-
   T get() const {
     const std::lock_guard lock(mutex_);
     return value_;

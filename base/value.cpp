@@ -154,7 +154,9 @@ int64_t Dictionary::integerFor(std::string_view key) const {
 }
 
 Dictionary Dictionary::with(std::string_view key, Value value) const {
-  Entries entries(begin(), end());
+  Entries entries;
+  entries.reserve(size() + 1);
+  entries.assign(begin(), end());
   auto place = std::lower_bound(
       entries.begin(), entries.end(), key,
       [](const DictionaryEntry& entry, std::string_view k) { return entry.key < k; });
@@ -200,7 +202,10 @@ bool operator==(const Value& a, const Value& b) {
   return a.storage_ == b.storage_;
 }
 
-DictionaryBuilder::DictionaryBuilder(const Dictionary& base) : entries_(base.begin(), base.end()) {}
+DictionaryBuilder::DictionaryBuilder(const Dictionary& base) {
+  entries_.reserve(base.size() + 1);  // most changes add one entry; doubling would waste a third
+  entries_.assign(base.begin(), base.end());
+}
 
 void DictionaryBuilder::set(std::string key, Value value) {
   entries_.push_back(DictionaryEntry{std::move(key), std::move(value)});

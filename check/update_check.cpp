@@ -28,7 +28,7 @@ namespace {
 
 constexpr double kSecondsBeforeAskingAgain = 172800;
 
-// The service had nothing for it two days ago or less.
+// The service had nothing for it less than two days ago.
 bool wasAskedLately(const Dictionary& record, Date now) {
   if (record.contains(kKQRWAvailableVersionInfoKey)) return false;
   const std::optional<Date> asked = record.dateFor(kKQRWLastFullCheckDate);
@@ -65,6 +65,7 @@ const Dictionary* answerFor(const Dictionary& record, const AnswersByBundleId& a
 void UpdateCheck::performCheckForAppsUpdates() {
   Question question = chooseItems();
   if (std::optional<std::string> body = send(std::exchange(question.root, {}))) {
+    // Exchanged, so that the body is gone before the merge.
     const std::vector<Dictionary> answers = readAnswers(std::exchange(*body, {}));
     merge(question, answers);
     platform_.mainLoop.post([this] { mediator_.notifyNewUpdates(); });
@@ -106,7 +107,9 @@ std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body) {
   XmlDocuments::ParseResult document = platform_.xml.parse(body);
   if (const auto* error = std::get_if<XmlDocuments::ParseError>(&document)) {
     platform_.log.NSLog("Invalid response: %@", {error->description});
-    platform_.log.NSLog("Response: %@", {asciiText(body)});
+    Log::Arguments text;
+    text.push_back(asciiText(body));  // not in braces, which would copy what may be very long
+    platform_.log.NSLog("Response: %@", text);
     if (scanStartedByUser_) showErrorNotice();
   }
   return convertedArrayFromResponse(std::get_if<XmlElement>(&document));

@@ -68,6 +68,17 @@ void ListRefresh::startUpdateApplicationsList() {
 }
 
 void ListRefresh::performUpdateApplicationsList() {
+  if (refreshCatalogue()) {
+    mediator_.performCheckForAppsUpdates();
+  } else {
+    mediator_.setScanStartedByUser(false);
+  }
+  pass_.finish();
+  pass_.onMainThread([this] { mediator_.didFinishUpdatingApplicationsList(); });
+}
+
+// Answers whether the service is to be asked.
+bool ListRefresh::refreshCatalogue() {
   const std::unique_ptr<PathInspector> inspector = platform_.files.inspectorForPass();
   const bool changed = validateApplications(*inspector);
   if (changed) {
@@ -77,13 +88,7 @@ void ListRefresh::performUpdateApplicationsList() {
   const LiveRecords snapshot = catalogue_.itemsSnapshot();
   removeRecordsOutOfScope(*inspector, snapshot);
   // The snapshot still holds the records just removed: one of them may call for the check.
-  if (changed || thereAreNeverCheckedItems(snapshot)) {
-    mediator_.performCheckForAppsUpdates();
-  } else {
-    mediator_.setScanStartedByUser(false);
-  }
-  pass_.finish();
-  pass_.onMainThread([this] { mediator_.didFinishUpdatingApplicationsList(); });
+  return changed || thereAreNeverCheckedItems(snapshot);
 }
 
 bool ListRefresh::validateApplications(PathInspector& inspector) {

@@ -45,6 +45,7 @@ class ListRefresh {
 
  private:
   void performUpdateApplicationsList();
+  bool refreshCatalogue();
   bool validateApplications(PathInspector& inspector);
   bool isInScope(PathInspector& inspector, const std::string& path) const;
   std::vector<std::string> applicationsPathsToUpdate(PathInspector& inspector) const;

@@ -96,7 +96,9 @@ LinuxBundles::LinuxBundles(std::optional<std::string> mainVersion,
                            std::optional<std::string> pluginPath)
     : mainBundle_(mainBundle(std::move(mainVersion))),
       pluginPath_(std::move(pluginPath)),
-      cleaningSize_(kFirstCleaningSize) {}
+      cleaningSize_(kFirstCleaningSize) {
+  entries_.max_load_factor(0.5F);  // nearly every look-up of a refresh finds something
+}
 
 LinuxBundles::~LinuxBundles() = default;
 

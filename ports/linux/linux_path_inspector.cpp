@@ -149,8 +149,11 @@ LinuxPathInspector::Reach LinuxPathInspector::reach(std::string_view path) {
 }
 
 LinuxPathInspector::Entry* LinuxPathInspector::known(std::string_view path) {
+  // Questions about one path come one after another.
+  if (lastKnown_ && lastKnown_->path == path) return lastKnown_;
   const auto found = entries_.find(path);
-  return found == entries_.end() ? nullptr : &found->second;
+  if (found == entries_.end()) return nullptr;
+  return lastKnown_ = &found->second;
 }
 
 // A slash behind a name asks for a folder. `links` counts the links followed so far.

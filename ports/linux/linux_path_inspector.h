@@ -88,6 +88,7 @@ class LinuxPathInspector : public PathInspector {
   std::deque<Volume> volumes_;
   std::vector<std::string> volumeRoots_;  // resolved
   std::string key_;                       // of the entry that is looked up
+  Entry* lastKnown_ = nullptr;            // the last entry that was looked up
   Entry* root_ = nullptr;
   Entry missing_;             // stands for the last path that led nowhere
   std::string missingPath_;   // as it was asked

@@ -117,6 +117,9 @@ TEST_F(AgentTest, StarsAndTheBlackListSaveOnceAndTellSnapshots) {
   EXPECT_EQ(textAt(told[1], kKQRWIDKey), a);
   EXPECT_TRUE(told[2].boolFor(kKQRWIsInBlackList));
   agent->moveItemsWithIds_toBlackList({c}, false);
+  agent->moveItemsWithIds_toBlackList({}, true);
+  EXPECT_EQ(world.defaults.writes, writes + 3);
+  EXPECT_TRUE(events->events.back().items.empty());
   EXPECT_FALSE(agent->itemWithIdIsInBlackList(c));
   EXPECT_TRUE(told[0].boolFor(kKQRWIsInBlackList)) << "an event already sent does not change";
 }

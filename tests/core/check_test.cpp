@@ -74,12 +74,14 @@ class CheckTest : public AgentTest, private UpdateCheck::Mediator {
  protected:
   void run() {
     std::atomic<bool> done = false;
-    std::thread([&] {
+    std::thread thread([&] {
       check.performCheckForAppsUpdates();
       done = true;
       world.loop.post([] {});
-    }).detach();
-    ASSERT_TRUE(world.loop.runUntil([&] { return done.load(); }));
+    });
+    EXPECT_TRUE(world.loop.runUntil([&] { return done.load(); }));
+    thread.join();
+    world.loop.drain();
   }
   Dictionary item(const std::string& id) { return *catalogue.itemSnapshotWithID(id); }
   std::vector<std::string> asked() {
@@ -151,8 +153,12 @@ TEST_F(CheckTest, MergesWhatWasAnswered) {
                 {"org.example.stale", "4"},
                 {" ", "5"},
                 {"ORG.EXAMPLE.KEPT", "6"}}));
+  const LiveRecords before = catalogue.itemsSnapshot();
   run();
   EXPECT_EQ(calls, "notice change ");
+  for (const LiveRecordRef& record : catalogue.itemsSnapshot()) {
+    EXPECT_THAT(before, testing::Not(testing::Contains(record))) << "merged into a new record";
+  }
   EXPECT_EQ(offeredVersion(item("new")), "2") << "the first answer counts";
   EXPECT_FALSE(item("new").contains(kKQRWLastFullCheckDate)) << "an answer sets no stamp";
   EXPECT_EQ(item("stale").dictionaryFor(kKQRWAvailableVersionInfoKey)->size(), 2u)
@@ -228,16 +234,34 @@ TEST_F(AgentTest, ARescanForgetsTheStampsAndAsksAgain) {
   world.disk.install(kA, "1.0");
   serve(answer({}));
   start();
-  EXPECT_EQ(itemAt(kA).dateFor(kKQRWLastFullCheckDate), world.clock.now());
+  const Date stamp = world.clock.now();
+  EXPECT_EQ(itemAt(kA).dateFor(kKQRWLastFullCheckDate), stamp);
   world.clock.advance(kHour);
-  refresh();
-  ASSERT_EQ(world.service.requests.size(), 2u);
-  EXPECT_EQ(world.service.requests[1].body.find("<item>"), std::string::npos) << "asked lately";
 
-  const Date checked = *agent->lastFireDate();
-  std::promise<void> asked;
-  world.service.answer = [&, mayAnswer = asked.get_future().share()](const URLRequest&) {
+  // A service that thinks until it is told to go on, and then for a minute.
+  std::promise<void> goOn;
+  const auto mayAnswer = goOn.get_future().share();
+  world.service.answer = [&, mayAnswer](const URLRequest&) {
     mayAnswer.wait();
+    world.clock.advance(60);
+    return std::optional(answer({}));
+  };
+  events->takeNames();
+  agent->startUpdateApplicationsList();
+  agent->startFullRescan();
+  EXPECT_EQ(itemAt(kA).dateFor(kKQRWLastFullCheckDate), stamp)
+      << "a pass runs: nothing is forgotten";
+  EXPECT_EQ(agent->lastFireDate(), stamp);
+  goOn.set_value();
+  finishPass();
+  ASSERT_EQ(world.service.requests.size(), 2u) << "nor is the wish queued";
+  EXPECT_EQ(world.service.requests[1].body.find("<item>"), std::string::npos) << "asked lately";
+  const Date checked = *agent->lastFireDate();
+  EXPECT_EQ(checked, world.clock.now()) << "the end of the check counts";
+
+  goOn = {};
+  world.service.answer = [&, again = goOn.get_future().share()](const URLRequest&) {
+    again.wait();
     return std::optional(answer({}));
   };
   events->takeNames();
@@ -245,10 +269,9 @@ TEST_F(AgentTest, ARescanForgetsTheStampsAndAsksAgain) {
   EXPECT_EQ(agent->lastFireDate(), std::nullopt);
   EXPECT_FALSE(itemAt(kA).contains(kKQRWLastFullCheckDate));
   EXPECT_EQ(stored().dateFor("lastFireDate"), checked) << "nothing is saved";
-  agent->startFullRescan();
-  asked.set_value();
+  goOn.set_value();
   finishPass();
-  ASSERT_EQ(world.service.requests.size(), 3u) << "a rescan during a pass is not queued";
+  ASSERT_EQ(world.service.requests.size(), 3u);
   EXPECT_NE(world.service.requests[2].body.find("<mandatory"), std::string::npos);
 }
 

@@ -11,6 +11,7 @@ TEST_F(AgentTest, TheFirstRefreshFillsTheCatalogue) {
   world.disk.bundles["/Applications/Broken.app"] = nullptr;
   world.disk.install("/Applications/NoVersion.app", "");
   world.disk.install("/Applications/Elsewhere.app", "1", "");
+  world.disk.install("/Users/u/.Trash/Old.app", "1.0");
   world.disk.links["/Users/u/Link.app"] = kA;
   create();
   finishPass();
@@ -27,6 +28,28 @@ TEST_F(AgentTest, TheFirstRefreshFillsTheCatalogue) {
   EXPECT_EQ(textAt(itemAt("/Applications/Elsewhere.app"), kKQRWApplicationNameKey), "")
       << "an empty name is a name";
   EXPECT_EQ(storedItems().size(), 3u);
+  EXPECT_TRUE(world.disk.flushed.contains(kA));
+}
+
+TEST_F(AgentTest, AnEventComesWhenItsStateIsThere) {
+  world.disk.install(kA, "1.0");
+  start();
+  std::vector<std::string> seen;
+  events->onEvent = [&](const std::string& name) {
+    const Array items = storedItems();
+    const Dictionary* item = items[0].as<Dictionary>();
+    seen.push_back(name + (agent->updateIsInProgress() ? " busy " : " idle ") +
+                   std::to_string(world.loop.pendingTimers().size()) + " timers, stored " +
+                   textAt(*item, kKQRWCurrentVersionKey) +
+                   (item->boolFor(kKQRWIsFavouriteKey) ? " starred" : ""));
+  };
+  world.disk.install(kA, "2.0");
+  refresh();
+  agent->setStarred_forItemWithId(true, idAt(kA));
+  EXPECT_THAT(seen, testing::ElementsAre(
+                        "start busy 0 timers, stored 1.0", "change busy 0 timers, stored 2.0",
+                        "finish idle 1 timers, stored 2.0", "list idle 1 timers, stored 2.0",
+                        "status idle 1 timers, stored 2.0 starred"));
 }
 
 TEST_F(AgentTest, ARefreshSendsItsEventsInOrderAndOnTheMainThread) {
@@ -54,9 +77,12 @@ TEST_F(AgentTest, ARefreshSendsItsEventsInOrderAndOnTheMainThread) {
 
 TEST_F(AgentTest, RecordsThatAreHalfThereAreRebuilt) {
   world.disk.install(kA, "1.0");
-  store({record("kept", kA).without(kKQRWCurrentVersionKey).with("extra", 1)});
+  world.disk.install("/Applications/B.app", "1.0");
+  store({record("kept", kA).without(kKQRWCurrentVersionKey).with("extra", 1),
+         record("b", "/Applications/B.app", "")});
   start();
   EXPECT_EQ(itemAt(kA), record("kept", kA).with("extra", 1));
+  EXPECT_EQ(textAt(itemAt("/Applications/B.app"), kKQRWCurrentVersionKey), "1.0");
 }
 
 TEST_F(AgentTest, VanishedApplicationsLeaveSilentlyAndUnreadableOnesLoudly) {
@@ -102,12 +128,15 @@ TEST_F(AgentTest, ARecordUnderALinkStaysBesideTheResolvedOne) {
 }
 
 TEST_F(AgentTest, AValidationPassFinishesBeforeItTellsTheChange) {
+  const std::string b = "/Applications/B.app";
   world.disk.install(kA, "1.0");
+  world.disk.install(b, "1.0");
   start();
   validating = true;
   const int writes = world.defaults.writes;
   world.disk.install(kA, "2.0");
-  agent->startUpdateInfoForItemsWithIDs({"unknown", idAt(kA)});
+  world.disk.install(b, "2.0");
+  agent->startUpdateInfoForItemsWithIDs({"unknown", idAt(kA), idAt(b)});
   EXPECT_TRUE(agent->updateIsInProgress());
   agent->startUpdateInfoForItemsWithIDs({});
   EXPECT_THAT(
@@ -116,12 +145,13 @@ TEST_F(AgentTest, AValidationPassFinishesBeforeItTellsTheChange) {
   ASSERT_TRUE(world.loop.runUntil([&] { return events->count("change") > 0; }));
   EXPECT_EQ(events->takeNames(), "start finish change");
   EXPECT_EQ(world.defaults.writes, writes) << "the next save stores it";
+  EXPECT_EQ(textAt(itemAt(b), kKQRWCurrentVersionKey), "2.0") << "every one is validated";
 
   world.disk.bundles.erase(kA);
   agent->startUpdateInfoForItemsWithIDs({idAt(kA)});
   ASSERT_TRUE(world.loop.runUntil([&] { return events->count("change") > 0; }));
   EXPECT_EQ(world.log.lines.back(), "Application at path \"" + kA + "\" was not found");
-  EXPECT_TRUE(agent->itemsSnapshot().empty());
+  EXPECT_EQ(agent->itemsSnapshot().size(), 1u);
   events->takeNames();
 
   agent->startUpdateInfoForItemsWithIDs({});

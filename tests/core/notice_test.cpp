@@ -51,7 +51,9 @@ TEST_F(NoticeTest, TellsEachNewVersionOnce) {
   add("Ignored", "1.0", "1.1", "", true);
   add("NoOffer", "1.0", "");
   const int writes = world.defaults.writes;
+  const LiveRecords before = catalogue.itemsSnapshot();
   notice.notifyNewUpdates();
+  EXPECT_EQ(catalogue.itemsSnapshot(), before) << "marked in place";
   ASSERT_EQ(world.host.shown.size(), 1u);
   EXPECT_EQ(*world.host.shown[0].text,
             "Updates available for %?1$u applications: %2$@. Open Pellmark to install updates."

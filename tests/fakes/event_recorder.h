@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -41,10 +42,11 @@ struct EventRecorder final : KQRWAgentDelegate {
   void openRevwarden() override { add("open"); }
 
   void add(std::string name, std::vector<Dictionary> items = {}) {
+    if (onEvent) onEvent(name);
     const std::lock_guard lock(mutex);
     events.push_back({std::move(name), loop.isMainThread(), std::move(items)});
   }
-  /// The names so far, each once it is handed out no more.
+  /// The names of the events so far, which are then forgotten.
   std::string takeNames() {
     const std::lock_guard lock(mutex);
     std::string names;
@@ -59,6 +61,7 @@ struct EventRecorder final : KQRWAgentDelegate {
   }
 
   const RunLoop& loop;
+  std::function<void(const std::string&)> onEvent;  // set it while no pass runs
   std::mutex mutex;
   std::vector<Event> events;
 };

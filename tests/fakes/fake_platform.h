@@ -34,6 +34,7 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   std::map<std::string, std::string, std::less<>> links;
   std::set<std::string> otherVolumes = {"/Volumes/X"};
   std::set<std::string> hidden;  // there, but not found by the search
+  std::set<std::string> flushed;
   std::string temporary = "/tmp";
   bool temporaryExists = true;
   bool movable = true;
@@ -96,7 +97,7 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
     const auto found = bundles.find(path);
     return found == bundles.end() ? nullptr : found->second;
   }
-  void flushBundleCachesForPath(std::string_view) override {}
+  void flushBundleCachesForPath(std::string_view path) override { flushed.emplace(path); }
   std::shared_ptr<const Bundle> threadSafeMainBundle() override {
     Bundle bundle;
     if (hostVersion) bundle.shortVersionString = *hostVersion;
