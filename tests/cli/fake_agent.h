@@ -1,11 +1,9 @@
 #pragma once
 
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -14,24 +12,11 @@
 #include <thread>
 #include <vector>
 
+#include "tests/fakes/scratch_folder.h"
+
 namespace revwarden {
 
 using Json = nlohmann::json;
-
-/// A folder of its own below the folder for temporary files.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    const char* base = std::getenv("TMPDIR");
-    path_ = std::string(base ? base : "/tmp") + "/cli-XXXXXX";
-    if (!mkdtemp(path_.data())) std::abort();
-  }
-  ~TemporaryFolder() { std::system(("rm -rf '" + path_ + "'").c_str()); }
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
 
 /// An agent without a catalogue: it answers each request by a script, one client at a time.
 class FakeAgent {
@@ -118,7 +103,7 @@ class FakeAgent {
     if (script != scripts_.end()) script->second(peer, params);
   }
 
-  const TemporaryFolder folder_;
+  const ScratchFolder folder_;
   std::map<std::string, Script> scripts_;
   const int listener_;
   std::mutex mutex_;

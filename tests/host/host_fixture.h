@@ -2,22 +2,16 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
-#include <unistd.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "host/control_socket.h"
 #include "host/diagnostics.h"
@@ -25,24 +19,11 @@
 #include "host/json_rpc.h"
 #include "host/socket_claim.h"
 #include "tests/fakes/manual_run_loop.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
 
 using Json = nlohmann::json;
-
-/// A private folder of its own, removed at the end.
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    path_ = std::filesystem::temp_directory_path() / "host-XXXXXX";
-    if (!mkdtemp(path_.data())) std::abort();
-  }
-  ~ScratchFolder() { std::filesystem::remove_all(path_); }
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
 
 inline std::vector<Json> linesOf(const std::string& path) {
   std::vector<Json> lines;

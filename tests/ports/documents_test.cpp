@@ -1,8 +1,5 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <plist/plist.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -18,6 +15,7 @@
 #include "ports/linux/linux_bundles.h"
 #include "ports/linux/property_list.h"
 #include "ports/posix/libxml_documents.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
 namespace {
@@ -118,9 +116,9 @@ TEST(XmlDocuments, ReplaceHarmlessEntitiesOnly) {
 }
 
 TEST(XmlDocuments, ReadNothingFromOutside) {
-  const std::string secret = testing::TempDir() + "/revwarden_secret." + std::to_string(getpid());
-  std::ofstream(secret) << "<!ENTITY e 'secret'>";
-  const std::string url = "file://" + secret;
+  const ScratchFolder folder;
+  folder.write("secret", "<!ENTITY e 'secret'>");
+  const std::string url = "file://" + folder.file("secret");
   for (const std::string& document :
        {"<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a>&e;</a>",
         "<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a k='&e;'/>",
@@ -129,7 +127,6 @@ TEST(XmlDocuments, ReadNothingFromOutside) {
     EXPECT_THAT(textOf(document), HasSubstr("error: "));
   }
   EXPECT_EQ(textOf("<!DOCTYPE a SYSTEM '" + url + "'><a>x</a>"), "x");
-  std::filesystem::remove(secret);
 }
 
 TEST(XmlDocuments, BoundTheTimeThatManyAttributesTake) {
@@ -259,28 +256,16 @@ TEST(PropertyLists, TolerateWhatHonestWritersDo) {
 }
 
 TEST(PropertyLists, RefuseEverythingElse) {
-  for (const std::string& body : {""s,
-                                  "text"s,
-                                  "<dict><key>k</key></dict>"s,
-                                  "<dict><string>v</string></dict>"s,
-                                  "<dict><key>k</key><key>l</key></dict>"s,
-                                  "<array><key>k</key></array>"s,
-                                  "<key>k</key>"s,
-                                  "<true/><true/>"s,
-                                  "<true>yes</true>"s,
-                                  "<string><b/></string>"s,
-                                  "<dict>text</dict>"s,
-                                  "<integer></integer>"s,
-                                  "<integer>1 2</integer>"s,
-                                  "<integer>0x</integer>"s,
-                                  "<real>1,5</real>"s,
-                                  "<null/>"s,
-                                  "<plist/>"s,
-                                  "<dict><plist/></dict>"s,
-                                  repeated("<array>", 129) + repeated("</array>", 129),
-                                  repeated("<dict><key>k</key>", 100'000)}) {
-    EXPECT_FALSE(readPropertyList(plist(body))) << body.substr(0, 60);
+  for (const char* body :
+       {"", "text", "<dict><key>k</key></dict>", "<dict><string>v</string></dict>",
+        "<dict><key>k</key><key>l</key></dict>", "<array><key>k</key></array>", "<key>k</key>",
+        "<true/><true/>", "<true>yes</true>", "<string><b/></string>", "<dict>text</dict>",
+        "<integer></integer>", "<integer>1 2</integer>", "<integer>0x</integer>",
+        "<real>1,5</real>", "<null/>", "<plist/>", "<dict><plist/></dict>"}) {
+    EXPECT_FALSE(readPropertyList(plist(body))) << body;
   }
+  EXPECT_FALSE(readPropertyList(plist(repeated("<array>", 129) + repeated("</array>", 129))));
+  EXPECT_FALSE(readPropertyList(plist(repeated("<dict><key>k</key>", 100'000))));
   EXPECT_FALSE(readPropertyList(plist("<true/>") + "junk"));
   EXPECT_FALSE(readPropertyList("{ old = form; }"));
 }
@@ -311,14 +296,16 @@ TEST(PropertyLists, SurviveHostileBinaryLists) {
     return object;
   };
   EXPECT_EQ(readPropertyList(binaryList({arrayOf(1, 2), "\x51x"})), Value(Array({"x", "x"})));
-  EXPECT_FALSE(readPropertyList(binaryList({arrayOf(0, 1)})));
-  EXPECT_FALSE(readPropertyList(binaryList({arrayOf(1, 1), arrayOf(0, 1)})));
-  EXPECT_FALSE(readPropertyList(binaryList({"\xD1\0\1\0\1"s, "\x09"})));  // the key is no text
-  EXPECT_FALSE(readPropertyList(binaryList({"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s})));
-  EXPECT_FALSE(readPropertyList(binaryList({"\xDF\x13\x80\0\0\0\0\0\0\0"s})));
-  EXPECT_FALSE(readPropertyList(binaryList({"\x52\xFF\xFE"s})));
-  EXPECT_FALSE(readPropertyList(binaryList({"\xD1\0\1\0\1"s, "\x51\0"s})));
-  EXPECT_FALSE(readPropertyList(binaryList({"\xD1\0\1\0\1"s, "\x62\0x\0\0"s})));
+  const std::vector<std::vector<std::string>> hostile = {
+      {arrayOf(0, 1)},                 // contains itself
+      {arrayOf(1, 1), arrayOf(0, 1)},  // by way of another
+      {"\xD1\0\1\0\1"s, "\x09"},       // the key is no text,
+      {"\xD1\0\1\0\1"s, "\x51\0"s},    // or has a null character
+      {"\xD1\0\1\0\1"s, "\x62\0x\0\0"s},
+      {"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"},  // endless
+      {"\xDF\x13\x80\0\0\0\0\0\0\0"s},
+      {"\x52\xFF\xFE"}};  // no UTF-8
+  for (const auto& objects : hostile) EXPECT_FALSE(readPropertyList(binaryList(objects)));
   EXPECT_FALSE(readPropertyList("bplist00"));
   std::vector<std::string> deep;
   std::vector<std::string> unfolding;
@@ -332,13 +319,9 @@ TEST(PropertyLists, SurviveHostileBinaryLists) {
 
 class BundleTest : public testing::Test {
  protected:
-  ~BundleTest() override { std::filesystem::remove_all(folder_); }
-
   std::string bundle(const std::string& place, const std::string& contents) {
-    const std::filesystem::path file = folder_ + "/A.app/" + place;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file) << contents;
-    return folder_ + "/A.app";
+    folder_.write("A.app/" + place, contents);
+    return folder_.file("A.app");
   }
   static std::string info(const std::string& name, const std::string& more = "") {
     return plist("<dict><key>CFBundleName</key><string>" + name + "</string>" + more + "</dict>");
@@ -348,13 +331,8 @@ class BundleTest : public testing::Test {
     return read ? read->bundleName.value_or("(none)") : "(null)";
   }
 
-  static std::string newFolder() {
-    std::string name = testing::TempDir() + "/revwarden_bundles.XXXXXX";
-    return mkdtemp(name.data());
-  }
-
-  const std::string folder_ = newFolder();
-  LinuxBundles bundles_{"1.2", folder_ + "/A.app"};
+  const ScratchFolder folder_;
+  LinuxBundles bundles_{"1.2", folder_.file("A.app")};
 };
 
 TEST_F(BundleTest, TakesOnlyTheTopValuesAndOnlyOfTheRightType) {
@@ -391,7 +369,8 @@ TEST_F(BundleTest, ReadsTheFirstPlaceAgainWhenItChanged) {
   const auto first = bundles_.threadSafeBundleWithPath(path);
   EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first);  // the very same
   bundles_.flushBundleCachesForPath(path);
-  EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first) << "an unchanged file is not read again";
+  EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first)
+      << "an unchanged file is not read again";
   std::filesystem::remove_all(path);
   EXPECT_EQ(nameOf(path), "(null)");
   EXPECT_EQ(nameOf(std::string(10'000, 'x')), "(null)");
@@ -414,7 +393,7 @@ TEST_F(BundleTest, NeverWaitsForWhatIsNoFile) {
 TEST_F(BundleTest, FindsResourcesOfThePlugin) {
   bundle("Contents/Resources/installPkg", "");
   EXPECT_EQ(bundles_.pathForPluginResource("installPkg"),
-            folder_ + "/A.app/Contents/Resources/installPkg");
+            folder_.file("A.app/Contents/Resources/installPkg"));
   for (const std::string_view name : {"", "..", "none", "../Resources/installPkg"}) {
     EXPECT_FALSE(bundles_.pathForPluginResource(name));
   }

@@ -1,12 +1,9 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <stdio.h>
-#include <stdlib.h>
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <optional>
 #include <string>
@@ -17,6 +14,7 @@
 #include "ports/linux/linux_system_information.h"
 #include "ports/linux/logind_wake.h"
 #include "ports/posix/system_clock.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
 namespace {
@@ -122,13 +120,12 @@ TEST(LogindWakeTest, IsQuietWithoutABusAndDeliversByHand) {
 }
 
 TEST(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
-  std::string folder = testing::TempDir() + "/revwarden-machine-XXXXXX";
-  ASSERT_TRUE(mkdtemp(folder.data()));
+  const ScratchFolder folder;
   const auto with = [&](const char* serial, const char* release, const char* machine = "i686") {
-    std::ofstream(folder + "/serial") << serial;
-    std::ofstream(folder + "/release") << release;
+    folder.write("serial", serial);
+    folder.write("release", release);
     return LinuxSystemInformation(
-        {}, {folder + "/serial", {folder + "/missing", folder + "/release"}, machine});
+        {}, {folder.file("serial"), {folder.file("missing"), folder.file("release")}, machine});
   };
   EXPECT_EQ(with(" PF2ABC1-x \n", "").computerSerialNumber(), "PF2ABC1-x");
   for (const char* unknown : {"", " \n", "None\n", "To be filled by O.E.M.\n", "000-0", "\xff\n"}) {
@@ -142,7 +139,6 @@ TEST(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
   EXPECT_TRUE(with("", "", "ppc64le").isPowerPC());
   EXPECT_TRUE(with("", "", "aarch64").is64BitCapable());
   EXPECT_FALSE(with("", "").isPowerPC() || with("", "").is64BitCapable());
-  std::filesystem::remove_all(folder);
 }
 
 TEST(EnglishLocalizationTest, CountsAndInsertsTextAsItStands) {

@@ -6,12 +6,12 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
 namespace {
@@ -30,14 +30,11 @@ std::string request(const std::vector<std::string>& bundleIds) {
 class Service : public testing::Test {
  protected:
   void SetUp() override {
-    std::string folder = testing::TempDir() + "/service-XXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    folder_ = folder;
-    fs::create_directories(folder_ / "files/deep");
-    write("secret.txt", "secret");
-    write("files/app.ZIP", "0123456789");
-    write("files/deep/page.html", "<p>");
-    write("catalogue.json", R"([{"bundle_id": "org.one", "version": "2", "size": 12, "beta": true,
+    folder_.write("secret.txt", "secret");
+    folder_.write("files/app.ZIP", "0123456789");
+    folder_.write("files/deep/page.html", "<p>");
+    folder_.write("catalogue.json",
+                  R"([{"bundle_id": "org.one", "version": "2", "size": 12, "beta": true,
         "more": null, "list": [1], "no name": "x", "download_link": "/files/app.ZIP"},
         {"bundle_id": "org.two", "notes": "<&\u0001>", "download_link": "https://else.where/x"},
         {"bundle_id": "org.one", "version": "later"}, {"version": "nobody's"}])");
@@ -51,30 +48,19 @@ class Service : public testing::Test {
   void TearDown() override {
     if (process_ > 0) kill(process_, SIGKILL);
     if (program_ != nullptr) pclose(program_);
-    fs::remove_all(folder_);
   }
 
   // The program, which first says its process id.
   FILE* start(const std::string& listen, const std::string& log) const {
     const std::string command = "echo $$; exec " REVWARDEN_SERVICE " --listen " + listen +
                                 " --catalogue catalogue.json --files files 2> " + log;
-    return popen(("cd '" + folder_.string() + "'; " + command).c_str(), "r");
+    return popen(("cd '" + folder_.path() + "'; " + command).c_str(), "r");
   }
 
   static int statusAtEndOf(FILE* program) {
     while (fgetc(program) != EOF) continue;
     const int status = pclose(program);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  void write(const std::string& name, const std::string& text) const {
-    std::ofstream(folder_ / name, std::ios::binary) << text;
-  }
-
-  std::string read(const std::string& name) const {
-    std::ostringstream text;
-    text << std::ifstream(folder_ / name, std::ios::binary).rdbuf();
-    return text.str();
   }
 
   std::string answerFor(const std::vector<std::string>& bundleIds) {
@@ -90,7 +76,7 @@ class Service : public testing::Test {
     return answer ? answer->status : 0;
   }
 
-  fs::path folder_;
+  const ScratchFolder folder_;
   FILE* program_ = nullptr;
   int process_ = 0;
   char address_[100];
@@ -107,7 +93,7 @@ TEST_F(Service, AnswersWhatItKnowsInTheOrderOfTheRequest) {
   EXPECT_EQ(
       answerFor({"org.two", "org.none", "", "org.one", "org.two"}),
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?><response>" + two + one + two + "</response>");
-  EXPECT_NE(read("log").find("\"no name\""), std::string::npos);
+  EXPECT_NE(folder_.read("log").find("\"no name\""), std::string::npos);
   EXPECT_NE(answerFor({}).find("<response/>"), std::string::npos);
 }
 
@@ -138,8 +124,8 @@ TEST_F(Service, RefusesWhatIsNoRequest) {
 TEST_F(Service, ReadsTheCatalogueAgainAndKeepsTheLastGoodOne) {
   EXPECT_NE(answerFor({"org.one"}).find("<version>2<"), std::string::npos);
   const auto replace = [this](const std::string& text) {
-    write("next.json", text);
-    fs::rename(folder_ / "next.json", folder_ / "catalogue.json");
+    folder_.write("next.json", text);
+    fs::rename(folder_.file("next.json"), folder_.file("catalogue.json"));
   };
   replace(R"([{"bundle_id": "org.one", "version": "3"}])");
   EXPECT_NE(answerFor({"org.one"}).find("<version>3<"), std::string::npos);
@@ -147,9 +133,9 @@ TEST_F(Service, ReadsTheCatalogueAgainAndKeepsTheLastGoodOne) {
     replace(damaged);
     EXPECT_NE(answerFor({"org.one"}).find("<version>3<"), std::string::npos) << damaged;
   }
-  fs::remove(folder_ / "catalogue.json");
+  fs::remove(folder_.file("catalogue.json"));
   EXPECT_NE(answerFor({"org.one"}).find("<version>3<"), std::string::npos);
-  EXPECT_NE(read("log").find("cannot use"), std::string::npos);
+  EXPECT_NE(folder_.read("log").find("cannot use"), std::string::npos);
   replace("[]");
   EXPECT_NE(answerFor({"org.one"}).find("<response/>"), std::string::npos);
 }
@@ -175,11 +161,11 @@ TEST_F(Service, ServesFilesWithRangesAndTypes) {
 }
 
 TEST_F(Service, NeverLeavesItsFolder) {
-  fs::create_directory_symlink(folder_, folder_ / "files/up");
-  fs::create_directory_symlink("..", folder_ / "files/deep/over");
-  fs::create_symlink("../../secret.txt", folder_ / "files/deep/link");
-  fs::create_symlink("deep/page.html", folder_ / "files/inside");
-  mkfifo((folder_ / "files/fifo").c_str(), 0600);
+  fs::create_directory_symlink(folder_.path(), folder_.file("files/up"));
+  fs::create_directory_symlink("..", folder_.file("files/deep/over"));
+  fs::create_symlink("../../secret.txt", folder_.file("files/deep/link"));
+  fs::create_symlink("deep/page.html", folder_.file("files/inside"));
+  mkfifo(folder_.file("files/fifo").c_str(), 0600);
   EXPECT_EQ(statusOf("/files/inside"), 200);
   EXPECT_EQ(statusOf("/files/deep/over/app.ZIP"), 200);
   for (const std::string path :
@@ -193,10 +179,12 @@ TEST_F(Service, NeverLeavesItsFolder) {
 TEST_F(Service, EndsCleanlyAndLogsLinesWithoutControlCharacters) {
   statusOf("/files/\x1b[31m\xff");
   EXPECT_EQ(statusAtEndOf(start(address_, "second")), 1);
-  EXPECT_NE(read("second").find(std::string("cannot listen on ") + address_), std::string::npos);
+  EXPECT_NE(folder_.read("second").find(std::string("cannot listen on ") + address_),
+            std::string::npos);
   kill(std::exchange(process_, 0), SIGTERM);
   EXPECT_EQ(statusAtEndOf(std::exchange(program_, nullptr)), 0);
-  EXPECT_NE(read("log").find("\"GET /files/?[31m?\" 404"), std::string::npos) << read("log");
+  EXPECT_NE(folder_.read("log").find("\"GET /files/?[31m?\" 404"), std::string::npos)
+      << folder_.read("log");
 }
 
 }  // namespace
