@@ -1,0 +1,156 @@
+"""The real programs as separate processes in a scratch home, and a client of the agent's socket."""
+
+import contextlib
+import json
+import os
+import plistlib
+import shutil
+import socket
+import socketserver
+import subprocess
+import tempfile
+import threading
+import time
+
+PROGRAMS = os.environ["REVWARDEN_PROGRAMS"]
+PATIENCE = float(os.environ.get("REVWARDEN_PATIENCE", "1"))  # larger for slow, sanitized builds
+
+
+class Client:
+    """Speaks to the agent line by line and keeps the events that came in between."""
+
+    def __init__(self, path, log=None):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.settimeout(20 * PATIENCE)
+        self.socket.connect(path)
+        self.lines = self.socket.makefile("rb")
+        self.events, self.log = [], log  # which must hold each event when it arrives
+
+    def message(self):
+        message = json.loads(self.lines.readline())
+        if "id" not in message:
+            self.events.append((message["method"], message["params"]))
+            assert not self.log or self.events[-1] in logged_events(self.log)
+        return message
+
+    def answer(self):
+        while "id" not in (message := self.message()):
+            pass
+        return message
+
+    def call(self, method, *params):
+        request = {"jsonrpc": "2.0", "id": 1, "method": method, "params": params}
+        self.socket.sendall(json.dumps(request).encode() + b"\n")
+        return self.answer()["result"]
+
+    def events_until(self, method):
+        """Takes the events up to the first of that name."""
+        while method not in (names := [name for name, _ in self.events]):
+            self.message()
+        count = names.index(method) + 1
+        taken, self.events = self.events[:count], self.events[count:]
+        return taken
+
+    def records(self):
+        """The catalogue by name, once no pass runs."""
+        while self.call("updateIsInProgress"):
+            self.events_until("agentDidFinishValidateItem:")
+        return {record["applicationName"]: record for record in self.call("itemsSnapshot")}
+
+
+def logged_events(path):
+    """Methods and parameters in an event log, which must be numbered without holes."""
+    with open(path, encoding="utf-8") as file:
+        events = [json.loads(line) for line in file]
+    assert [event["seq"] for event in events] == list(range(1, len(events) + 1))
+    return [(event["method"], event["params"]) for event in events]
+
+
+class ScriptedService(socketserver.ThreadingTCPServer):
+    """Does what `behave(connection)` does once it has read a whole request."""
+
+    def __init__(self):
+        super().__init__(("127.0.0.1", 0), None)
+        self.address, self.behave, self.daemon_threads = f"127.0.0.1:{self.server_address[1]}", 0, 1
+        threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    def finish_request(self, request, _):
+        with request.makefile("rb") as file, contextlib.suppress(OSError):  # when not heard out
+            head = b"".join(iter(file.readline, b"\r\n")).lower()
+            file.read(int(head.partition(b"content-length:")[2].split()[0]))
+            self.behave(request)
+
+
+class World:
+    """A scratch home. It lies outside the temporary folder, where no application is catalogued."""
+
+    def open_world(self):
+        self.root, self.processes = tempfile.mkdtemp(prefix="revwarden-", dir="/var/tmp"), []
+        self.socket = self.path("run/revwarden/agent.sock")
+        self.defaults = self.path("home/.config/revwarden/defaults.plist")
+        for folder in ("apps", "tmp", "run", "home/.config/revwarden"):
+            os.makedirs(self.path(folder), 0o700)
+        self.env = {k: v for k, v in os.environ.items() if k == "PATH" or "SAN_OPTIONS" in k}
+        self.env |= {"HOME": self.path("home"), "TMPDIR": self.path("tmp"),
+                     "XDG_RUNTIME_DIR": self.path("run")}
+
+    def close_world(self):
+        for process in self.processes:
+            process.kill()
+            process.wait()
+        shutil.rmtree(self.root)
+
+    def path(self, name):
+        return os.path.join(self.root, name)
+
+    def write(self, name, contents):
+        os.makedirs(os.path.dirname(self.path(name)), exist_ok=True)
+        with open(self.path(name), "wb") as file:
+            file.write(contents)
+
+    def make_app(self, place, bundle_id, version, write=plistlib.dumps, **more):
+        """Makes a bundle at the place below the folder of applications."""
+        info = {"CFBundleIdentifier": bundle_id, "CFBundleShortVersionString": version, **more}
+        self.write(f"apps/{place}/Contents/Info.plist", write(info))
+
+    def start(self, name, *arguments):
+        with open(self.path(name + ".errors"), "ab") as errors:
+            self.processes.append(subprocess.Popen([os.path.join(PROGRAMS, name), *arguments],
+                                                   env=self.env, stderr=errors, bufsize=0,
+                                                   stdout=subprocess.PIPE))
+        return self.processes[-1]
+
+    def start_service(self, offers):
+        """The reference service with these offers; answers its address."""
+        self.write("offers", json.dumps(offers).encode())
+        arguments = ("--listen", "127.0.0.1:0", "--catalogue", self.path("offers"))
+        return self.start("revwarden-service", *arguments).stdout.readline().decode()[20:].strip()
+
+    def start_agent(self, service="127.0.0.1:1"):
+        """Answers the agent and a client, once it serves."""
+        agent = self.start("revwarden-agent", "--applications", self.path("apps"), "--service",
+                           service, "--event-log", self.path("events"))
+        for _ in range(int(2000 * PATIENCE)):
+            with contextlib.suppress(OSError):
+                return agent, Client(self.socket)
+            time.sleep(0.005)  # nothing announces the socket
+        raise AssertionError(self.complaints())
+
+    def end_agent(self, agent):
+        agent.terminate()
+        status = agent.wait(2 * PATIENCE)
+        assert status == 0 and not os.path.exists(self.socket), f"{status}: {self.complaints()}"
+
+    def complaints(self):
+        with open(self.path("revwarden-agent.errors"), encoding="utf-8") as file:
+            return file.read()
+
+    def cli(self, *arguments):
+        """The command line; answers its status, output and complaints."""
+        done = subprocess.run([os.path.join(PROGRAMS, "revwarden"), *arguments], env=self.env,
+                              capture_output=True, timeout=60 * PATIENCE, check=False)
+        return done.returncode, done.stdout.decode(), done.stderr.decode()
+
+    def stored(self):
+        with open(self.defaults, "rb") as file:
+            return plistlib.load(file)
