@@ -99,18 +99,6 @@ TEST_F(DefaultsTest, KeepForeignKeysAndSeeForeignChanges) {
   EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
 }
 
-TEST_F(DefaultsTest, SetADamagedFileAside) {
-  write("");
-  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
-  write("<plist><array/></plist>");
-  EXPECT_TRUE(save(defaults_, one_));
-  EXPECT_THAT(names(), testing::UnorderedElementsAre("defaults.plist", "defaults.plist.damaged-1",
-                                                     "defaults.plist.damaged-2"));
-  EXPECT_EQ(fs::file_size(file_ + ".damaged-2"), 23u);
-  EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
-  EXPECT_THAT(diagnostics_, SizeIs(2));
-}
-
 TEST_F(DefaultsTest, NeverReplaceAFileThatCannotBeRead) {
   fs::create_directories(file_);
   EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
@@ -156,30 +144,8 @@ TEST_F(DefaultsTest, LeaveTheOldFileWholeWhenAWriteFails) {
             0);
 }
 
-TEST_F(DefaultsTest, SurviveBeingKilledAtAnyMoment) {
-  const auto records = [](int generation) {
-    std::vector<Value> items(2000, Dictionary{{"generation", generation}, {"text", "some text"}});
-    return Dictionary{{"generation", generation}, {"items", Array(std::move(items))}};
-  };
-  EXPECT_TRUE(save(defaults_, records(0)));
-  int64_t last = 0;
-  for (int round = 0; round < 30; ++round) {
-    const pid_t child = fork();
-    if (child == 0) {
-      for (int i = static_cast<int>(last) + 1;; ++i) save(defaults_, records(i));
-    }
-    std::this_thread::sleep_for(std::chrono::microseconds(2000 + round * 1700));
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    const std::optional<Dictionary> read = defaults_.dictionaryForKey("KQRWAgent");
-    ASSERT_TRUE(read);
-    const int64_t generation = read->integerFor("generation");
-    EXPECT_GE(generation, last);
-    EXPECT_EQ(*read, records(static_cast<int>(generation)));
-    last = generation;
-  }
-  EXPECT_GT(last, 0);
-  EXPECT_THAT(diagnostics_, IsEmpty());
+TEST_F(DefaultsTest, RemoveWhatAKilledProcessLeft) {
+  EXPECT_TRUE(save(defaults_, two_));
   std::ofstream(file_ + "." + std::to_string(getpid()) + ".tmp") << "of an earlier process";
   std::ofstream(file_ + ".1.tmp") << "of a process that lives";
   std::ofstream(file_ + ".mine.tmp") << "of somebody else";

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <plist/plist.h>
-#include <sys/stat.h>
 
 #include <chrono>
 #include <cmath>
@@ -376,20 +375,6 @@ TEST_F(BundleTest, ReadsTheFirstPlaceAgainWhenItChanged) {
   EXPECT_EQ(nameOf(std::string(10'000, 'x')), "(null)");
 }
 
-TEST_F(BundleTest, NeverWaitsForWhatIsNoFile) {
-  const std::string path = bundle("Contents/other", "");
-  const std::string file = path + "/Contents/Info.plist";
-  ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-  EXPECT_EQ(nameOf(path), "(null)");
-  std::filesystem::remove(file);
-  std::filesystem::create_symlink("/dev/zero", file);
-  EXPECT_EQ(nameOf(path), "(null)");
-  std::filesystem::remove(file);
-  std::ofstream(file) << info("big");
-  std::filesystem::resize_file(file, (size_t{16} << 20) + 1);
-  EXPECT_EQ(nameOf(path), "(null)");
-}
-
 TEST_F(BundleTest, FindsResourcesOfThePlugin) {
   bundle("Contents/Resources/installPkg", "");
   EXPECT_EQ(bundles_.pathForPluginResource("installPkg"),
@@ -401,16 +386,15 @@ TEST_F(BundleTest, FindsResourcesOfThePlugin) {
 
 TEST_F(BundleTest, ServesManyThreads) {
   const std::string path = bundle("Contents/Info.plist", info("name"));
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 300; ++i) {
-        EXPECT_EQ(nameOf(path), "name");
-        EXPECT_EQ(nameOf(path + std::to_string(i)), "(null)");
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  const auto ask = [&] {
+    for (int i = 0; i < 300; ++i) {
+      EXPECT_EQ(nameOf(path), "name");
+      EXPECT_EQ(nameOf(path + std::to_string(i)), "(null)");
+    }
+  };
+  std::thread other(ask);
+  ask();
+  other.join();
 }
 
 }  // namespace

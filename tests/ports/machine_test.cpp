@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <optional>
@@ -14,57 +13,22 @@
 #include "ports/linux/linux_system_information.h"
 #include "ports/linux/logind_wake.h"
 #include "ports/posix/system_clock.h"
+#include "tests/fakes/mocked_bus.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
 namespace {
 
-/// What a shell command writes, without the last line break.
-std::string shell(const std::string& command) {
-  std::string output;
-  FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r");
-  for (int c; (c = fgetc(pipe)) != EOF;) output += static_cast<char>(c);
-  pclose(pipe);
-  if (output.ends_with('\n')) output.pop_back();
-  return output;
+bool announce(const MockedBus& bus, const std::string& goesToSleep) {
+  return bus.call("org.freedesktop.login1", "/org/freedesktop/login1", "Mock.EmitSignal",
+                  "org.freedesktop.login1.Manager PrepareForSleep b '[<" + goesToSleep + ">]'") ==
+         "()";
 }
 
-/// A system bus of the test's own, with python3-dbusmock for the login manager.
-class MockedSystemBus {
- public:
-  MockedSystemBus() {
-    const std::string started =
-        shell("dbus-daemon --session --fork --nosyslog --print-address=1 --print-pid=1");
-    const size_t lineEnd = started.find('\n');
-    daemon_ = started.substr(lineEnd + 1);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", started.substr(0, lineEnd).c_str(), 1);
-    logind_ =
-        shell("/usr/bin/python3 -m dbusmock --system --template logind >/dev/null 2>&1 & echo $!");
-  }
-  ~MockedSystemBus() {
-    unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
-    shell("kill " + logind_ + " " + daemon_);
-  }
-
-  static bool announce(const std::string& goesToSleep) {
-    return call("org.freedesktop.login1", "/org/freedesktop/login1", "Mock.EmitSignal",
-                "org.freedesktop.login1.Manager PrepareForSleep b '[<" + goesToSleep + ">]'") ==
-           "()";
-  }
-  static bool someoneListens() {
-    return call("org.freedesktop.DBus", "/org/freedesktop/DBus", "Debug.Stats.GetAllMatchRules")
-               .find("PrepareForSleep") != std::string::npos;
-  }
-
- private:
-  static std::string call(const std::string& name, const std::string& path,
-                          const std::string& method, const std::string& arguments = "") {
-    return shell("gdbus call --system --dest " + name + " --object-path " + path +
-                 " --method org.freedesktop.DBus." + method + " " + arguments);
-  }
-
-  std::string daemon_, logind_;
-};
+bool someoneListens(const MockedBus& bus) {
+  return bus.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "Debug.Stats.GetAllMatchRules")
+             .find("PrepareForSleep") != std::string::npos;
+}
 
 bool eventually(const std::function<bool()>& condition) {
   for (int attempt = 0; attempt < 500; ++attempt) {
@@ -78,7 +42,7 @@ TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
   if (shell("/usr/bin/python3 -c 'import dbusmock; print(1)'") != "1") {
     GTEST_SKIP() << "python3-dbusmock is not installed";
   }
-  const MockedSystemBus bus;
+  const MockedBus bus("system", "logind");
   const auto loop = GLibRunLoop::create();
   auto wake = LogindWake::create();
   std::atomic<int> first = 0, second = 0;
@@ -86,12 +50,12 @@ TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
   once = wake->observeDidWake([&] { ++first, once.reset(); });
   always = wake->observeDidWake([&] { ++second; });
   std::thread story([&] {
-    EXPECT_TRUE(eventually([&] { return bus.someoneListens() && bus.announce("true"); }));
+    EXPECT_TRUE(eventually([&] { return someoneListens(bus) && announce(bus, "true"); }));
     for (const char* goesToSleep : {"false", "true", "false"})
-      EXPECT_TRUE(bus.announce(goesToSleep));
+      EXPECT_TRUE(announce(bus, goesToSleep));
     EXPECT_TRUE(eventually([&] { return second >= 2; }));
     loop->postAndWait([&] { wake.reset(); });
-    EXPECT_TRUE(eventually([&] { return !bus.someoneListens(); }));
+    EXPECT_TRUE(eventually([&] { return !someoneListens(bus); }));
     loop->end();
   });
   loop->run();
