@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 
 #include "ports/posix/curl_connection.h"
@@ -138,22 +137,6 @@ TEST(Connection, FollowsRedirectsLikeABrowser) {
   ScriptedServer leaving({ScriptedServer::says(
       "HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\n\r\n")});
   EXPECT_EQ(Client().post(leaving.url()), std::nullopt);
-}
-
-TEST(Connection, ThreadsSendAtOnceAndABrokenPipeHarmsNobody) {
-  std::atomic<int> ended = 0;
-  CurlConnection connection([&](const ExchangeEnd&) { ++ended; });
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      ScriptedServer server({ScriptedServer::says(kOk + "Content-Length: 1\r\n\r\ny")});
-      EXPECT_EQ(connection.sendSynchronousRequest({server.url(), "GET", ""}), "y");
-      ScriptedServer rude({ScriptedServer::resetOnClose});
-      connection.sendSynchronousRequest({rude.url(), "POST", std::string(500'000, 'x')});
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(ended, 16);
 }
 
 }  // namespace
