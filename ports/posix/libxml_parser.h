@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-struct _xmlParserCtxt;  // of libxml2
+struct _xmlParserCtxt;  // of libxml2 NOLINT(bugprone-reserved-identifier)
 
 namespace revwarden {
 
