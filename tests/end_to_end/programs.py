@@ -148,7 +148,7 @@ class World:
     def cli(self, *arguments):
         """The command line; answers its status, output and complaints."""
         done = subprocess.run([os.path.join(PROGRAMS, "revwarden"), *arguments], env=self.env,
-                              capture_output=True, timeout=60 * PATIENCE, check=False)
+                              capture_output=True, timeout=10 * PATIENCE, check=False)
         return done.returncode, done.stdout.decode(), done.stderr.decode()
 
     def stored(self):
