@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -80,17 +81,14 @@ class FakeAgent {
   void serve() {
     for (int client; (client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
       run("connected", Peer(client, nullptr), Json::array());
-      std::string buffer;
-      char chunk[4096];
-      for (ssize_t count; (count = recv(client, chunk, sizeof chunk, 0)) > 0;) {
-        buffer.append(chunk, static_cast<size_t>(count));
-        for (size_t end; (end = buffer.find('\n')) != std::string::npos;) {
-          const Json request = Json::parse(buffer.substr(0, end));
-          buffer.erase(0, end + 1);
-          run(request["method"], Peer(client, request["id"]), request["params"]);
-        }
+      FILE* const requests = fdopen(client, "r");
+      char* line = nullptr;
+      for (size_t size = 0; getline(&line, &size, requests) > 0;) {
+        const Json request = Json::parse(line);
+        run(request["method"], Peer(client, request["id"]), request["params"]);
       }
-      close(client);
+      free(line);
+      fclose(requests);
     }
   }
   void run(const std::string& method, const Peer& peer, const Json& params) {

@@ -150,12 +150,9 @@ TEST(ControlSocket, ManyRequestsOfAClientThatDoesNotReadAreLeftUnread) {
   for (int i = 0; i < 50; ++i) client.request("large");
   // Performed until too much waits, and again as it is read.
   for (int replies = 0; replies < 50;) replies += client.receive().contains("result");
-  const auto performedAtOnce = [&] {
-    for (int i = 0; i < 50; ++i) client.request("large");
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    return linesOf(server.folder.file("events")).size() - 50;
-  };
-  EXPECT_LT(performedAtOnce(), 20u);
+  for (int i = 0; i < 50; ++i) client.request("large");
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_LT(linesOf(server.folder.file("events")).size(), 70u);
 }
 
 TEST(SocketClaim, IsPrivateExclusiveAndLeavesNothing) {

@@ -38,12 +38,6 @@ class ScriptedServer {
   static Script says(std::string bytes) {
     return [bytes](int socket) { say(socket, bytes); };
   }
-  /// Lets the close be a reset.
-  static void resetOnClose(int socket) {
-    const linger hard{1, 0};
-    setsockopt(socket, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-  }
-
   std::string url(std::string_view path = "/") const {
     return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + std::string(path);
   }
