@@ -5,13 +5,10 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/fakes/scratch_folder.h"
 

@@ -4,9 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <string>
-#include <vector>
-
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
-
 #include "host/diagnostics.h"
 #include "host/event_log.h"
 #include "ports/linux/glib_run_loop.h"
@@ -84,7 +82,7 @@ TEST_F(Desktop, BubblesAndTheSocketAnswerForEachOther) {
   ASSERT_TRUE(show(1, 1));
   EXPECT_TRUE(notices_.answer(2, 2));  // over the socket
   EXPECT_TRUE(until([this] {
-    return ask("GetMethodCalls", "CloseNotification").find("<uint32 2>") != std::string::npos;
+    return ask("GetMethodCalls", "CloseNotification").find("[<2>]") != std::string::npos;
   }));
 
   // A bubble that expires leaves its notice open. Signals are heard in their order.

@@ -7,10 +7,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <future>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <thread>
 
 #include "host/control_socket.h"

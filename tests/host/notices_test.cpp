@@ -89,12 +89,5 @@ TEST_F(NoticesTest, TheOldestGiveWayAndTheirTargetsDieOnTheMainThread) {
   EXPECT_TRUE(notices_.answer(2, 0));
 }
 
-TEST_F(NoticesTest, TheUserInterfaceIsWhoeverHearsTheEvents) {
-  AgentHost host(notices_, events_, std::nullopt);
-  EXPECT_FALSE(host.hostAppProxyWithTargetId_protocol("KQOther", "KQRWAgentDelegate"));
-  host.hostAppProxyWithTargetId_protocol("KQRevwarden", "KQRWAgentDelegate")->openRevwarden();
-  EXPECT_EQ(Json::parse(events_.eventsAfter(0))[0]["method"], "openRevwarden");
-}
-
 }  // namespace
 }  // namespace revwarden

@@ -8,9 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <thread>
-#include <vector>
 
 #include "ports/linux/file_user_defaults.h"
 #include "ports/linux/property_list.h"

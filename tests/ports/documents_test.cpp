@@ -6,9 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "base/text.h"
 #include "ports/linux/linux_bundles.h"

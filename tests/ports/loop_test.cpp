@@ -3,12 +3,9 @@
 
 #include <chrono>
 #include <cmath>
-#include <functional>
 #include <future>
 #include <limits>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "ports/linux/detached_threads.h"
 #include "ports/linux/glib_run_loop.h"

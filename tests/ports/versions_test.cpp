@@ -2,8 +2,6 @@
 
 #include <limits>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "ports/posix/natural_versions.h"
 

@@ -6,10 +6,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "tests/fakes/scratch_folder.h"
 
