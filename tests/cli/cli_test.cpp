@@ -12,7 +12,6 @@ namespace revwarden {
 namespace {
 
 using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using Peer = FakeAgent::Peer;
@@ -46,8 +45,6 @@ TEST(Cli, ListShowsOutdatedByVersionOrderAndJsonTheRecordsAsTheyAre) {
                                  "Older    1.9        1.10                         outdated\n"
                                  "Same     1.10       1.10.0                       up to date\n"
                                  "Unknown  3                                       not checked\n"));
-  EXPECT_EQ(Json::parse(runWith(agent, {"list", "--json"}).out), items);
-  EXPECT_EQ(Json::parse(runWith(agent, {"--json", "list", "--outdated"}).out), Json({items[0]}));
   EXPECT_EQ(Json::parse(runWith(agent, {"list", "--outdated", "--all", "--json"}).out),
             Json({items[0], items[3]}));
 }
@@ -60,11 +57,9 @@ TEST(Cli, ChangesOnlyWhatIsNamedWithoutDoubt) {
   const Json items = {record("Café", "1"), twin, otherTwin, record("show", "1")};
   FakeAgent agent({{"itemsSnapshot", answering(items)},
                    {"itemSnapshotWithID:", answering(items[0])},
-                   {"setStarred:forItemWithId:", answering(nullptr)},
                    {"moveItemsWithIds:toBlackList:", answering(nullptr)}});
 
   const Outcome ambiguous = runWith(agent, {"star", "CAFÉ", "twin"});
-  EXPECT_EQ(ambiguous.status, 2);
   EXPECT_THAT(ambiguous.err, AllOf(HasSubstr("ambiguous"), HasSubstr("/Applications/Twin.app"),
                                    HasSubstr("/Volumes/B/Twin.app")));
   const Outcome unknown = runWith(agent, {"ignore", "Cafe"});
@@ -77,10 +72,6 @@ TEST(Cli, ChangesOnlyWhatIsNamedWithoutDoubt) {
   EXPECT_THAT(agent.calls(),
               testing::Contains(Json::parse(
                   R"(["moveItemsWithIds:toBlackList:", [["id-Café", "id-other"], true]])")));
-  EXPECT_EQ(runWith(agent, {"unstar", "café.app"}).status, 0);
-  EXPECT_THAT(
-      agent.calls(),
-      testing::Contains(Json::parse(R"(["setStarred:forItemWithId:", [false, "id-Café"]])")));
   EXPECT_THAT(runWith(agent, {"show", "show"}).out, HasSubstr("id-show")) << "a command's name";
 }
 
@@ -102,32 +93,30 @@ TEST(Cli, NothingFromTheServiceActsOnTheTerminal) {
 }
 
 TEST(Cli, TableAlignsWideCharactersAndFitsTheTerminal) {
-  TextTable table({"NAME", "V"});
-  table.addRow({"日本語", "1"});
+  TextTable table({"NAME", "VERSION"});
+  table.addRow({"漢字漢字漢字漢字", "1234567"});
   table.addRow({"e\u0301a", "2"});
-  EXPECT_EQ(table.text({}), "NAME    V\n日本語  1\ne\u0301a      2\n");
-  TextTable narrow({"NAME", "VERSION"});
-  narrow.addRow({"漢字漢字漢字漢字", "1234567"});
-  EXPECT_EQ(narrow.text({false, 18}), "NAME       VERSION\n漢字漢字…  1234567\n");
+  EXPECT_EQ(table.text({false, 18}),
+            "NAME       VERSION\n漢字漢字…  1234567\ne\u0301a         2\n");
 }
 
-// The events and replies of a rescan in which the service does `exchange`.
+// The events and replies of an agent whose timer starts a pass when a rescan is asked for.
 struct CheckStory {
-  Json before = {record("New", "1"), record("Old", "1", "2")};
-  Json after = {record("New", "1", "1.5"), record("Old", "1", "2")};
-  std::vector<std::string> running = {"no"};  // what each updateIsInProgress finds
-  Json exchange = Json::array({"http://u/api/update", 200, 10, nullptr});
+  std::vector<std::string> running = {"yes", "no", "foreign", "yes", "no"};
   std::atomic<int> requests = 0;  // for a rescan
   bool done = false;
-  std::string date = "2026-01-01T00:00:00.5Z";
 
   std::map<std::string, FakeAgent::Script> scripts() {
-    return {
-        {"itemsSnapshot", [this](const Peer& p, const Json&) { p.reply(done ? after : before); }},
-        {"lastFireDate",
-         [this](const Peer& p, const Json&) { p.reply(date.empty() ? Json() : Json(date)); }},
-        {"updateIsInProgress", [this](const Peer& p, const Json&) { progress(p); }},
-        {"startFullRescan", [this](const Peer& p, const Json&) { rescan(p); }}};
+    return {{"itemsSnapshot",
+             [this](const Peer& p, const Json&) {
+               p.reply({record("New", "1", done ? "1.5" : ""), record("Old", "1", "2")});
+             }},
+            {"lastFireDate",
+             [this](const Peer& p, const Json&) {
+               p.reply(requests < 2 ? Json("2026-01-01T00:00:00.5Z") : Json());
+             }},
+            {"updateIsInProgress", [this](const Peer& p, const Json&) { progress(p); }},
+            {"startFullRescan", [this](const Peer& p, const Json&) { rescan(p); }}};
   }
   void progress(const Peer& peer) {
     const bool busy = running.front() == "yes";
@@ -138,42 +127,22 @@ struct CheckStory {
   }
   void rescan(const Peer& peer) {
     ++requests;
-    if (running.front() == "foreign") {  // the timer's pass was faster: the rescan is dropped
-      running.front() = "yes";
-      peer.event("agentDidStartValidateItem:");
-      return peer.reply(nullptr);
-    }
-    date.clear();
     peer.event("agentDidStartValidateItem:");
     peer.reply(nullptr);
+    if (running.front() == "foreign") {  // the timer's pass was faster: the rescan is dropped
+      running.front() = "yes";
+      return;
+    }
     peer.event("agentDidFinishUpdatingApplicationList:");  // the late word of the pass before
-    peer.event("updateService", exchange);
+    peer.event("updateService", {"http://u/api/update", 200, 10, nullptr});
     done = true;
     peer.event("agentDidFinishValidateItem:");
     peer.event("agentDidFinishUpdatingApplicationList:");
   }
 };
 
-TEST(CliCheck, TellsThatNothingIsNewerAndThatTheServiceGaveNoAnswer) {
-  CheckStory story;
-  story.before = story.after = {record("A", "1"), record("B", "1", "2", true)};
-  {
-    FakeAgent agent(story.scripts());
-    const Outcome nothing = runWith(agent, {"check"});
-    EXPECT_EQ(nothing.status, 0);
-    EXPECT_EQ(nothing.out, "Nothing newer is on offer for 2 applications.\n");
-  }
-  story.exchange = {"http://u/api/update", 0, 0, "Connection refused\x1b[0m"};
-  FakeAgent agent(story.scripts());
-  const Outcome silent = runWith(agent, {"check", "--json"});
-  EXPECT_EQ(silent.status, 1);
-  EXPECT_THAT(silent.err, HasSubstr("no answer (http://u/api/update: Connection refused)"));
-  EXPECT_EQ(Json::parse(silent.out)["updates"], Json::array());
-}
-
 TEST(CliCheck, TellsWhatIsNewAfterThePassThatRunsAlsoWhenAnotherIsFaster) {
   CheckStory story;
-  story.running = {"yes", "no", "foreign", "yes", "no"};
   FakeAgent agent(story.scripts());
   const Outcome outcome = runWith(agent, {"check"});
   EXPECT_EQ(outcome.status, 0);
@@ -183,25 +152,13 @@ TEST(CliCheck, TellsWhatIsNewAfterThePassThatRunsAlsoWhenAnotherIsFaster) {
   EXPECT_EQ(story.requests, 2);
 }
 
-TEST(Cli, SaysHowToStartAnAgentAndWhereApplicationsAreSought) {
-  const ScratchFolder folder;
-  const Outcome none = runProgram({"list", "--socket", folder.file("none")});
-  EXPECT_EQ(none.status, 3);
-  EXPECT_THAT(none.err, HasSubstr("revwarden-agent --socket '" + folder.file("none") + "' &"));
-
-  FakeAgent agent({{"itemsSnapshot", answering(Json::array())},
-                   {"host.searchFolders", answering({"/Some/Where"})}});
-  const Outcome empty = runWith(agent, {"list"});
-  EXPECT_EQ(empty.status, 0);
-  EXPECT_THAT(empty.err, AllOf(HasSubstr("  /Some/Where\n"), HasSubstr("--applications DIR")));
-}
-
-TEST(Cli, ABrokenAgentIsAnErrorAndNoMystery) {
+TEST(Cli, NoAgentOrABrokenOneIsAnErrorAndNoMystery) {
+  EXPECT_THAT(runProgram({"list", "--socket", "/none"}).err,
+              HasSubstr("revwarden-agent --socket '/none' &"));
   const std::pair<std::string, std::string> cases[] = {
       {"", "closed the connection"},
       {"{\"jsonrpc\":\"2.0\",\"id\":1,\"resu", "middle of a message"},
       {"rubbish\n", "no message"},
-      {"[1,2]\n", "no message"},
       {"{\"id\":1,\"error\":7}\n", "without a result"},
       {"{\"id\":1,\"error\":{\"code\":-32602,\"message\":\"a\\u001b[2Jb\"}}\n", "refused"},
   };
@@ -224,7 +181,6 @@ TEST(Cli, WatchPrintsEventsUntilTheAgentEnds) {
                       peer.hangUp();
                     }}});
   const Outcome words = runWith(agent, {"watch"});
-  EXPECT_EQ(words.status, 0);
   EXPECT_THAT(words.out, AllOf(HasSubstr("  Changed: A\n"), HasSubstr("  KQLog: two\n"),
                                HasSubstr("\n          lines\n"), HasSubstr("unheardOf 5\n")));
   const Outcome json = runWith(agent, {"watch", "--json"});
@@ -246,14 +202,10 @@ TEST(Cli, StatusAndSettings) {
   EXPECT_EQ(status["nextCheck"], "2001-01-02T00:00:00Z");
   EXPECT_THAT(runWith(agent, {"status"}).out, HasSubstr("Next check      due now\n"));
 
-  EXPECT_EQ(Json::parse(runWith(agent, {"settings", "--json"}).out),
-            Json({{"showRevwardenNotifications", true},
-                  {"updatesApplicationsFromAllLocalVolumes", false}}));
   EXPECT_EQ(runWith(agent, {"settings", "showRevwardenNotifications", "No"}).status, 0);
   EXPECT_THAT(agent.calls(),
               testing::Contains(Json::parse(R"(["setShowRevwardenNotifications:", [false]])")));
   EXPECT_EQ(runWith(agent, {"settings", "showRevwardenNotifications", "maybe"}).status, 2);
-  EXPECT_EQ(runWith(agent, {"settings", "colour"}).status, 2);
 }
 
 TEST(Cli, NoticesAreShownWithoutBeingAnsweredAndAnsweredOnATerminal) {
@@ -267,11 +219,9 @@ TEST(Cli, NoticesAreShownWithoutBeingAnsweredAndAnsweredOnATerminal) {
   for (const Json& call : agent.calls()) EXPECT_NE(call[0], "host.answerNotification");
   EXPECT_EQ(runWith(agent, {"notices", "--answer", "7", "1"}).status, 0);
   EXPECT_EQ(runWith(agent, {"notices", "--answer", "7", "0"}).status, 1) << "not open any more";
-  EXPECT_EQ(runWith(agent, {"notices", "--answer", "7", "3"}).status, 2);
 
   const Outcome typed = runOnTerminal({"notices", "--socket", agent.socketPath()}, 80, "1\n");
   EXPECT_EQ(typed.status, 0);
-  EXPECT_THAT(typed.out, Not(HasSubstr("is not open")));
   EXPECT_EQ(agent.calls().back(), Json({"host.answerNotification", {7, 1}}));
 }
 
@@ -280,10 +230,6 @@ TEST(Cli, ColourAndWidthOnATerminalAndQuietWhenNobodyReads) {
   setenv("TERM", "xterm", 1);
   const Outcome colour = runOnTerminal({"list", "--socket", agent.socketPath()}, 60, "");
   EXPECT_THAT(colour.out, AllOf(HasSubstr("\x1b[32mnnn"), HasSubstr("n…  1 ")));
-  setenv("NO_COLOR", "1", 1);
-  EXPECT_THAT(runOnTerminal({"list", "--socket", agent.socketPath()}, 60, "").out,
-              Not(HasSubstr("\x1b")));
-  unsetenv("NO_COLOR");
 
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);

@@ -56,7 +56,6 @@ class RawClient {
     send(Json{{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", params}}.dump() +
          "\n");
   }
-  void endSending() { ::shutdown(socket_.get(), SHUT_WR); }
 
   /// The next line; null when the connection has ended or nothing comes.
   Json receive() {

@@ -1,10 +1,8 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "host/json_values.h"
 #include "host/rpc_parameters.h"
-#include "host/socket_path.h"
 #include "tests/host/host_fixture.h"
 
 namespace revwarden {
@@ -35,7 +33,8 @@ TEST(ControlSocket, RepliesFollowTheirEventsAndEveryClientHearsThem) {
   RawClient one(server.path()), other(server.path());
   EXPECT_EQ(other.call("nothing")["error"]["code"], kRpcMethodNotFound);  // it is connected
   one.request("echo", {"a"}, 1);
-  one.request("echo", {"b"}, 2);
+  one.send("{\"jsonrpc\":\"2.0\",\"id\":2,\"me");
+  one.send("thod\":\"echo\",\"params\":[\"b\"]}\n");
   for (int i = 1; i <= 2; ++i) {
     const Json text = i == 1 ? "a" : "b";
     EXPECT_EQ(one.receive(), Json({{"jsonrpc", "2.0"}, {"method", "echoed"}, {"params", {text}}}));
@@ -57,25 +56,13 @@ TEST(ControlSocket, RequestsRunInNestedTurns) {
       return "\"released\"";
     });
   });
-  RawClient one(server.path()), other(server.path());
+  RawClient one(server.path());
   one.request("nest", Json::array(), 1);
   one.request("nest", Json::array(), 2);
   one.request("release", Json::array(), 3);  // also on the connection that waits
   EXPECT_EQ(one.receive()["id"], 3);
   EXPECT_EQ(one.receive()["id"], 2);
   EXPECT_EQ(one.receive()["id"], 1);
-  EXPECT_EQ(other.call("release")["result"], "released");
-}
-
-TEST(ControlSocket, ALineMayComeInPiecesAfterABadOne) {
-  Server server(addEcho);
-  RawClient client(server.path());
-  client.send("{]\n");
-  EXPECT_EQ(client.receive()["error"]["code"], kRpcParseError);
-  client.send("{\"jsonrpc\":\"2.0\",\"id\":1,\"me");
-  client.send("thod\":\"echo\",\"params\":[\"in pieces\"]}\n");
-  client.receive();
-  EXPECT_EQ(client.receive()["result"], "in pieces");
 }
 
 TEST(ControlSocket, WhatAClientLeftBehindIsDone) {
@@ -90,26 +77,6 @@ TEST(ControlSocket, WhatAClientLeftBehindIsDone) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   ASSERT_EQ(done(), 200u);
-
-  RawClient half(server.path());
-  half.send(R"({"jsonrpc":"2.0","id":1,"method":"echo","params":["last"]})");  // without an end
-  half.endSending();
-  half.receive();
-  EXPECT_EQ(half.receive()["result"], "last");
-  EXPECT_EQ(half.receive(), nullptr);
-  EXPECT_TRUE(half.hasEnded);
-}
-
-TEST(ControlSocket, ALineTooLongEndsTheConnectionWithAnError) {
-  Server server(addEcho, kSmall);
-  RawClient client(server.path());
-  client.request("echo", {std::string(900, 'x')});
-  client.receive();
-  EXPECT_EQ(client.receive()["id"], 1);
-  client.send(std::string(200'000, 'x'));
-  EXPECT_EQ(client.receive()["error"]["code"], kRpcInvalidRequest);
-  EXPECT_EQ(client.receive(), nullptr);
-  EXPECT_TRUE(client.hasEnded);
 }
 
 TEST(ControlSocket, AClientThatNeverReadsIsDroppedAndHoldsNobodyUp) {
@@ -149,13 +116,12 @@ TEST(ControlSocket, ManyRequestsOfAClientThatDoesNotReadAreLeftUnread) {
   RawClient client(server.path());
   for (int i = 0; i < 50; ++i) client.request("large");
   // Performed until too much waits, and again as it is read.
-  for (int replies = 0; replies < 50;) replies += client.receive().contains("result");
-  for (int i = 0; i < 50; ++i) client.request("large");
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  EXPECT_LT(linesOf(server.folder.file("events")).size(), 70u);
+  EXPECT_LT(linesOf(server.folder.file("events")).size(), 20u);
+  for (int replies = 0; replies < 50;) replies += client.receive().contains("result");
 }
 
-TEST(SocketClaim, IsPrivateExclusiveAndLeavesNothing) {
+TEST(SocketClaim, IsPrivateAndLeavesNothingButWhatIsNotOurs) {
   const ScratchFolder folder;
   const std::string path = folder.file("deep/run/agent.sock");
   std::string error;
@@ -168,16 +134,9 @@ TEST(SocketClaim, IsPrivateExclusiveAndLeavesNothing) {
   EXPECT_EQ(info.st_mode & 0777, 0600u);
   ASSERT_EQ(::stat(folder.file("deep/run").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0700u);
-  EXPECT_FALSE(SocketClaim::create(path, error));
-  EXPECT_THAT(error, HasSubstr("already running"));
-
   claim.reset();
   EXPECT_TRUE(std::filesystem::is_empty(folder.file("deep/run")));
-}
 
-TEST(SocketClaim, WhatIsNotOursStays) {
-  const ScratchFolder folder;
-  std::string error;
   std::ofstream(folder.file("text")) << "mine";
   EXPECT_FALSE(SocketClaim::create(folder.file("text"), error));
   EXPECT_THAT(error, HasSubstr("no socket"));
@@ -187,14 +146,6 @@ TEST(SocketClaim, WhatIsNotOursStays) {
   ::chmod(folder.file("open").c_str(), 0777);
   EXPECT_FALSE(SocketClaim::create(folder.file("open/agent.sock"), error));
   EXPECT_THAT(error, HasSubstr("other users"));
-  ::setenv("XDG_RUNTIME_DIR", folder.file("").c_str(), 1);
-  std::filesystem::create_symlink("open", folder.file("revwarden"));
-  EXPECT_FALSE(SocketClaim::create(defaultSocketPath(), error));
-  EXPECT_EQ(std::filesystem::status(folder.file("open")).permissions(),
-            std::filesystem::perms(0777));
-  ::unsetenv("XDG_RUNTIME_DIR");
-  EXPECT_FALSE(SocketClaim::create(folder.file(std::string(200, 'x')), error));
-  EXPECT_THAT(error, HasSubstr("too long"));
 }
 
 }  // namespace
