@@ -26,12 +26,6 @@ std::string repeated(std::string_view text, size_t count) {
   return result;
 }
 
-std::string utf16(std::string_view ascii, bool bigEndian) {
-  std::string result = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
-  for (const char c : ascii) result += bigEndian ? std::string{'\0', c} : std::string{c, '\0'};
-  return result;
-}
-
 /// The root's text, or "error: " and the reason.
 std::string textOf(std::string_view document) {
   const auto result = LibxmlDocuments().parse(document);
@@ -57,20 +51,18 @@ TEST(XmlDocuments, KeepTheOrderOfMixedContent) {
 }
 
 TEST(XmlDocuments, DecodeTheDeclaredEncoding) {
-  EXPECT_EQ(textOf("\xEF\xBB\xBF<a>\xC3\xA9</a>"), "\xC3\xA9");
-  EXPECT_EQ(textOf("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>"), "\xC3\xA9");
   EXPECT_EQ(textOf("<?xml version='1.0' encoding='windows-1252'?><a>\x80</a>"), "\xE2\x82\xAC");
   EXPECT_THAT(textOf("<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>"),
               HasSubstr("error: line"));
-  EXPECT_THAT(textOf("<?xml version='1.0' encoding='no-such'?><a/>"), HasSubstr("error: line"));
 }
 
-TEST(XmlDocuments, RefuseWhatIsNotWellFormed) {
+TEST(XmlDocuments, RefuseWhatIsNotWellFormedOrTooMuch) {
+  std::string names;
+  for (int i = 0; i < 300'000; ++i) names += " a" + std::to_string(i) + "=''";
   for (const std::string& document :
-       {""s, "junk"s, "<a>"s, "<a></b>"s, "<a/>junk"s, "<a/><b/>"s, "<a>\x01</a>"s,
-        "<a>&none;</a>"s, "<a b='1' b='2'/>"s, "<a>&#0;</a>"s, "<a>"s + '\0' + "</a>",
-        "<a>\xED\xA0\x80</a>"s, repeated("<a>", 100'000),
-        repeated("<a>", 257) + repeated("</a>", 257)}) {
+       {""s, "junk"s, "<a>"s, "<a></b>"s, "<a/>junk"s, "<a>\x01</a>"s, "<a>&none;</a>"s,
+        "<a b='1' b='2'/>"s, "<a>"s + '\0' + "</a>", "<a>\xED\xA0\x80</a>"s,
+        repeated("<a>", 257) + repeated("</a>", 257), "<a" + names + "/>"}) {
     const std::string answer = textOf(document);
     EXPECT_TRUE(answer.starts_with("error: ")) << document.substr(0, 40);
     EXPECT_EQ(answer.find('\n'), answer.npos);
@@ -83,10 +75,6 @@ TEST(XmlDocuments, ReplaceHarmlessEntitiesOnly) {
   EXPECT_EQ(textOf("<!DOCTYPE a [<!ENTITY n 'Name &amp; <b>&#233;</b>'><!ENTITY m '&n;!'>]>"
                    "<a>&m;&m;</a>"),
             "Name & \xC3\xA9!Name & \xC3\xA9!");
-  const auto inAttribute =
-      LibxmlDocuments().parse("<!DOCTYPE a [<!ENTITY n 'x&#38;amp;y'>]><a k='&n;&n;'/>");
-  EXPECT_EQ(std::get<XmlElement>(inAttribute).attributes.at(0).second, "x&yx&y");
-
   std::string bomb = "<!DOCTYPE a [<!ENTITY e0 'ha'>";
   for (int i = 1; i < 30; ++i) {
     const std::string earlier = "&e" + std::to_string(i - 1) + ";";
@@ -96,67 +84,39 @@ TEST(XmlDocuments, ReplaceHarmlessEntitiesOnly) {
   for (const std::string& document :
        {bomb + "]><a>&e29;</a>", bomb + "]><a k='&e29;'/>",
         wide + "<a>" + repeated("&e;", 99'999) + "</a>",
-        wide + "<a k='" + repeated("&e;", 99'999) + "'/>",
-        "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>"s,
         "<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a k='&e;'/>"s,
-        "<!DOCTYPE a [<!ENTITY e '<b>'>]><a>&e;</b></a>"s,
-        "<!DOCTYPE a [<!ATTLIST b k CDATA '" + std::string(100'000, 'x') + "'>]><a>" +
-            repeated("<b/>", 50'000) + "</a>"}) {
+        "<!DOCTYPE a [<!ENTITY e '<b>'>]><a>&e;</b></a>"s})
     EXPECT_THAT(textOf(document), HasSubstr("error: ")) << document.substr(0, 60);
-  }
 }
 
 TEST(XmlDocuments, ReadNothingFromOutside) {
   const ScratchFolder folder;
   folder.write("secret", "<!ENTITY e 'secret'>");
-  const std::string url = "file://" + folder.file("secret");
-  for (const std::string& document :
-       {"<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a>&e;</a>",
-        "<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a k='&e;'/>",
-        "<!DOCTYPE a [<!ENTITY % p SYSTEM '" + url + "'> %p;]><a>&e;</a>",
-        "<!DOCTYPE a SYSTEM '" + url + "'><a>&e;</a>"}) {
+  const std::string from = " SYSTEM 'file://" + folder.file("secret") + "'";
+  for (const std::string& document : {"<!DOCTYPE a [<!ENTITY e" + from + ">]><a>&e;</a>",
+                                      "<!DOCTYPE a [<!ENTITY % p" + from + "> %p;]><a>&e;</a>",
+                                      "<!DOCTYPE a" + from + "><a>&e;</a>"})
     EXPECT_THAT(textOf(document), HasSubstr("error: "));
-  }
-  EXPECT_EQ(textOf("<!DOCTYPE a SYSTEM '" + url + "'><a>x</a>"), "x");
-}
-
-TEST(XmlDocuments, BoundTheTimeThatManyAttributesTake) {
-  std::string names;
-  for (int i = 0; i < 300'000; ++i) names += " a" + std::to_string(i) + "=''";
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_THAT(textOf("<a" + names + "/>"), HasSubstr("error: "));
-  EXPECT_THAT(textOf("<a>" + repeated("<b " + names.substr(0, 30'000) + "/>", 100) + "</a>"),
-              HasSubstr("error: "));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_EQ(textOf("<!DOCTYPE a" + from + "><a>x</a>"), "x");
 }
 
 TEST(XmlDocuments, WriteWhatReadsBack) {
-  const XmlElement child{"na me",
-                         {{"k", "<\"&\t\n\r'>"}, {"k", "again"}, {"1", ""}},
-                         "]]> a<b>&\r\n\t\"'\xC3\xA9",
-                         {},
-                         " tail\r"};
-  const XmlElement root{"root", {}, "", {child, XmlElement()}, ""};
-  const std::string data = LibxmlDocuments().xmlData(root);
-  EXPECT_TRUE(data.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?><root><name k=")) << data;
-  const auto read = std::get<XmlElement>(LibxmlDocuments().parse(data));
+  const XmlElement child{"b", {{"k", "<\"&\t\n\r'>"}}, "]]> a<b>&\r\n\t\"'\xC3\xA9", {}, " tail\r"};
+  const XmlElement root{"root", {}, "", {child}, ""};
+  const auto read = std::get<XmlElement>(LibxmlDocuments().parse(LibxmlDocuments().xmlData(root)));
   EXPECT_EQ(read.children.at(0).text, child.text);
   EXPECT_EQ(read.children.at(0).tail, child.tail);
-  EXPECT_EQ(read.children.at(0).attributes.at(0), child.attributes.at(0));
+  EXPECT_EQ(read.children.at(0).attributes, child.attributes);
 
   // Whatever bytes come in, the document is sound, and holds those that are characters.
   std::string bytes;
   for (int first = 0; first < 256; ++first) {
-    for (const char* rest : {"", "x", "\x80", "\xBF\xBE", "\xBF\xBF", "\xA0\x80", "\x90\x80\x80"}) {
+    for (const char* rest : {"", "x", "\x80", "\xBF\xBE", "\xA0\x80", "\x90\x80\x80"})
       bytes += static_cast<char>(first) + std::string(rest);
-    }
   }
-  const std::string all = LibxmlDocuments().xmlData({"a", {{"k", bytes}}, bytes, {}, ""});
+  const std::string all = LibxmlDocuments().xmlData({"na me", {{"1", bytes}}, bytes, {}, ""});
   EXPECT_TRUE(isValidUtf8(all));
-  const std::string text = textOf(all);
-  EXPECT_THAT(text, HasSubstr("\xF0\x90\x80\x80"));
-  EXPECT_EQ(std::get<XmlElement>(LibxmlDocuments().parse(all)).attributes.at(0).second, text);
-  EXPECT_EQ(text.find("\xEF\xBF\xBE"), text.npos);
+  EXPECT_THAT(textOf(all), HasSubstr("\xF0\x90\x80\x80"));
 }
 
 std::string plist(std::string_view body) {
@@ -170,9 +130,7 @@ Value everyKind() {
   const Value inner = Dictionary{{"", ""}, {"<key> &", "]]> \r\n\t text \xF0\x9F\x98\x80"}};
   return Dictionary{{"true", true},
                     {"false", false},
-                    {"zero", 0},
                     {"one", 1},
-                    {"minus", -1},
                     {"min", std::numeric_limits<int64_t>::min()},
                     {"max", std::numeric_limits<int64_t>::max()},
                     {"reals", Array({0.1, -1e300, 5e-324, 1.0, 1.0 / 3})},
@@ -187,10 +145,7 @@ TEST(PropertyLists, ReadBackWhatTheyWrite) {
   const std::optional<Value> read = readPropertyList(written);
   ASSERT_TRUE(read);
   EXPECT_EQ(*read, everyKind());
-  const Dictionary root = *read->as<Dictionary>();
-  EXPECT_TRUE(root.find("true")->as<bool>());
-  EXPECT_TRUE(root.find("one")->as<int64_t>());
-  EXPECT_TRUE((*root.arrayFor("reals"))[3].as<double>());
+  EXPECT_TRUE(read->as<Dictionary>()->find("true")->as<bool>());  // true equals 1
 
   plist_t parsed = nullptr;
   plist_from_xml(written.data(), static_cast<uint32_t>(written.size()), &parsed);
@@ -216,28 +171,22 @@ TEST(PropertyLists, DatesAreCutOffTowardThePastAndStayInRange) {
     const std::string text = writeXmlPropertyList(Date{seconds});
     return text.substr(text.find("<date>") + 6, 20);
   };
-  EXPECT_EQ(written(1700000000.999), "2023-11-14T22:13:20Z");
   EXPECT_EQ(written(-0.25), "1969-12-31T23:59:59Z");
-  EXPECT_EQ(written(951782400), "2000-02-29T00:00:00Z");
-  EXPECT_EQ(readPropertyList(writeXmlPropertyList(Date{951782400})), Value(Date{951782400}));
   EXPECT_EQ(written(1e300), "9999-12-31T23:59:59Z");
-  EXPECT_EQ(written(-INFINITY), "0001-01-01T00:00:00Z");
   EXPECT_EQ(written(NAN), "0001-01-01T00:00:00Z");
-  for (const std::string_view wrong : {"", "2023-02-29T00:00:00Z", "2023-13-01T00:00:00Z",
-                                       "2023-01-01T24:00:00Z", "2023-01-01 00:00:00Z"}) {
-    EXPECT_FALSE(readPropertyList(plist("<date>" + std::string(wrong) + "</date>"))) << wrong;
-  }
+  for (const std::string wrong : {"", "2023-02-29T00:00:00Z", "2023-01-01 00:00:00Z"})
+    EXPECT_FALSE(readPropertyList(plist("<date>" + wrong + "</date>"))) << wrong;
 }
 
 TEST(PropertyLists, TolerateWhatHonestWritersDo) {
   const Value expected = Dictionary{{"k", "v"}};
   const std::string body = "<dict><!-- c --><key>k</key>\n<string>v</string></dict>";
   EXPECT_EQ(readPropertyList("\xEF\xBB\xBF" + plist(body)), expected);
-  EXPECT_EQ(readPropertyList("\n " + plist(body)), expected);
   EXPECT_EQ(readPropertyList(body), expected);
   EXPECT_EQ(readPropertyList("<dict><key>k</key><string>u</string>" + body.substr(6)), expected);
-  EXPECT_EQ(readPropertyList(utf16("<plist>" + body + "</plist>", true)), expected);
-  EXPECT_EQ(readPropertyList(utf16("<plist>" + body + "</plist>", false)), expected);
+  std::string wide = "\xFF\xFE";
+  for (const char c : "<plist>" + body + "</plist>") wide += {c, '\0'};
+  EXPECT_EQ(readPropertyList(wide), expected);
   EXPECT_EQ(readPropertyList(plist("<integer> +12\n</integer>")), Value(12));
   EXPECT_EQ(readPropertyList(plist("<integer>0xFF</integer>")), Value(255));
   EXPECT_EQ(readPropertyList(plist("<integer>18446744073709551616</integer>")),
@@ -249,63 +198,45 @@ TEST(PropertyLists, TolerateWhatHonestWritersDo) {
 TEST(PropertyLists, RefuseEverythingElse) {
   for (const char* body :
        {"", "text", "<dict><key>k</key></dict>", "<dict><string>v</string></dict>",
-        "<dict><key>k</key><key>l</key></dict>", "<array><key>k</key></array>", "<key>k</key>",
-        "<true/><true/>", "<true>yes</true>", "<string><b/></string>", "<dict>text</dict>",
-        "<integer></integer>", "<integer>1 2</integer>", "<integer>0x</integer>",
-        "<real>1,5</real>", "<null/>", "<plist/>", "<dict><plist/></dict>"}) {
+        "<array><key>k</key></array>", "<true/><true/>", "<true>yes</true>", "<dict>text</dict>",
+        "<integer></integer>", "<integer>1 2</integer>", "<real>1,5</real>", "<null/>"})
     EXPECT_FALSE(readPropertyList(plist(body))) << body;
-  }
   EXPECT_FALSE(readPropertyList(plist(repeated("<array>", 129) + repeated("</array>", 129))));
-  EXPECT_FALSE(readPropertyList(plist(repeated("<dict><key>k</key>", 100'000))));
   EXPECT_FALSE(readPropertyList(plist("<true/>") + "junk"));
-  EXPECT_FALSE(readPropertyList("{ old = form; }"));
 }
 
 /// A binary list of the objects, with references and offsets of two bytes; the first is the root.
 std::string binaryList(const std::vector<std::string>& objects) {
-  const auto number = [](uint64_t value, int size) {
-    std::string bytes;
-    while (size-- > 0) bytes += static_cast<char>(value >> 8 * size & 0xFF);
-    return bytes;
+  std::string list = "bplist00", offsets;
+  const auto two = [](size_t n) {
+    return std::string{static_cast<char>(n >> 8), static_cast<char>(n)};
   };
-  std::string list = "bplist00";
-  std::string offsets;
-  for (const std::string& object : objects) {
-    offsets += number(list.size(), 2);
-    list += object;
-  }
-  const size_t table = list.size();
-  return list + offsets + std::string(6, '\0') + "\2\2" + number(objects.size(), 8) + number(0, 8) +
-         number(table, 8);
+  for (const std::string& object : objects) offsets += two(list.size()), list += object;
+  const std::string zeros(6, '\0');
+  return list + offsets + zeros + "\2\2" + zeros + two(objects.size()) + zeros + two(0) + zeros +
+         two(list.size());
 }
 
 TEST(PropertyLists, SurviveHostileBinaryLists) {
   const auto arrayOf = [](int reference, int count) {
-    std::string object(1, static_cast<char>(0xA0 + count));
-    for (int i = 0; i < count; ++i)
-      object += {static_cast<char>(reference >> 8), static_cast<char>(reference)};
-    return object;
+    return static_cast<char>(0xA0 + count) +
+           repeated(std::string{static_cast<char>(reference >> 8), static_cast<char>(reference)},
+                    static_cast<size_t>(count));
   };
   EXPECT_EQ(readPropertyList(binaryList({arrayOf(1, 2), "\x51x"})), Value(Array({"x", "x"})));
-  const std::vector<std::vector<std::string>> hostile = {
-      {arrayOf(0, 1)},                 // contains itself
-      {arrayOf(1, 1), arrayOf(0, 1)},  // by way of another
-      {"\xD1\0\1\0\1"s, "\x09"},       // the key is no text,
-      {"\xD1\0\1\0\1"s, "\x51\0"s},    // or has a null character
-      {"\xD1\0\1\0\1"s, "\x62\0x\0\0"s},
-      {"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"},  // endless
-      {"\xDF\x13\x80\0\0\0\0\0\0\0"s},
-      {"\x52\xFF\xFE"}};  // no UTF-8
-  for (const auto& objects : hostile) EXPECT_FALSE(readPropertyList(binaryList(objects)));
-  EXPECT_FALSE(readPropertyList("bplist00"));
-  std::vector<std::string> deep;
-  std::vector<std::string> unfolding;
+  std::vector<std::string> deep, unfolding;
   for (int i = 1; i <= 10'000; ++i) deep.push_back(arrayOf(i, 1));
   for (int i = 1; i <= 40; ++i) unfolding.push_back(arrayOf(i, 14));
-  deep.push_back("\x09");
-  unfolding.push_back("\x09");
-  EXPECT_FALSE(readPropertyList(binaryList(deep)));
-  EXPECT_FALSE(readPropertyList(binaryList(unfolding)));
+  deep.push_back("\x09"), unfolding.push_back("\x09");
+  const std::vector<std::vector<std::string>> hostile = {
+      {arrayOf(1, 1), arrayOf(0, 1)},                // contains itself
+      {"\xD1\0\1\0\1"s, "\x09"},                     // the key is no text,
+      {"\xD1\0\1\0\1"s, "\x51\0"s},                  // or has a null character
+      {"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"},  // endless
+      {"\x52\xFF\xFE"},                              // no UTF-8
+      deep,
+      unfolding};
+  for (const auto& objects : hostile) EXPECT_FALSE(readPropertyList(binaryList(objects)));
 }
 
 class BundleTest : public testing::Test {
@@ -331,17 +262,14 @@ TEST_F(BundleTest, TakesOnlyTheTopValuesAndOnlyOfTheRightType) {
       "Contents/Info.plist",
       info("",
            "<key>Types</key><array><dict><key>CFBundleIdentifier</key><string>no</string></dict>"
-           "<integer>1</integer></array><key>CFBundleVersion</key><real>2.5</real>"
+           "</array><key>CFBundleVersion</key><real>2.5</real>"
            "<key>CFBundleShortVersionString</key><true/><key>CFBundleIdentifier</key><array/>"));
   const auto read = bundles_.threadSafeBundleWithPath(path);
   ASSERT_TRUE(read);
   EXPECT_EQ(read->bundleName, "");
   EXPECT_EQ(read->bundleVersion, Value(2.5));
   EXPECT_FALSE(read->bundleIdentifier || read->shortVersionString);
-  for (const std::string wrong :
-       {"<integer>x</integer>", "<dict><key>k</key></dict>", "<what/>", "<"}) {
-    EXPECT_EQ(nameOf(bundle("Contents/Info.plist", info("x", "<key>k</key>" + wrong))), "(null)");
-  }
+  EXPECT_EQ(nameOf(bundle("Contents/Info.plist", info("x", "<key>k</key><what/>"))), "(null)");
   EXPECT_EQ(bundles_.threadSafeMainBundle()->shortVersionString, Value("1.2"));
   bundle("Contents/Resources/installPkg", "");
   EXPECT_EQ(bundles_.pathForPluginResource("installPkg"), path + "/Contents/Resources/installPkg");
@@ -351,32 +279,21 @@ TEST_F(BundleTest, TakesOnlyTheTopValuesAndOnlyOfTheRightType) {
 TEST_F(BundleTest, ReadsTheFirstPlaceAgainWhenItChanged) {
   const std::string path = bundle("Resources/Info.plist", info("resources"));
   EXPECT_EQ(nameOf(path), "resources");
-  bundle("Info.plist", info("top"));
-  EXPECT_EQ(nameOf(path), "top");
-  bundle("Contents/Info.plist", info("one"));
-  EXPECT_EQ(nameOf(path), "one");
-  for (const std::string name : {"two", "six", "ten"}) {  // same length, within one tick
+  for (const std::string name : {"one", "two", "six"}) {  // same length, within one tick
     bundle("Contents/Info.plist", info(name));
     EXPECT_EQ(nameOf(path), name);
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(30));
   const auto first = bundles_.threadSafeBundleWithPath(path);
   EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first);  // the very same
-  bundles_.flushBundleCachesForPath(path);
-  EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first)
-      << "an unchanged file is not read again";
   std::filesystem::remove_all(path);
   EXPECT_EQ(nameOf(path), "(null)");
-  EXPECT_EQ(nameOf(std::string(10'000, 'x')), "(null)");
 }
 
 TEST_F(BundleTest, ServesManyThreads) {
   const std::string path = bundle("Contents/Info.plist", info("name"));
   const auto ask = [&] {
-    for (int i = 0; i < 300; ++i) {
-      EXPECT_EQ(nameOf(path), "name");
-      EXPECT_EQ(nameOf(path + std::to_string(i)), "(null)");
-    }
+    for (int i = 0; i < 300; ++i) EXPECT_EQ(nameOf(path) + nameOf(path + "x"), "name(null)");
   };
   std::thread other(ask);
   ask();

@@ -42,14 +42,6 @@ class ScriptedServer {
     return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + std::string(path);
   }
 
-  /// Fills the queue of connections that nobody accepts; the sockets stay open.
-  void crowd() const {
-    for (int i = 0; i < 12; ++i) {
-      const int guest = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-      connect(guest, reinterpret_cast<const sockaddr*>(&address_), sizeof address_);
-    }
-  }
-
   /// The requests of all connections, once all scripts have run.
   const std::vector<std::string>& requests() {
     if (!thread_.joinable()) return requests_;
