@@ -20,8 +20,8 @@ class XmlDocuments;
 
 /// Everything that the agent reaches outside itself, built once by a port.
 ///
-/// Handed over as a `shared_ptr`. The objects behind the references live as long as it does, or until
-/// the process ends; every thread that uses one holds it.
+/// Handed over as a `shared_ptr`. The objects behind the references live as long as it does, or
+/// until the process ends; every thread that uses one holds it.
 struct Platform {
   RunLoop& mainLoop;
   Threads& threads;
