@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "base/value.h"
-#include "platform/property_list.h"
 
 namespace revwarden {
 
@@ -41,12 +40,5 @@ std::optional<Value> readPropertyList(std::string_view bytes);
 /// The value as an XML property list. Dates are cut off to whole seconds, toward the past, and kept
 /// within the years 1 to 9999; a text loses the characters that XML forbids. Any thread.
 std::string writeXmlPropertyList(const Value& value);
-
-class LinuxPropertyLists : public PropertyLists {
- public:
-  std::optional<Value> propertyListFromData(std::string_view bytes) const override {
-    return readPropertyList(bytes);
-  }
-};
 
 }  // namespace revwarden
