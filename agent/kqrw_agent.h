@@ -59,6 +59,21 @@ class KQRWAgent {
   /// Whether a pass is running. Any thread.
   virtual bool updateIsInProgress() const = 0;
 
+  // The install queue. It runs one update job at a time.
+
+  /// Queues an update of each catalogued application among `ids`, in catalogue order, whatever is
+  /// on offer for it. May ask the user for administrator rights, once, and waits for the answer;
+  /// without them the applications that need them are left out.
+  virtual void startUpdateItemWithIDs(const std::vector<std::string>& ids) = 0;
+  /// Takes the updates of these applications out of the queue. A running installation first ends
+  /// the step that it is at: until then this does not return, but serves the main loop.
+  virtual void cancelUpdateItemWithIDs(const std::vector<std::string>& ids) = 0;
+  /// Queues the update of the host product. Does nothing when it is not in the catalogue.
+  virtual void startUpdatePellmark() = 0;
+  virtual bool installerQueueIsInProgress() const = 0;
+  /// The number of jobs in the queue, the running one included.
+  virtual int64_t installerQueueCount() const = 0;
+
   // Settings. Setting a new value saves; an equal one does nothing. Getters: any thread.
 
   /// Whether the user is told of new versions.

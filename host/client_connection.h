@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "host/file_descriptor.h"
+#include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "host/client_connection.h"
-#include "host/file_descriptor.h"
+#include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/file_descriptor.h"
+#include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "host/file_descriptor.h"
+#include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 

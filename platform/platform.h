@@ -2,20 +2,28 @@
 
 namespace revwarden {
 
+class AppleScripts;
 class Bundles;
+class ChildProcesses;
 class Clock;
 class FileManager;
+class FileOperations;
 class HostApplication;
+class HostJobSupport;
+class KQHelperManager;
 class KQProductInformation;
 class KQSystemInformation;
 class Localization;
 class Log;
+class PropertyLists;
 class RunLoop;
 class Threads;
 class URLConnection;
+class URLDownloads;
 class UserDefaults;
 class Versions;
 class WakeNotifications;
+class Workspace;
 class XmlDocuments;
 
 /// Everything that the agent reaches outside itself, built once by a port.
@@ -38,6 +46,16 @@ struct Platform {
   URLConnection& connection;
   WakeNotifications& wake;
   HostApplication& host;
+
+  // What only update jobs use.
+  URLDownloads& downloads;
+  ChildProcesses& children;
+  FileOperations& fileOperations;
+  PropertyLists& propertyLists;
+  Workspace& workspace;
+  AppleScripts& scripts;
+  KQHelperManager& helpers;
+  HostJobSupport& hostJobs;
 };
 
 }  // namespace revwarden
