@@ -56,6 +56,11 @@ size_t extensionDot(std::string_view name) {
   return dot == 0 || name == ".." ? name.npos : dot;
 }
 
+bool standsInURLPaths(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         std::string_view("/-._~!$&'()*+,=:@").find(c) != std::string_view::npos;
+}
+
 }  // namespace
 
 bool isValidUtf8(std::string_view bytes) {
@@ -132,6 +137,21 @@ std::string_view deletingPathExtension(std::string_view path) {
   const size_t dot = extensionDot(name);
   if (dot == name.npos) return withoutTrailingSlashes(path);
   return path.substr(0, static_cast<size_t>(name.data() - path.data()) + dot);
+}
+
+std::string fileURLWithPath(std::string_view path) {
+  std::string url = "file://";
+  for (const char c : path) {
+    if (standsInURLPaths(c)) {
+      url += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      url += '%';
+      url += "0123456789ABCDEF"[byte >> 4];
+      url += "0123456789ABCDEF"[byte & 15];
+    }
+  }
+  return url;
 }
 
 }  // namespace revwarden

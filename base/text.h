@@ -33,4 +33,8 @@ std::string_view pathExtension(std::string_view path);
 /// The path without its extension and the dot before it.
 std::string_view deletingPathExtension(std::string_view path);
 
+/// The "file:" address of a full path: bytes that cannot stand in the path of an address as they
+/// are ("%" and what is no ASCII too) are percent-encoded.
+std::string fileURLWithPath(std::string_view path);
+
 }  // namespace revwarden

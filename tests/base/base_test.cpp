@@ -95,6 +95,7 @@ TEST(TextTest, TakesPathsApart) {
   EXPECT_EQ(deletingPathExtension("/a.b/My App.APP/"), "/a.b/My App");
   EXPECT_EQ(deletingPathExtension("/a/.."), "/a/..");
   EXPECT_EQ(asciiUpperCase("/Library/\xC3\xA9"), "/LIBRARY/\xC3\xA9");
+  EXPECT_EQ(fileURLWithPath("/a b/100%#?;\xC3\xA9~+"), "file:///a%20b/100%25%23%3F%3B%C3%A9~+");
 }
 
 TEST(TextTest, MakesUuidsOfVersionFour) {
