@@ -96,4 +96,10 @@ int64_t AgentSettings::totalUpdatesCount() const {
   return userDefaults().value_or(Dictionary()).integerFor(kTotalUpdatesCountKey);
 }
 
+void AgentSettings::countInstalledUpdate() {
+  const Dictionary settings = userDefaults().value_or(Dictionary());
+  setUserDefaults(
+      settings.with(kTotalUpdatesCountKey, settings.integerFor(kTotalUpdatesCountKey) + 1));
+}
+
 }  // namespace revwarden

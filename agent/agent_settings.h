@@ -45,6 +45,8 @@ class AgentSettings {
   void setLastFireDate(std::optional<Date> date) { lastFireDate_.set(date); }
 
   int64_t totalUpdatesCount() const;
+  /// Adds one to the count in storage.
+  void countInstalledUpdate();
 
  private:
   void loadCatalogue(const Dictionary& settings);

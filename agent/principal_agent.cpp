@@ -10,7 +10,8 @@
 namespace revwarden {
 namespace {
 
-// A delegate's proxy outlives the agent: somebody who got it from `delegate` may be using it still.
+// For what outlives the agent: somebody who got the delegate's proxy from `delegate` may be using
+// it still, and the rights of a job that runs are not taken from it.
 void keepForGood(std::shared_ptr<void> object) {
   static std::mutex& mutex = *new std::mutex;
   static auto& kept = *new std::vector<std::shared_ptr<void>>;
@@ -36,13 +37,15 @@ PrincipalAgent::PrincipalAgent(std::shared_ptr<const Platform> platform)
       check_(*platform_, catalogue_, settings_, pass_, *this),
       notice_(*platform_, catalogue_, settings_, *this),
       refresh_(*platform_, catalogue_, settings_, excluded_, pass_, validation_, *this),
-      schedule_(*platform_, settings_, *this) {}
+      schedule_(*platform_, settings_, *this),
+      queue_(platform_, catalogue_, settings_, *this) {}
 
 PrincipalAgent::~PrincipalAgent() {
   wake_.reset();
   schedule_.dropTimer();
   settings_.setLastFireDate(std::nullopt);
   keepForGood(delegate_.get());
+  keepForGood(queue_.rootTask());
 }
 
 void PrincipalAgent::start() {

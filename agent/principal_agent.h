@@ -19,6 +19,7 @@
 #include "discovery/list_refresh.h"
 #include "platform/host_application.h"
 #include "platform/workspace.h"
+#include "queue/install_queue.h"
 
 namespace revwarden {
 
@@ -34,7 +35,8 @@ class PrincipalAgent final : public KQRWAgent,
                              private ListRefresh::Mediator,
                              private UpdateCheck::Mediator,
                              private CheckSchedule::Mediator,
-                             private NewUpdatesNotice::Mediator {
+                             private NewUpdatesNotice::Mediator,
+                             private InstallQueue::Mediator {
  public:
   /// Loads the settings, starts the first refresh and begins to listen for wakes. Main thread; the
   /// agent must be destroyed there too.
@@ -61,6 +63,16 @@ class PrincipalAgent final : public KQRWAgent,
     validation_.startUpdateInfoForItemsWithIDs(ids);
   }
   bool updateIsInProgress() const override { return pass_.updateIsInProgress(); }
+
+  void startUpdateItemWithIDs(const std::vector<std::string>& ids) override {
+    queue_.startUpdateItemWithIDs(ids);
+  }
+  void cancelUpdateItemWithIDs(const std::vector<std::string>& ids) override {
+    queue_.cancelUpdateItemWithIDs(ids);
+  }
+  void startUpdatePellmark() override { queue_.startUpdatePellmark(); }
+  bool installerQueueIsInProgress() const override { return queue_.installerQueueIsInProgress(); }
+  int64_t installerQueueCount() const override { return queue_.installerQueueCount(); }
 
   bool showRevwardenNotifications() const override {
     return settings_.showRevwardenNotifications();
@@ -98,10 +110,8 @@ class PrincipalAgent final : public KQRWAgent,
   void setScanStartedByUser(bool byUser) override { check_.setScanStartedByUser(byUser); }
   void performCheckForAppsUpdates() override { check_.performCheckForAppsUpdates(); }
   void notifyNewUpdates() override { notice_.notifyNewUpdates(); }
-
-  // There is no install queue yet: nothing can be queued, and nobody has asked for rights.
-  void startUpdatePellmark() override {}
-  bool hasRootTask() override { return false; }
+  bool hasRootTask() override { return queue_.rootTask() != nullptr; }
+  KQRWAgent& agent() override { return *this; }
 
   const std::shared_ptr<const Platform> platform_;
   Guarded<std::shared_ptr<KQRWAgentDelegate>> delegate_;
@@ -114,6 +124,7 @@ class PrincipalAgent final : public KQRWAgent,
   NewUpdatesNotice notice_;            // depends-on: platform_, catalogue_, settings_
   ListRefresh refresh_;                // depends-on: all of the above but check_ and notice_
   CheckSchedule schedule_;             // depends-on: platform_, settings_
+  InstallQueue queue_;                 // depends-on: platform_, catalogue_, settings_
   std::unique_ptr<Observation> wake_;  // depends-on: schedule_
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 namespace revwarden {
 namespace {
@@ -38,6 +39,23 @@ constexpr std::array<std::string_view, 18> kSpaces = {"\t",           " ",
                                                       "\xE2\x80\x88", "\xE2\x80\x89",
                                                       "\xE2\x80\x8A", "\xE2\x80\xAF",
                                                       "\xE2\x81\x9F", "\xE3\x80\x80"};
+
+// Line feed to carriage return, next line, line and paragraph separator.
+constexpr std::array<std::string_view, 7> kLineBreaks = {
+    "\n", "\v", "\f", "\r", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"};
+
+std::string_view trimming(std::string_view text, std::span<const std::string_view> characters) {
+  const auto mayBeOne = [](char c) { return (c > 0 && c <= ' ') || (c & 0x80) != 0; };
+  if (text.empty() || (!mayBeOne(text.front()) && !mayBeOne(text.back()))) return text;
+  for (bool trimmed = true; trimmed;) {
+    trimmed = false;
+    for (const std::string_view character : characters) {
+      while (text.starts_with(character)) text.remove_prefix(character.size()), trimmed = true;
+      while (text.ends_with(character)) text.remove_suffix(character.size()), trimmed = true;
+    }
+  }
+  return text;
+}
 
 const std::string& argumentText(const std::vector<std::optional<std::string>>& arguments,
                                 size_t index) {
@@ -81,14 +99,13 @@ std::string asciiUpperCase(std::string_view text) {
 }
 
 std::string_view trimmingSpaces(std::string_view text) {
-  const auto mayBeSpace = [](char c) { return c == '\t' || c == ' ' || (c & 0x80) != 0; };
-  if (text.empty() || (!mayBeSpace(text.front()) && !mayBeSpace(text.back()))) return text;
-  for (bool trimmed = true; trimmed;) {
-    trimmed = false;
-    for (const std::string_view space : kSpaces) {
-      while (text.starts_with(space)) text.remove_prefix(space.size()), trimmed = true;
-      while (text.ends_with(space)) text.remove_suffix(space.size()), trimmed = true;
-    }
+  return trimming(text, kSpaces);
+}
+
+std::string_view trimmingSpacesAndLineBreaks(std::string_view text) {
+  for (size_t before = 0; before != text.size();) {
+    before = text.size();
+    text = trimming(trimming(text, kSpaces), kLineBreaks);
   }
   return text;
 }

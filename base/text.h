@@ -18,6 +18,9 @@ std::string asciiUpperCase(std::string_view text);
 /// space. Line breaks are no spaces.
 std::string_view trimmingSpaces(std::string_view text);
 
+/// The same without line breaks at both ends either.
+std::string_view trimmingSpacesAndLineBreaks(std::string_view text);
+
 /// `format` with each "%@" replaced by the next argument and each "%N$@" by argument N (1 to 9); an
 /// absent or missing argument reads "(null)". "%%" is a percent sign.
 std::string formatted(std::string_view format,

@@ -1,0 +1,263 @@
+#include "queue/install_queue.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "agent/agent_settings.h"
+#include "agent/item_catalogue.h"
+#include "agent/record_keys.h"
+#include "base/text.h"
+#include "check/version_info_keys.h"
+#include "platform/file_manager.h"
+#include "platform/helper.h"
+#include "platform/host_application.h"
+#include "platform/localization.h"
+#include "platform/log.h"
+#include "platform/platform.h"
+#include "platform/system_information.h"
+#include "queue/kqrw_pellmark_updater.h"
+#include "updater/kqrw_app_updater.h"
+#include "updater/new_application.h"
+
+namespace revwarden {
+namespace {
+
+bool contains(const std::vector<std::string>& texts, const std::string* text) {
+  return text && std::find(texts.begin(), texts.end(), *text) != texts.end();
+}
+
+std::optional<std::string> textFor(const Dictionary& item, std::string_view key) {
+  const std::string* text = item.stringFor(key);
+  return text ? std::optional(*text) : std::nullopt;
+}
+
+Dictionary withTextOrWithout(const Dictionary& item, std::string_view key,
+                             const std::optional<std::string>& text) {
+  return text ? item.with(key, *text) : item.without(key);
+}
+
+Dictionary withAction(const Dictionary& item, const KQRWAppUpdater& job) {
+  return item.with(kKQRWInstallerCurrentActionKey, static_cast<int64_t>(job.simpleCurrentAction()));
+}
+
+}  // namespace
+
+InstallQueue::InstallQueue(std::shared_ptr<const Platform> platform, ItemCatalogue& catalogue,
+                           AgentSettings& settings, Mediator& mediator)
+    : platform_(std::move(platform)),
+      catalogue_(catalogue),
+      settings_(settings),
+      mediator_(mediator) {}
+
+InstallQueue::~InstallQueue() = default;
+
+void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
+  std::vector<Dictionary> changed;
+  rootTaskAvailable_ = true;
+  for (const LiveRecordRef& record : catalogue_.itemsSnapshot()) {
+    Dictionary item = record->contents();
+    if (!contains(ids, item.stringFor(kKQRWIDKey))) continue;
+    // Listed as it was when it was queued, though its job may be over by now.
+    if (addItemToInstallQueue(item)) changed.push_back(std::move(item));
+  }
+  sendDidChangeStatus(changed);
+}
+
+// From the last job to the first, so that the end of the running one starts none that this request
+// is about to remove.
+void InstallQueue::cancelUpdateItemWithIDs(const std::vector<std::string>& ids) {
+  std::vector<Dictionary> changed;
+  for (size_t index = installersQueue_.size(); index-- > 0;) {
+    if (index >= installersQueue_.size()) continue;
+    const std::optional<std::string> id = installersQueue_[index]->originalAppItemID();
+    if (!id || !contains(ids, &*id)) continue;
+    const std::optional<Dictionary> known = catalogue_.itemSnapshotWithID(*id);
+    Dictionary item = known.value_or(Dictionary{{kKQRWIDKey, *id}});
+    if (removeItemFromInstallQueue(item) && known) changed.push_back(std::move(item));
+  }
+  sendDidChangeStatus(changed);
+}
+
+void InstallQueue::startUpdatePellmark() {
+  const std::optional<std::string> path = platform_->host.hostAppPath();
+  if (!path) return;
+  const std::optional<Dictionary> item = catalogue_.itemSnapshotWithPath(*path);
+  const std::string* id = item ? item->stringFor(kKQRWIDKey) : nullptr;
+  if (id) startUpdateItemWithIDs({*id});
+}
+
+bool InstallQueue::addItemToInstallQueue(Dictionary& item) {
+  if (jobFor(item) != installersQueue_.end()) return false;
+  const Job job = makeJob(item);
+  if (needsRights(item)) {
+    if (!rootTask_ && !askForRights()) return false;
+    job->setRootTask(rootTask_);
+  }
+  item = item.with(kKQRWInstallerIsInQueueKey, true);
+  catalogue_.updateItem(item);
+  installersQueue_.push_back(job);
+  if (installersQueue_.size() == 1) {
+    sendDidStartQueue();
+    job->start();
+  }
+  return true;
+}
+
+std::vector<InstallQueue::Job>::iterator InstallQueue::jobFor(const Dictionary& item) {
+  const std::optional<std::string> id = textFor(item, kKQRWIDKey);
+  return std::find_if(installersQueue_.begin(), installersQueue_.end(),
+                      [&](const Job& job) { return id && job->originalAppItemID() == id; });
+}
+
+InstallQueue::Job InstallQueue::makeJob(const Dictionary& item) {
+  const std::optional<std::string> hostPath = platform_->host.hostAppPath();
+  const std::string* path = item.stringFor(kKQRWApplicationPathKey);
+  const bool isHostProduct = path && hostPath && *path == *hostPath;
+  const Job job = isHostProduct ? std::make_shared<KQRWPellmarkUpdater>(platform_, item)
+                                : std::make_shared<KQRWAppUpdater>(platform_, item);
+  job->setDelegate(
+      std::shared_ptr<KQRWAppInstallerDelegate>(mediator_.weakAgentReference().lock(), this));
+  return job;
+}
+
+bool InstallQueue::needsRights(const Dictionary& item) const {
+  const std::string path = textFor(item, kKQRWApplicationPathKey).value_or("");
+  return !platform_->files.isMovableFileAtPath(path) || itemNeedToBeUpdatedThroughPkgFile(item);
+}
+
+bool InstallQueue::askForRights() {
+  if (!rootTaskAvailable_) return false;
+  const std::string format = platform_->localization.KQLocalizedString(
+      "%@ requires administrator privileges to perform update.");
+  rootTask_ = platform_->helpers.rootTaskWithPrompt(
+      formatted(format, {platform_->productInformation.productName()}));
+  rootTaskAvailable_ = rootTask_ != nullptr;
+  return rootTaskAvailable_;
+}
+
+bool InstallQueue::removeItemFromInstallQueue(Dictionary& item) {
+  const auto found = jobFor(item);
+  if (found == installersQueue_.end()) return false;
+  if (found == installersQueue_.begin()) {
+    const Job running = *found;  // its end takes it out of the queue
+    running->cancel();
+  } else {
+    installersQueue_.erase(found);
+  }
+  item = item.with(kKQRWInstallerIsInQueueKey, false);
+  catalogue_.updateItem(item);
+  return true;
+}
+
+void InstallQueue::appInstallerDidStart(KQRWAppUpdater& job) {
+  const std::optional<Dictionary> known = itemOf(job);
+  if (!known) return;
+  const Dictionary item = withAction(*known, job);
+  // The delegate hears of it before the catalogue does.
+  if (const auto delegate = mediator_.delegate())
+    delegate->agent_didStartUpdateItem(mediator_.agent(), item);
+  catalogue_.updateItem(item);
+}
+
+void InstallQueue::appInstallerDidUpdateStatus(KQRWAppUpdater& job) {
+  const std::optional<Dictionary> known = itemOf(job);
+  if (!known) return;
+  Dictionary item = withAction(known->with(kKQRWInstallerTotalBytesKey, job.totalBytes())
+                                   .with(kKQRWInstallerReceivedBytesKey, job.receivedBytes()),
+                               job);
+  item = withTextOrWithout(item, kKQRWInstallerDownloadPathKey, job.downloadPath());
+  item = withTextOrWithout(item, kKQRWInstallerResourcesPathKey, job.resourcesPath());
+  catalogue_.updateItem(item);
+  if (const auto delegate = mediator_.delegate())
+    delegate->agent_didChangeUpdatedStatusForItem(mediator_.agent(), item);
+}
+
+void InstallQueue::appInstaller_didFinishSuccessfully(KQRWAppUpdater& job, bool successfully) {
+  const std::shared_ptr<KQRWAppUpdater> kept = job.shared_from_this();
+  const std::optional<Dictionary> item = markAsNotQueued(job);
+  std::erase(installersQueue_, kept);
+  sendDidChangeStatus(item ? std::vector{*item} : std::vector<Dictionary>());
+  if (const auto delegate = mediator_.delegate(); delegate && item)
+    delegate->agent_didStopUpdateItem(mediator_.agent(), *item);
+  if (installersQueue_.empty()) {
+    sendDidStopQueue();
+    dropRights();
+  } else {
+    startHead();
+  }
+  // The next job may be over by now; only then does this one's application get its turn.
+  revalidateItemOf(job);
+  if (successfully) settings_.countInstalledUpdate();
+  logOutcome(item.value_or(Dictionary()), successfully);
+}
+
+// Unlike at the end of a run, the rights are kept for the next one, and no job hears of it.
+void InstallQueue::appInstallerFailedAndStoppedQueue(KQRWAppUpdater& job) {
+  const std::shared_ptr<KQRWAppUpdater> kept = job.shared_from_this();
+  platform_->log.NSLog("!!!!! QUEUE INTERRUPTED !!!!!!");
+  std::vector<Dictionary> changed;
+  for (const Job& dropped : installersQueue_) {
+    if (auto item = markAsNotQueued(*dropped)) changed.push_back(std::move(*item));
+  }
+  installersQueue_.clear();
+  sendDidChangeStatus(changed);
+  sendDidStopQueue();
+  revalidateItemOf(job);
+}
+
+void InstallQueue::startHead() {
+  const Job head = installersQueue_.front();  // may leave the queue before `start` returns
+  head->start();
+}
+
+void InstallQueue::dropRights() {
+  if (rootTask_) rootTask_->stop();
+  rootTask_ = nullptr;
+}
+
+std::optional<Dictionary> InstallQueue::itemOf(const KQRWAppUpdater& job) const {
+  const std::optional<std::string>& id = job.originalAppItemID();
+  return id ? catalogue_.itemSnapshotWithID(*id) : std::nullopt;
+}
+
+std::optional<Dictionary> InstallQueue::markAsNotQueued(const KQRWAppUpdater& job) {
+  const std::optional<Dictionary> known = itemOf(job);
+  if (!known) return std::nullopt;
+  const Dictionary item = known->with(kKQRWInstallerIsInQueueKey, false);
+  catalogue_.updateItem(item);
+  return item;
+}
+
+void InstallQueue::revalidateItemOf(const KQRWAppUpdater& job) {
+  if (const auto& id = job.originalAppItemID()) mediator_.startUpdateInfoForItemsWithIDs({*id});
+}
+
+// Names the version that the user was told of, not the one on offer.
+void InstallQueue::logOutcome(const Dictionary& item, bool successfully) {
+  platform_->log.KQLog(
+      successfully ? "%@ was updated from %@ to %@ version successfully."
+                   : "Update of %@ from %@ to %@ version was failed.",
+      {textFor(item, kKQRWApplicationNameKey), textFor(item, kKQRWCurrentVersionKey),
+       textFor(item, kKQRWNotifiedVersionKey)});
+}
+
+void InstallQueue::sendDidChangeStatus(const std::vector<Dictionary>& items) {
+  if (const auto delegate = mediator_.delegate())
+    delegate->agent_didChangeStatusForItems(mediator_.agent(), items);
+}
+
+void InstallQueue::sendDidStartQueue() {
+  if (const auto delegate = mediator_.delegate()) delegate->didStartQueueInAgent(mediator_.agent());
+}
+
+void InstallQueue::sendDidStopQueue() {
+  if (const auto delegate = mediator_.delegate()) delegate->didStopQueueInAgent(mediator_.agent());
+}
+
+bool itemNeedToBeUpdatedThroughPkgFile(const Dictionary& item) {
+  const auto offer = item.dictionaryFor(kKQRWAvailableVersionInfoKey);
+  const std::string* link = offer ? offer->stringFor(kKQRWIDownloadLinkKey) : nullptr;
+  return link && hasPackageExtension(*link);
+}
+
+}  // namespace revwarden

@@ -1,0 +1,71 @@
+#include "queue/kqrw_pellmark_updater.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/host_application.h"
+#include "platform/localization.h"
+#include "platform/log.h"
+#include "platform/platform.h"
+#include "platform/workspace.h"
+
+namespace revwarden {
+namespace {
+
+bool isRunning(Workspace& workspace, const std::optional<std::string>& path) {
+  const std::vector<std::string> running = workspace.launchedApplicationPaths();
+  return path && std::find(running.begin(), running.end(), *path) != running.end();
+}
+
+}  // namespace
+
+void KQRWPellmarkUpdater::performInstall() {
+  KQRWAppUpdater::performInstall();
+  // Whether it was cancelled is not asked: what is installed then is installed.
+  if (currentAction() == JobAction::failed) return;
+  postToMainThread(static_cast<Step>(&KQRWPellmarkUpdater::finishPellmarkUpdate));
+}
+
+void KQRWPellmarkUpdater::finishPellmarkUpdate() {
+  const Localization& texts = platform()->localization;
+  HostApplication& host = platform()->host;
+  const std::optional<std::string> path = host.hostAppPath();
+  HostNotification offer = host.notificationInstance();
+  if (path) offer.icon = NotificationIcon{NotificationIcon::Kind::ofFile, *path};
+  if (isRunning(platform()->workspace, path)) {
+    offer.text =
+        texts.KQLocalizedString("Pellmark updated successfully! Would you like to relaunch it?");
+    offer.target = shared_from_this();
+    offer.button1Text = texts.KQLocalizedString("Relaunch");
+    offer.button1Action = "relaunchPellmark";
+  } else {
+    offer.text =
+        texts.KQLocalizedString("Pellmark updated successfully! Would you like to launch it?");
+    offer.target = platform()->hostJobs.notificationTarget();
+    offer.button1Text = texts.KQLocalizedString("Launch");
+    offer.button1Action = "activateHostApp";
+  }
+  offer.button2Text = texts.KQLocalizedString("Ignore");
+  host.showNotification(offer);
+}
+
+void KQRWPellmarkUpdater::performAction(std::string_view selector) {
+  if (selector == "relaunchPellmark") relaunchPellmark();
+}
+
+// The product may take its time to quit: the button does not wait for it.
+void KQRWPellmarkUpdater::relaunchPellmark() {
+  if (detachNewThread(static_cast<Step>(&KQRWPellmarkUpdater::_relaunchPellmark))) return;
+  platform()->log.NSLog("Could not shut down Pellmark: %@", {"no thread can be started"});
+}
+
+void KQRWPellmarkUpdater::_relaunchPellmark() {
+  const std::optional<std::string> error =
+      platform()->scripts.executeSource("tell application \"Pellmark\" to quit");
+  if (error) return platform()->log.NSLog("Could not shut down Pellmark: %@", {error});
+  platform()->hostJobs.activateHostApp();
+}
+
+}  // namespace revwarden

@@ -1,0 +1,56 @@
+#include "updater/disk_image.h"
+
+#include <utility>
+
+#include "base/value.h"
+#include "platform/child_process.h"
+#include "platform/platform.h"
+#include "platform/property_list.h"
+
+namespace revwarden {
+namespace {
+
+constexpr char kTool[] = "/usr/bin/hdiutil";
+
+std::optional<std::string> firstMountPoint(const Dictionary& answer) {
+  const Array entities = answer.arrayFor("system-entities").value_or(Array());
+  for (const Value& value : entities) {
+    const Dictionary* entity = value.as<Dictionary>();
+    const std::string* mountPoint = entity ? entity->stringFor("mount-point") : nullptr;
+    if (mountPoint) return *mountPoint;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> attachDiskImage(const Platform& platform,
+                                           const std::optional<std::string>& imagePath,
+                                           ImageVisibility visibility, bool opens) {
+  if (!imagePath) return std::nullopt;
+  ChildProcess tool;
+  tool.program = kTool;
+  tool.arguments = {"attach", *imagePath, "-plist"};
+  if (visibility == ImageVisibility::hidden) {
+    tool.arguments.insert(tool.arguments.end(), {"-nobrowse", "-noautofsck"});
+  }
+  tool.arguments.emplace_back(opens ? "-autoopen" : "-noautoopen");
+  tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // or a licence would be paged
+  tool.input = "y\n";                                     // which is then agreed to
+  tool.collectsOutput = true;
+  const std::optional<ChildProcesses::Result> result = platform.children.run(tool);
+  if (!result) return std::nullopt;
+  // The status says less than the list: an image can be attached in part.
+  const std::optional<Value> list = platform.propertyLists.propertyListFromData(result->output);
+  const Dictionary* answer = list ? list->as<Dictionary>() : nullptr;
+  return answer ? firstMountPoint(*answer) : std::nullopt;
+}
+
+void detachDiskImage(const Platform& platform, const std::string& mountPoint) {
+  ChildProcess tool;
+  tool.program = kTool;
+  tool.arguments = {"detach", mountPoint};
+  platform.children.run(tool);
+}
+
+}  // namespace revwarden
