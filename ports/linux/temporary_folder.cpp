@@ -26,6 +26,12 @@ bool othersCanWrite(const std::string& path) {
          (facts.st_uid != geteuid() || (facts.st_mode & (S_IWGRP | S_IWOTH)));
 }
 
+TemporaryFolder privateFolderIn(const std::string& shared) {
+  std::string path = shared + "/revwarden-" + std::to_string(geteuid());
+  std::optional<std::string> error = makePrivateFolder(path);
+  return {std::move(path), std::move(error)};
+}
+
 }  // namespace
 
 std::optional<std::string> makePrivateFolder(const std::string& path) {
@@ -37,14 +43,12 @@ std::optional<std::string> makePrivateFolder(const std::string& path) {
   return error;
 }
 
+TemporaryFolder temporaryFolderOfUser() { return privateFolderIn("/var/tmp"); }
+
 TemporaryFolder privateTemporaryFolder() {
   const char* const named = getenv("TMPDIR");
-  const bool isNamed = named && *named == '/';
-  std::string path = isNamed ? named : "/var/tmp";
-  if (isNamed && !othersCanWrite(path)) return {path, std::nullopt};
-  path += "/revwarden-" + std::to_string(geteuid());
-  std::optional<std::string> error = makePrivateFolder(path);
-  return {path, std::move(error)};
+  if (!named || *named != '/') return temporaryFolderOfUser();
+  return othersCanWrite(named) ? privateFolderIn(named) : TemporaryFolder{named, std::nullopt};
 }
 
 }  // namespace revwarden

@@ -16,6 +16,10 @@ struct TemporaryFolder {
   std::optional<std::string> error;
 };
 
+/// The private folder "/var/tmp/revwarden-UID", whatever the environment says: for programs that are
+/// run with none.
+TemporaryFolder temporaryFolderOfUser();
+
 /// TMPDIR when it is a full path, else /var/tmp; in a folder that others can write or that is
 /// another user's, such as the latter, a private folder "revwarden-UID". Not to be called while
 /// another thread changes the environment.

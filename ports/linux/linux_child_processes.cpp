@@ -1,0 +1,66 @@
+#include "ports/linux/linux_child_processes.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "base/text.h"
+#include "ports/linux/property_list.h"
+
+namespace revwarden {
+namespace {
+
+constexpr std::string_view kDiskImageTool = "hdiutil";
+
+bool isProgram(const std::string& path) {
+  struct stat facts;
+  return stat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) &&
+         access(path.c_str(), X_OK) == 0;
+}
+
+bool attachesAndOpens(const ChildProcess& child) {
+  return lastPathComponent(child.program) == kDiskImageTool &&
+         std::ranges::find(child.arguments, "-autoopen") != child.arguments.end();
+}
+
+// Of the first entity that has one.
+std::optional<std::string> mountPointIn(const std::string& propertyList) {
+  const std::optional<Value> answer = readPropertyList(propertyList);
+  const Dictionary* const root = answer ? answer->as<Dictionary>() : nullptr;
+  if (!root) return std::nullopt;
+  const Array entities = root->arrayFor("system-entities").value_or(Array());
+  for (const Value& element : entities) {
+    const Dictionary* const entity = element.as<Dictionary>();
+    const std::string* const mountPoint = entity ? entity->stringFor("mount-point") : nullptr;
+    if (mountPoint) return *mountPoint;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+LinuxChildProcesses::LinuxChildProcesses(Places places, Workspace& workspace)
+    : places_(std::move(places)), workspace_(workspace) {}
+
+std::optional<ChildProcesses::Result> LinuxChildProcesses::run(const ChildProcess& child) {
+  std::optional<Result> result = children_.run(resolved(child.program), child);
+  if (result && attachesAndOpens(child)) openMountPoint(result->output);
+  return result;
+}
+
+std::string LinuxChildProcesses::resolved(const std::string& program) const {
+  const std::string name(lastPathComponent(program));
+  if (places_.tools && isProgram(*places_.tools + "/" + name)) return *places_.tools + "/" + name;
+  const std::string own = places_.ownTools + "/" + name;
+  return name == kDiskImageTool && isProgram(own) ? own : program;
+}
+
+void LinuxChildProcesses::openMountPoint(const std::string& propertyList) {
+  const std::optional<std::string> mountPoint = mountPointIn(propertyList);
+  if (mountPoint) workspace_.openURL(fileURLWithPath(*mountPoint));
+}
+
+}  // namespace revwarden
