@@ -1,6 +1,7 @@
 #include "host/agent_host.h"
 
 #include "host/event_log.h"
+#include "host/json_values.h"
 #include "host/notices.h"
 
 namespace revwarden {
@@ -16,6 +17,30 @@ class UserInterfaceProxy final : public HostAppProxy {
   EventLog& events_;
 };
 
+class HostTarget final : public NotificationTarget {
+ public:
+  explicit HostTarget(HostJobSupport& host) : host_(host) {}
+
+  void performAction(std::string_view selector) override {
+    if (selector == "activateHostApp") host_.activateHostApp();
+  }
+
+ private:
+  HostJobSupport& host_;
+};
+
+class ReportedRemovals final : public KQUninstallerAgent {
+ public:
+  explicit ReportedRemovals(EventLog& events) : events_(events) {}
+
+  void addSilentRemoveBundleID(std::string_view bundleId) override {
+    events_.append("addSilentRemoveBundleID:", jsonList({jsonText(bundleId)}));
+  }
+
+ private:
+  EventLog& events_;
+};
+
 }  // namespace
 
 void AgentHost::showNotification(const HostNotification& notification) {
@@ -26,6 +51,20 @@ std::shared_ptr<HostAppProxy> AgentHost::hostAppProxyWithTargetId_protocol(
     std::string_view targetId, std::string_view protocolName) {
   if (targetId != "KQRevwarden" || protocolName != "KQRWAgentDelegate") return nullptr;
   return std::make_shared<UserInterfaceProxy>(events_);
+}
+
+void AgentHost::activateHostApp() {
+  const bool started = hostAppPath_ && launch_(*hostAppPath_);
+  events_.append("activateHostApp", jsonList({jsonTextOrNull(hostAppPath_), jsonText(started)}));
+}
+
+std::shared_ptr<NotificationTarget> AgentHost::notificationTarget() {
+  return std::make_shared<HostTarget>(*this);
+}
+
+std::shared_ptr<KQUninstallerAgent> AgentHost::instanceWithClassName(std::string_view name) {
+  if (name != "KQUninstallerAgent") return nullptr;
+  return std::make_shared<ReportedRemovals>(events_);
 }
 
 }  // namespace revwarden

@@ -55,6 +55,18 @@ void addPasses(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
       taking<>([agent] { return jsonText(agent->updateIsInProgress()); });
 }
 
+void addQueue(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
+  methods["startUpdateItemWithIDs:"] =
+      taking<Ids>(silent([agent](const Ids& ids) { agent->startUpdateItemWithIDs(ids); }));
+  methods["cancelUpdateItemWithIDs:"] =
+      taking<Ids>(silent([agent](const Ids& ids) { agent->cancelUpdateItemWithIDs(ids); }));
+  methods["startUpdatePellmark"] = taking<>(silent([agent] { agent->startUpdatePellmark(); }));
+  methods["installerQueueIsInProgress"] =
+      taking<>([agent] { return jsonText(agent->installerQueueIsInProgress()); });
+  methods["installerQueueCount"] =
+      taking<>([agent] { return jsonText(agent->installerQueueCount()); });
+}
+
 void addSettings(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
   methods["showRevwardenNotifications"] =
       taking<>([agent] { return jsonText(agent->showRevwardenNotifications()); });
@@ -74,6 +86,7 @@ RpcMethods agentMethods(const std::shared_ptr<KQRWAgent>& agent) {
   RpcMethods methods;
   addCatalogue(methods, agent);
   addPasses(methods, agent);
+  addQueue(methods, agent);
   addSettings(methods, agent);
   return methods;
 }

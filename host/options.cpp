@@ -5,12 +5,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <system_error>
 
-#include "host/plugin_loader.h"
+#include "host/installation.h"
 #include "host/socket_path.h"
 
 namespace revwarden {
@@ -19,7 +19,11 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kUsageError = 2;
-constexpr std::array kLogLevels = {"error", "warning", "info", "debug"};  // by LogLevel
+
+// The words of each choice, in the order of its enumeration.
+constexpr char kAuthorizations[] = "ask|always|never";
+constexpr char kNoticePlaces[] = "desktop|socket";
+constexpr char kLogLevels[] = "error|warning|info|debug";
 
 /// Where GNUstep installs applications, by distribution and by its own layouts.
 constexpr const char* kGNUstepFolders[] = {
@@ -80,24 +84,39 @@ std::string checkService(const std::string& text) {
 }
 
 void completePaths(Options& options) {
-  if (options.plugin.empty()) options.plugin = defaultPluginPath();
+  if (options.plugin.empty()) options.plugin = ownPluginPath();
   if (options.state.empty()) options.state = defaultStateFolder();
   if (options.socket.empty()) options.socket = defaultSocketPath();
   if (options.applications.empty()) options.applications = defaultApplicationFolders();
   for (auto* path : {&options.plugin, &options.state, &options.socket}) *path = fullPath(*path);
   for (auto& folder : options.applications) folder = fullPath(folder);
   for (auto& folder : options.volumes) folder = fullPath(folder);
+  if (options.tools) options.tools = fullPath(*options.tools);
   if (options.hostApp) options.hostApp = resolvedPath(*options.hostApp);
 }
 
-}  // namespace
+std::vector<std::string> split(const std::string& words) {
+  std::istringstream in(words);
+  std::vector<std::string> parts;
+  for (std::string word; std::getline(in, word, '|');) parts.push_back(word);
+  return parts;
+}
 
-ParsedOptions parseOptions(int argc, const char* const* argv) {
-  Options options;
-  std::string notices = "desktop";
-  std::string level = kLogLevels[static_cast<size_t>(options.logLevel)];
-  CLI::App app("Keeps an eye on the installed applications and their updates.", "revwarden-agent");
-  app.set_version_flag("--version", std::string("revwarden-agent ") + REVWARDEN_VERSION);
+/// An option whose value is one of the words.
+template <typename Choice>
+void addChoice(CLI::App& app, const char* name, Choice& chosen, const char* words,
+               const char* help) {
+  const std::vector<std::string> all = split(words);
+  const auto choose = [&chosen, all](const std::string& word) {
+    chosen = static_cast<Choice>(std::find(all.begin(), all.end(), word) - all.begin());
+  };
+  app.add_option_function<std::string>(name, choose, help)
+      ->type_name(words)
+      ->check(CLI::IsMember(all).description(""))
+      ->default_str(all[static_cast<size_t>(chosen)]);
+}
+
+void addWhatIsLookedAt(CLI::App& app, Options& options) {
   app.add_option("--plugin", options.plugin, "The plug-in bundle to load")->type_name("PATH");
   app.add_option("--applications", options.applications,
                  "A folder searched for application bundles (repeatable; replaces the default)")
@@ -115,26 +134,35 @@ ParsedOptions parseOptions(int argc, const char* const* argv) {
                  "A folder to treat as the root of a separate local volume (repeatable)")
       ->type_name("DIR")
       ->expected(1);
-  app.add_option("--notices", notices,
-                 "desktop: also as bubbles on the desktop; socket: for socket clients only")
-      ->type_name("desktop|socket")
-      ->check(CLI::IsMember({"desktop", "socket"}).description(""))
-      ->capture_default_str();
+}
+
+void addWhatIsDone(CLI::App& app, Options& options) {
+  addChoice(app, "--authorization", options.authorization, kAuthorizations,
+            "Who grants administrator rights: ask: the user, through polkit; always: nobody needs "
+            "to, the agent's own rights must do; never: they are refused");
+  app.add_option("--tools", options.tools,
+                 "A folder to look in first for child programs like unzip and hdiutil")
+      ->type_name("DIR");
+  addChoice(app, "--notices", options.notices, kNoticePlaces,
+            "desktop: also as bubbles on the desktop; socket: for socket clients only");
   app.add_option("--event-log", options.eventLog, "Append every event to this file as a JSON line")
       ->type_name("FILE");
-  app.add_option("--log-level", level, "How much the agent says of itself")
-      ->type_name("error|warning|info|debug")
-      ->check(CLI::IsMember(std::vector<std::string>(kLogLevels.begin(), kLogLevels.end()))
-                  .description(""))
-      ->capture_default_str();
+  addChoice(app, "--log-level", options.logLevel, kLogLevels, "How much the agent says of itself");
+}
+
+}  // namespace
+
+ParsedOptions parseOptions(int argc, const char* const* argv) {
+  Options options;
+  CLI::App app("Keeps the installed applications up to date.", "revwarden-agent");
+  app.set_version_flag("--version", std::string("revwarden-agent ") + REVWARDEN_VERSION);
+  addWhatIsLookedAt(app, options);
+  addWhatIsDone(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return {std::nullopt, app.exit(error) == 0 ? 0 : kUsageError};
   }
-  options.desktopNotices = notices == "desktop";
-  const auto chosen = std::find(kLogLevels.begin(), kLogLevels.end(), level);
-  options.logLevel = static_cast<LogLevel>(chosen - kLogLevels.begin());
   completePaths(options);
   return {std::move(options), 0};
 }

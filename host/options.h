@@ -5,8 +5,11 @@
 #include <vector>
 
 #include "host/diagnostics.h"
+#include "ports/linux/helper_manager.h"
 
 namespace revwarden {
+
+enum class NoticePlace { desktop, socket };
 
 /// What the command line asks for, completed with the defaults. Paths are full ones.
 struct Options {
@@ -17,7 +20,9 @@ struct Options {
   std::string socket;
   std::optional<std::string> hostApp;  // links resolved when it exists
   std::vector<std::string> volumes;
-  bool desktopNotices = true;
+  Authorization authorization = Authorization::ask;
+  std::optional<std::string> tools;
+  NoticePlace notices = NoticePlace::desktop;
   std::optional<std::string> eventLog;
   LogLevel logLevel = LogLevel::warning;
 };

@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 
 #include <filesystem>
-#include <system_error>
 
 #include "agent/kqrw_agent.h"
 #include "agent/plugin.h"
@@ -11,18 +10,9 @@
 namespace revwarden {
 namespace {
 
-constexpr char kBundleName[] = "Revwarden.plugin";
 constexpr char kModule[] = "Contents/Linux/Revwarden.so";
 
 }  // namespace
-
-std::string defaultPluginPath() {
-  std::error_code error;
-  const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-  const auto beside = folder / kBundleName;
-  if (std::filesystem::exists(beside, error)) return beside;
-  return (folder / REVWARDEN_PLUGIN_FOLDER / kBundleName).lexically_normal();
-}
 
 LoadedPlugin loadPlugin(const std::string& bundlePath,
                         const std::shared_ptr<const Platform>& platform, std::string& error) {

@@ -13,10 +13,6 @@ struct LoadedPlugin {
   std::string version;
 };
 
-/// The bundle that is loaded unless another is named: the one beside the program, else the
-/// installed one.
-std::string defaultPluginPath();
-
 /// Loads the plug-in from its bundle, for good, and creates its principal object, which starts to
 /// work at once. Without an agent, `error` says why, for people. Main thread.
 LoadedPlugin loadPlugin(const std::string& bundlePath,

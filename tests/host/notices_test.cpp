@@ -25,7 +25,7 @@ class NoticesTest : public testing::Test {
  protected:
   NoticesTest() { notices_.setDisplay(&display_); }
   HostNotification notice() {
-    HostNotification made = AgentHost(notices_, events_, std::nullopt).notificationInstance();
+    HostNotification made = host_.notificationInstance();
     made.target = std::make_shared<RecordingTarget>(actions_);
     made.button1Action = "act";
     return made;
@@ -38,6 +38,11 @@ class NoticesTest : public testing::Test {
   EventLog events_{loop_, diagnostics_};
   RecordingDisplay display_;
   Notices notices_{events_, loop_};
+  std::vector<std::string> launched_;
+  AgentHost host_{notices_, events_, "/Host.app", [this](const std::string& path) {
+                    launched_.push_back(path);
+                    return launched_.size() == 1;
+                  }};
 };
 
 TEST_F(NoticesTest, ClientsReadEveryFieldAndNullForWhatIsNotSet) {
@@ -82,6 +87,29 @@ TEST_F(NoticesTest, TheOldestGiveWayAndTheirTargetsDieOnTheMainThread) {
   loop_.drain();
   EXPECT_EQ(actions_.size(), 1u);
   EXPECT_EQ(display_.shown.size(), Notices::kMostOpen);  // the first was given up by then
+}
+
+TEST_F(NoticesTest, TheHostProductIsLaunchedForJobsAndByItsOwnNotices) {
+  std::thread([this] { host_.activateHostApp(); }).join();
+  HostNotification offer = notice();
+  offer.target = host_.notificationTarget();
+  offer.target->performAction("elsewhere");
+  offer.button1Action = "activateHostApp";
+  notices_.show(offer);
+  EXPECT_TRUE(notices_.answer(1, 1));
+  EXPECT_EQ(host_.instanceWithClassName("Another"), nullptr);
+  host_.instanceWithClassName("KQUninstallerAgent")->addSilentRemoveBundleID("org.app");
+  AgentHost(notices_, events_, std::nullopt, nullptr).activateHostApp();
+
+  EXPECT_THAT(launched_, testing::ElementsAre("/Host.app", "/Host.app"));
+  Json told = Json::array();
+  for (const Json& event : Json::parse(events_.eventsAfter(0))) {
+    told.push_back({event["main"], event["method"], event["params"]});
+  }
+  told.erase(1);  // the notice
+  EXPECT_EQ(told, Json::parse(R"([[false, "activateHostApp", ["/Host.app", true]],
+      [true, "activateHostApp", ["/Host.app", false]],
+      [true, "addSilentRemoveBundleID:", ["org.app"]], [true, "activateHostApp", [null, false]]])"));
 }
 
 }  // namespace
