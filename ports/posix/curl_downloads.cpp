@@ -1,0 +1,185 @@
+#include "ports/posix/curl_downloads.h"
+
+#include <optional>
+#include <utility>
+
+#include "base/text.h"
+#include "ports/posix/curl_transfer.h"
+#include "ports/posix/downloaded_file.h"
+#include "ports/posix/suggested_filename.h"
+
+namespace revwarden {
+namespace {
+
+constexpr long kReceiveBuffer = 512L << 10;
+
+bool isHttp(const std::string& url) {
+  const std::string upper = asciiUpperCase(url.substr(0, 8));
+  return upper.starts_with("HTTP://") || upper == "HTTPS://";
+}
+
+/// Each turn delivers one event, so that a delegate who has heard enough gets no other. Its calls
+/// are made outside libcurl.
+class CurlDownload final : public URLDownload, CurlTransfer {
+ public:
+  CurlDownload(const std::string& url, URLDownloadDelegate& delegate,
+               const CurlDownloads::Limits& limits)
+      : CurlTransfer(limits.idle), delegate_(delegate) {
+    if (!isHttp(url)) {
+      fail(*errorOf(CURLE_UNSUPPORTED_PROTOCOL));
+    } else if (!multi_ || !setUp(url) || !set(CURLOPT_BUFFERSIZE, kReceiveBuffer) ||
+               curl_multi_add_handle(multi_.get(), curl()) != CURLM_OK) {
+      fail("The download could not be begun");
+    }
+  }
+
+  ~CurlDownload() override { curl_multi_remove_handle(multi_.get(), curl()); }
+
+  bool runOneTurn() override {
+    if (stage_ == Stage::over) return false;
+    for (bool isReady = true; !deliverEvent(); isReady = false) {
+      if (!isReady) wait();
+      transfer();
+    }
+    moved();
+    return true;
+  }
+
+ private:
+  enum class Stage { beforeResponse, beforeDestination, data, over };
+
+  struct MultiDeleter {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+  };
+
+  bool deliverEvent() {
+    if (newBytes_ > 0) return tellData();
+    if (error_) return tellFailure();
+    if (stage_ == Stage::beforeResponse) return hasResponse_ && tellResponse();
+    if (stage_ == Stage::beforeDestination) return askDestination();
+    return isComplete_ && finish();
+  }
+
+  bool tellResponse() {
+    const std::string type = header("Content-Type");
+    const std::string_view bare = trimmingSpaces(std::string_view(type).substr(0, type.find(';')));
+    curl_off_t length = -1;
+    curl_easy_getinfo(curl(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    stage_ = Stage::beforeDestination;
+    delegate_.download_didReceiveResponse(bare.empty() ? "application/octet-stream" : bare, length);
+    return true;
+  }
+
+  bool askDestination() {
+    const char* url = nullptr;
+    curl_easy_getinfo(curl(), CURLINFO_EFFECTIVE_URL, &url);
+    const auto name = suggestedFilename(header("Content-Disposition"), url ? url : "");
+    stage_ = Stage::data;
+    error_ = file_.create(delegate_.download_decideDestinationWithSuggestedFilename(name));
+    return true;
+  }
+
+  bool tellData() {
+    delegate_.download_didReceiveDataOfLength(std::exchange(newBytes_, 0));
+    return true;
+  }
+
+  bool finish() {
+    error_ = file_.finish();
+    if (error_) return tellFailure();
+    stage_ = Stage::over;
+    delegate_.downloadDidFinish();
+    return true;
+  }
+
+  bool tellFailure() {
+    stage_ = Stage::over;
+    file_.remove();
+    delegate_.download_didFailWithError(*error_);
+    return true;
+  }
+
+  /// Lets libcurl do what it can without waiting.
+  void transfer() {
+    if (stage_ == Stage::data && std::exchange(isPaused_, false)) {
+      const CURLcode code = curl_easy_pause(curl(), CURLPAUSE_CONT);
+      if (code != CURLE_OK) fail(*errorOf(code));
+    }
+    int running = 0;
+    const CURLMcode code = curl_multi_perform(multi_.get(), &running);
+    if (code != CURLM_OK) fail(curl_multi_strerror(code));
+    if (running == 0) complete();
+    if (idleTimeLeft().count() == 0) fail(kIdleTooLong);
+  }
+
+  void complete() {
+    int left = 0;
+    const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left);
+    if (!message) return;
+    if (auto error = errorOf(message->data.result)) fail(*error);
+    hasResponse_ = isComplete_ = true;
+  }
+
+  void wait() {
+    const auto limit = static_cast<int>(idleTimeLeft().count());
+    const CURLMcode code = curl_multi_poll(multi_.get(), nullptr, 0, limit, nullptr);
+    if (code != CURLM_OK) fail(curl_multi_strerror(code));
+  }
+
+  void headEnded() override { hasResponse_ = hasResponse_ || isHeadOfFile(); }
+
+  bool isHeadOfFile() const {
+    long status = 0;
+    curl_easy_getinfo(curl(), CURLINFO_RESPONSE_CODE, &status);
+    return status >= 200 && (status / 100 != 3 || header("Location").empty());
+  }
+
+  size_t takeBody(std::string_view bytes) override {
+    hasResponse_ = true;
+    if (stage_ != Stage::data) {
+      isPaused_ = true;
+      return CURL_WRITEFUNC_PAUSE;
+    }
+    if (auto error = file_.write(bytes)) {
+      error_ = error;
+      return 0;
+    }
+    newBytes_ += static_cast<int64_t>(bytes.size());
+    return bytes.size();
+  }
+
+  /// Of the last response; "" without it.
+  std::string header(const char* name) const {
+    curl_header* found = nullptr;
+    if (curl_easy_header(curl(), name, 0, CURLH_HEADER, -1, &found) != CURLHE_OK) return "";
+    return found->value;
+  }
+
+  /// The first reason is the one to tell.
+  void fail(std::string description) {
+    if (!error_) error_ = URLDownloadError{std::nullopt, std::move(description)};
+  }
+
+  URLDownloadDelegate& delegate_;
+  const std::unique_ptr<CURLM, MultiDeleter> multi_{curl_multi_init()};
+  DownloadedFile file_;
+  Stage stage_ = Stage::beforeResponse;
+  bool hasResponse_ = false;
+  bool isPaused_ = false;
+  bool isComplete_ = false;  // libcurl is done with it
+  int64_t newBytes_ = 0;
+  std::optional<URLDownloadError> error_;
+};
+
+}  // namespace
+
+CurlDownloads::CurlDownloads(Limits limits) : limits_(limits) {
+  prepareCurl();
+}
+
+std::unique_ptr<URLDownload> CurlDownloads::beginDownload(const std::string& url,
+                                                          URLDownloadDelegate& delegate) {
+  return std::make_unique<CurlDownload>(url, delegate, limits_);
+}
+
+}  // namespace revwarden

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "platform/url_download.h"
+
+namespace revwarden {
+
+/// Downloads with libcurl, by the rules of CurlTransfer; any number side by side.
+///
+/// A download fails when for the idle time nothing moved: no step of connecting, no header line, no
+/// byte of the body. What the delegate takes to answer does not count.
+class CurlDownloads final : public URLDownloads {
+ public:
+  struct Limits {
+    std::chrono::milliseconds idle = std::chrono::seconds(60);
+  };
+
+  CurlDownloads() : CurlDownloads(Limits()) {}
+  explicit CurlDownloads(Limits limits);
+
+  std::unique_ptr<URLDownload> beginDownload(const std::string& url,
+                                             URLDownloadDelegate& delegate) override;
+
+ private:
+  const Limits limits_;
+};
+
+}  // namespace revwarden
