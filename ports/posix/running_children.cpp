@@ -124,7 +124,8 @@ pid_t RunningChildren::start(const std::string& program, const ChildProcess& chi
   request.environment = environmentOf(child);
   request.input = input;
   request.output = output;
-  request.belongs = SpawnRequest::Belongs::inOwnGroup;
+  // Also without a terminal, on which one might ask for a password and wait for ever.
+  request.belongs = SpawnRequest::Belongs::inOwnSession;
   const std::lock_guard lock(mutex_);
   if (ended_) return -1;
   const Spawned spawned = spawn(request);

@@ -11,8 +11,8 @@
 
 namespace revwarden {
 
-/// Runs child processes and can end all that run. Each child leads a process group of its own, so
-/// that what it starts in turn ends with it. The host ignores SIGPIPE. Any thread.
+/// Runs child processes and can end all that run. Each child leads a session of its own, without a
+/// terminal, so that what it starts in turn ends with it. The host ignores SIGPIPE. Any thread.
 class RunningChildren {
  public:
   /// As `ChildProcesses::run`, but with exactly this program. The end of the output comes when
