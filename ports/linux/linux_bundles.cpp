@@ -15,8 +15,6 @@
 namespace revwarden {
 namespace {
 
-constexpr std::array<std::string_view, 3> kPlaces = {"/Contents/Info.plist", "/Info.plist",
-                                                     "/Resources/Info.plist"};
 constexpr size_t kMaxInfoSize = size_t{16} << 20;
 constexpr size_t kMaxBufferKept = size_t{64} << 10;
 constexpr size_t kMaxReadersKept = 4;
@@ -75,9 +73,9 @@ std::shared_ptr<const Bundle> mainBundle(std::optional<std::string> version) {
 
 // The first place that has a file, as `stat` sees it; absent also when one cannot be looked at.
 std::optional<std::pair<size_t, FileIdentity>> findInformation(std::string_view path) {
-  for (size_t place = 0; place < kPlaces.size(); ++place) {
+  for (size_t place = 0; place < kBundleInformationPlaces.size(); ++place) {
     struct stat status {};
-    if (stat(PathBelow(path, kPlaces[place]).c_str(), &status) == 0) {
+    if (stat(PathBelow(path, kBundleInformationPlaces[place]).c_str(), &status) == 0) {
       return std::pair(place, FileIdentity(status));
     }
     if (errno != ENOENT && errno != ENOTDIR) return std::nullopt;
@@ -137,9 +135,9 @@ LinuxBundles::BundleRef LinuxBundles::readBundle(std::string_view path) {
   std::unique_ptr<Reader> reader = takeReader();
   Entry entry;
   FileReading reading = FileReading::missing;
-  for (; entry.place < kPlaces.size(); ++entry.place) {
-    reading = readRegularFile(PathBelow(path, kPlaces[entry.place]).c_str(), kMaxInfoSize,
-                              reader->contents, entry.identity);
+  for (; entry.place < kBundleInformationPlaces.size(); ++entry.place) {
+    reading = readRegularFile(PathBelow(path, kBundleInformationPlaces[entry.place]).c_str(),
+                              kMaxInfoSize, reader->contents, entry.identity);
     if (reading != FileReading::missing) break;
   }
   if (reading != FileReading::done) {

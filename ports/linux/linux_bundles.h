@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -15,8 +16,11 @@
 
 namespace revwarden {
 
-/// Bundles as folders with an information property list in Contents/Info.plist, else Info.plist,
-/// else Resources/Info.plist.
+/// Where a bundle has its information property list, below its folder: the first one there counts.
+inline constexpr std::array<std::string_view, 3> kBundleInformationPlaces = {
+    "/Contents/Info.plist", "/Info.plist", "/Resources/Info.plist"};
+
+/// Bundles as folders with an information property list.
 ///
 /// What was read of a bundle is kept for as long as the file stays the same; to find that out costs
 /// one system call. What is not asked for any more is forgotten after a while.

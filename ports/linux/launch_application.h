@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace revwarden {
+
+/// Starts the program of an application's bundle, its CFBundleExecutable, in a session of its own,
+/// and lets it live on without this process. Whether it was started. Any thread.
+///
+/// The program is the first executable file of that name in Contents/Linux, Contents/MacOS and the
+/// bundle's folder itself that this machine can run.
+bool launchApplication(const std::string& bundlePath);
+
+}  // namespace revwarden

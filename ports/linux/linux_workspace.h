@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+
+#include "platform/run_loop.h"
+#include "platform/threads.h"
+#include "platform/workspace.h"
+
+namespace revwarden {
+
+/// The user's desktop through `xdg-open` in PATH and the file viewer of the session bus. Any
+/// thread.
+///
+/// Opened means that xdg-open ended with status 0, or still ran after two seconds; revealed, that
+/// the file viewer shows the file or, without one, that its folder was opened. On the main thread
+/// that is found out by a thread of its own, and the answer is whether it was started.
+class LinuxWorkspace final : public Workspace {
+ public:
+  /// Called once for every request when its outcome is known, on any thread, before an answer that
+  /// tells the outcome. They may outlive the workspace.
+  struct Reports {
+    std::function<void(std::string_view url, bool opened)> opened;
+    std::function<void(std::string_view path, std::string_view root, bool selected)> selected;
+  };
+
+  LinuxWorkspace(RunLoop& mainLoop, Threads& threads, Reports reports)
+      : mainLoop_(mainLoop), threads_(threads), reports_(std::move(reports)) {}
+
+  /// Hands an address to xdg-open as it is, a file: address or a full path as the path.
+  bool openURL(std::string_view url) override;
+  /// No file viewer here has windows rooted at a folder.
+  bool selectFile_inFileViewerRootedAtPath(std::string_view path, std::string_view root) override;
+  std::vector<std::string> launchedApplicationPaths() override;
+
+ private:
+  bool carryOut(std::function<bool()> work, std::function<void(bool done)> report);
+
+  RunLoop& mainLoop_;
+  Threads& threads_;
+  const Reports reports_;
+};
+
+}  // namespace revwarden

@@ -1,0 +1,261 @@
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <future>
+#include <mutex>
+#include <thread>
+
+#include "ports/linux/detached_threads.h"
+#include "ports/linux/glib_run_loop.h"
+#include "ports/linux/launch_application.h"
+#include "ports/linux/linux_workspace.h"
+#include "ports/linux/quit_scripts.h"
+#include "ports/linux/running_applications.h"
+#include "ports/posix/spawn.h"
+#include "tests/fakes/mocked_bus.h"
+#include "tests/fakes/scratch_folder.h"
+
+namespace revwarden {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+bool eventually(const std::function<bool()>& condition) {
+  for (int attempt = 0; attempt < 1000; ++attempt, std::this_thread::sleep_for(10ms)) {
+    if (condition()) return true;
+  }
+  return false;
+}
+
+bool isThere(pid_t pid) {
+  return kill(pid, 0) == 0;
+}  // as a zombie too
+
+/// A child that lives until the end of its scope.
+struct Child {
+  explicit Child(std::vector<std::string> command) {
+    SpawnRequest request;
+    request.command = std::move(command);
+    pid = spawn(request).pid;
+  }
+  ~Child() {
+    kill(pid, SIGKILL);
+    waitForEnd(pid);
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  pid_t pid;
+};
+
+class DesktopTest : public testing::Test {
+ protected:
+  DesktopTest() {
+    for (const char* bus : {"DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"}) unsetenv(bus);
+    setenv("PATH", (scratch_.file("bin") + ":" + path_).c_str(), 1);
+    setenv("HANDED_OVER", scratch_.file("handed").c_str(), 1);
+    program("bin/xdg-open",
+            "#!/bin/sh\n"
+            "[ $(cut -d' ' -f6 /proc/$$/stat) = $$ ] && echo \"$$: $*\" >> $HANDED_OVER\n"
+            "case $1 in *refused*) exit 3;; *slow*) exec sleep 60;; esac\n");
+  }
+  ~DesktopTest() override { setenv("PATH", path_.c_str(), 1); }
+
+  void program(const std::string& name, const std::string& contents) const {
+    scratch_.write(name, contents);
+    fs::permissions(scratch_.file(name), fs::perms::owner_all);
+  }
+  /// The path of an application's program: a copy of one that waits, or a script.
+  std::string application(const std::string& name, const std::string& script = "") const {
+    const std::string file = "Apps/" + name + ".app/Contents/MacOS/Run";
+    program(file, script);
+    if (script.empty())
+      fs::copy(kWaiting, scratch_.file(file), fs::copy_options::overwrite_existing);
+    return scratch_.file(file);
+  }
+  std::string bundle(const std::string& name) const {
+    return fs::canonical(scratch_.path()).string() + "/Apps/" + name + ".app";
+  }
+
+  bool openElsewhere(const std::string& url) {
+    return std::async(std::launch::async, [&] { return workspace_.openURL(url); }).get();
+  }
+  bool reveal(const std::string& path) {
+    const auto select = [&] {
+      return workspace_.selectFile_inFileViewerRootedAtPath(path, "/root");
+    };
+    return std::async(std::launch::async, select).get();
+  }
+  void report(const std::string& line) {
+    const std::lock_guard lock(mutex_);
+    reports_.push_back(line);
+  }
+  std::vector<std::string> reports() {
+    const std::lock_guard lock(mutex_);
+    return reports_;
+  }
+
+  static constexpr char kWaiting[] = "/bin/sleep";
+  const std::string path_ = getenv("PATH");
+  const ScratchFolder scratch_;
+  const std::unique_ptr<GLibRunLoop> loop_ = GLibRunLoop::create();
+  std::mutex mutex_;
+  std::vector<std::string> reports_;
+  DetachedThreads threads_;
+  LinuxWorkspace workspace_{
+      *loop_,
+      threads_,
+      {[this](std::string_view url, bool opened) {
+         report(std::string(url) + (opened ? " +" : " -"));
+       },
+       [this](std::string_view path, std::string_view root, bool selected) {
+         report(std::string(path) + " " + std::string(root) + (selected ? " +" : " -"));
+       }}};
+};
+
+TEST_F(DesktopTest, OpensAddressesAsTheyAreAndFilesByTheirPath) {
+  EXPECT_TRUE(openElsewhere("HTTPS://x.example/a%20b?-c"));
+  EXPECT_TRUE(openElsewhere("file:///tmp/a%20%C3%A9-"));
+  EXPECT_FALSE(openElsewhere("http://refused"));
+  const std::string handed = scratch_.read("handed");
+  EXPECT_THAT(handed, HasSubstr(": HTTPS://x.example/a%20b?-c\n"));
+  EXPECT_THAT(handed, HasSubstr(": /tmp/a \xC3\xA9-\n"));
+  for (const std::string bad : {"-h", "--manual", "", "page.html", "file://elsewhere/x", "1:x"}) {
+    EXPECT_FALSE(openElsewhere(bad)) << bad;
+  }
+  EXPECT_FALSE(openElsewhere(std::string("http://x\0y", 10)));
+  setenv("PATH", scratch_.path().c_str(), 1);
+  EXPECT_FALSE(openElsewhere("http://no.opener"));
+  EXPECT_EQ(scratch_.read("handed").find("no.opener"), std::string::npos);
+  EXPECT_EQ(reports().size(), 11u);
+  EXPECT_EQ(reports()[2], "http://refused -");
+}
+
+TEST_F(DesktopTest, NothingWaitsOnTheMainThreadAndTheOpenerIsReapedHoweverLongItLives) {
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(workspace_.openURL("http://slow"));
+  EXPECT_TRUE(workspace_.openURL("http://refused"));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+  ASSERT_TRUE(eventually([&] { return reports().size() == 2; }));
+  EXPECT_THAT(reports(), ElementsAre("http://refused -", "http://slow +"));
+  const std::string handed = scratch_.read("handed");
+  const pid_t slow = std::stoi(handed.substr(handed.rfind('\n', handed.find("slow")) + 1));
+  ASSERT_TRUE(isThere(slow));
+  kill(slow, SIGKILL);
+  EXPECT_TRUE(eventually([&] { return !isThere(slow); }));
+}
+
+TEST_F(DesktopTest, RevealsInTheFileViewerElseOpensTheFolder) {
+  EXPECT_TRUE(reveal("/tmp/no bus")) << "nor a display to look for one";
+  EXPECT_THAT(scratch_.read("handed"), HasSubstr(": /tmp\n"));
+  scratch_.write("viewer.py",
+                 "BUS_NAME = MAIN_IFACE = 'org.freedesktop.FileManager1'\n"
+                 "MAIN_OBJ = '/org/freedesktop/FileManager1'\n"
+                 "SYSTEM_BUS = False\n"
+                 "def load(mock, parameters):\n"
+                 "    mock.AddMethod(MAIN_IFACE, 'ShowItems', 'ass', '', '')\n");
+  const MockedBus bus("session", scratch_.file("viewer.py"));
+  const auto calls = [&] {
+    return bus.call("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                    "Mock.GetCalls");
+  };
+  ASSERT_TRUE(eventually([&] { return calls() != ""; }));
+  EXPECT_TRUE(reveal("/home/a b%"));
+  EXPECT_THAT(calls(), HasSubstr("[<['file:///home/a%20b%25']>, <''>]"));
+  EXPECT_EQ(scratch_.read("handed").find("/home"), std::string::npos);
+  EXPECT_THAT(reports(), ElementsAre("/tmp/no bus /root +", "/home/a b% /root +"));
+}
+
+TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
+  const auto runningIn = [](pid_t pid) {
+    const auto application = runningApplication(pid);
+    return application ? application->bundlePath : "";
+  };
+  const std::string script = application("Script", "#!/usr/bin/tail -f\n");
+  const std::string here = "cd " + scratch_.file("Apps") + "; exec Here.APP/Contents/MacOS/Run 60";
+  fs::create_directory_symlink("Apps", scratch_.file("link"));
+  application("Here");
+  fs::rename(bundle("Here"), scratch_.file("Apps/Here.APP"));
+  application("Linked");
+  const Child named({application("Named"), "60"}), interpreted({script}), reader({"tail", script}),
+      linked({scratch_.file("link/Linked.app/Contents/MacOS/Run"), "60"}),
+      again({scratch_.file("Apps/Linked.app/Contents/MacOS/Run"), "60"}),
+      removed({application("Removed"), "60"}), byShell({"/bin/sh", "-c", here});
+  const auto upperCase = scratch_.file("Apps/Here.APP");
+  ASSERT_TRUE(eventually([&] { return runningIn(byShell.pid) == fs::canonical(upperCase); }));
+
+  fs::create_directories(scratch_.file("Trash/files"));
+  for (const std::string name : {"Named.app", "Script.app", "Here.APP"}) {
+    fs::rename(scratch_.file("Apps/" + name), scratch_.file("Trash/files/2 " + name));
+  }
+  scratch_.write("Trash/info/2 Here.APP.trashinfo",
+                 "[Trash Info]\nPath=" + scratch_.file("%41pps/Here.APP") + "\n");
+  fs::remove_all(bundle("Removed"));
+  EXPECT_EQ(runningIn(named.pid), bundle("Named")) << "also while nothing is there";
+  application("Named");
+  application("Script", "#!/usr/bin/tail -f\n# new\n");
+  for (const auto& [pid, path] :
+       {std::pair(named.pid, bundle("Named")),
+        {interpreted.pid, bundle("Script")},
+        {linked.pid, bundle("Linked")},
+        {removed.pid, bundle("Removed")},
+        {byShell.pid, bundle("").substr(0, bundle("").size() - 4) + "Here.APP"},
+        {reader.pid, std::string()}}) {
+    EXPECT_EQ(runningIn(pid), path);
+  }
+  const auto paths = workspace_.launchedApplicationPaths();
+  EXPECT_EQ(std::count(paths.begin(), paths.end(), bundle("Linked")), 1);
+}
+
+TEST_F(DesktopTest, TheQuitScriptEndsTheApplicationOfThatNameOnly) {
+  QuitScripts scripts(300ms);
+  const std::string name = "Say \"\\\"";
+  const Child quits({application(name), "60"}), other({application("Say"), "60"}),
+      stays({application("Stubborn",
+                         "#!/bin/sh\ntrap '' TERM\necho > $0.ready\n"
+                         "until read x < $0.never; do sleep 0.05; done 2>/dev/null\n")});
+  const auto quit = [&](const std::string& of) {
+    return scripts.executeSource("tell application \"" + of + "\" to quit");
+  };
+  EXPECT_EQ(quit("Say \\\"\\\\\\\""), std::nullopt) << "it has ended, though it is not reaped";
+  EXPECT_EQ(runningApplication(quits.pid), std::nullopt);
+  EXPECT_TRUE(runningApplication(other.pid));
+  EXPECT_EQ(quit("Nobody"), std::nullopt);
+  EXPECT_EQ(quit("say"), std::nullopt);
+  EXPECT_TRUE(runningApplication(other.pid)) << "names are compared exactly";
+  ASSERT_TRUE(
+      eventually([&] { return fs::exists(bundle("Stubborn") + "/Contents/MacOS/Run.ready"); }));
+  EXPECT_THAT(quit("Stubborn"), testing::Optional(HasSubstr("Stubborn")));
+  for (const char* source : {"", "tell application \"Say\" to quit now", "tell application \"Say",
+                             "tell application \"Say\\", "tell application \"S\\ay\" to quit"}) {
+    EXPECT_TRUE(scripts.executeSource(source)) << source;
+  }
+  EXPECT_TRUE(runningApplication(other.pid));
+}
+
+TEST_F(DesktopTest, LaunchesTheProgramThatTheBundleNames) {
+  const auto say = [&](const std::string& place, const std::string& executable) {
+    scratch_.write("Apps/Shop.app/" + place, "<plist><dict><key>CFBundleExecutable</key><string>" +
+                                                 executable + "</string></dict></plist>");
+  };
+  EXPECT_FALSE(launchApplication(bundle("Shop")));
+  application("Shop", "#!/bin/sh\n[ $(cut -d' ' -f6 /proc/$$/stat) = $$ ] && echo $$ > $0.pid\n");
+  say("Resources/Info.plist", "Run");
+  EXPECT_TRUE(launchApplication(bundle("Shop")));
+  const std::string started = "Apps/Shop.app/Contents/MacOS/Run.pid";
+  ASSERT_TRUE(eventually([&] { return scratch_.read(started).ends_with('\n'); }));
+  EXPECT_TRUE(eventually([&] { return !isThere(std::stoi(scratch_.read(started))); }));
+  for (const char* bad : {"", "..", "Contents", "MacOS/Run", "Other"}) {
+    say("Contents/Info.plist", bad);
+    EXPECT_FALSE(launchApplication(bundle("Shop"))) << bad;
+  }
+  fs::permissions(bundle("Shop") + "/Contents/MacOS/Run", fs::perms::owner_read);
+  say("Contents/Info.plist", "Run");
+  EXPECT_FALSE(launchApplication(bundle("Shop")));
+}
+
+}  // namespace
+}  // namespace revwarden
