@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/disk_image_list.h"
 #include "base/value.h"
 #include "platform/child_process.h"
 #include "platform/platform.h"
@@ -11,16 +12,6 @@ namespace revwarden {
 namespace {
 
 constexpr char kTool[] = "/usr/bin/hdiutil";
-
-std::optional<std::string> firstMountPoint(const Dictionary& answer) {
-  const Array entities = answer.arrayFor("system-entities").value_or(Array());
-  for (const Value& value : entities) {
-    const Dictionary* entity = value.as<Dictionary>();
-    const std::string* mountPoint = entity ? entity->stringFor("mount-point") : nullptr;
-    if (mountPoint) return *mountPoint;
-  }
-  return std::nullopt;
-}
 
 }  // namespace
 
@@ -42,8 +33,7 @@ std::optional<std::string> attachDiskImage(const Platform& platform,
   if (!result) return std::nullopt;
   // The status says less than the list: an image can be attached in part.
   const std::optional<Value> list = platform.propertyLists.propertyListFromData(result->output);
-  const Dictionary* answer = list ? list->as<Dictionary>() : nullptr;
-  return answer ? firstMountPoint(*answer) : std::nullopt;
+  return list ? firstMountPoint(*list) : std::nullopt;
 }
 
 void detachDiskImage(const Platform& platform, const std::string& mountPoint) {

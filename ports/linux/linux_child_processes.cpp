@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/disk_image_list.h"
 #include "base/text.h"
 #include "ports/linux/property_list.h"
 
@@ -24,20 +25,6 @@ bool isProgram(const std::string& path) {
 bool attachesAndOpens(const ChildProcess& child) {
   return lastPathComponent(child.program) == kDiskImageTool &&
          std::ranges::find(child.arguments, "-autoopen") != child.arguments.end();
-}
-
-// Of the first entity that has one.
-std::optional<std::string> mountPointIn(const std::string& propertyList) {
-  const std::optional<Value> answer = readPropertyList(propertyList);
-  const Dictionary* const root = answer ? answer->as<Dictionary>() : nullptr;
-  if (!root) return std::nullopt;
-  const Array entities = root->arrayFor("system-entities").value_or(Array());
-  for (const Value& element : entities) {
-    const Dictionary* const entity = element.as<Dictionary>();
-    const std::string* const mountPoint = entity ? entity->stringFor("mount-point") : nullptr;
-    if (mountPoint) return *mountPoint;
-  }
-  return std::nullopt;
 }
 
 }  // namespace
@@ -59,7 +46,8 @@ std::string LinuxChildProcesses::resolved(const std::string& program) const {
 }
 
 void LinuxChildProcesses::openMountPoint(const std::string& propertyList) {
-  const std::optional<std::string> mountPoint = mountPointIn(propertyList);
+  const std::optional<Value> list = readPropertyList(propertyList);
+  const std::optional<std::string> mountPoint = list ? firstMountPoint(*list) : std::nullopt;
   if (mountPoint) workspace_.openURL(fileURLWithPath(*mountPoint));
 }
 

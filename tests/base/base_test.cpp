@@ -78,6 +78,7 @@ TEST(TextTest, TrimsSpacesButNoLineBreaks) {
   EXPECT_EQ(trimmingSpaces(" \t a b\xC2\xA0\xE3\x80\x80 "), "a b");
   EXPECT_EQ(trimmingSpaces(" \n "), "\n");
   EXPECT_EQ(trimmingSpaces("\xE2\x80\x83"), "");
+  EXPECT_EQ(trimmingSpacesAndLineBreaks(" \r\n \xE2\x80\xA8 a\nb \xC2\x85 \v"), "a\nb");
   EXPECT_EQ(trimmingSpaces("\xC3\xA9"), "\xC3\xA9");
 }
 
