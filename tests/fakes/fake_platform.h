@@ -23,6 +23,7 @@
 #include "platform/workspace.h"
 #include "ports/posix/libxml_documents.h"
 #include "ports/posix/natural_versions.h"
+#include "tests/fakes/fake_jobs.h"
 #include "tests/fakes/manual_run_loop.h"
 
 namespace revwarden {
@@ -38,6 +39,7 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   std::string temporary = "/tmp";
   bool temporaryExists = true;
   bool movable = true;
+  std::set<std::string, std::less<>> unmovable;
   std::optional<std::string> serial = "C02SERIAL";
   std::optional<std::string> hostVersion = "7.1";
 
@@ -91,7 +93,9 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
     return std::make_unique<Inspector>(*this);
   }
   std::string temporaryDirectory() const override { return temporary; }
-  bool isMovableFileAtPath(std::string_view) const override { return movable; }
+  bool isMovableFileAtPath(std::string_view path) const override {
+    return movable && !unmovable.contains(path);
+  }
 
   std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) override {
     const auto found = bundles.find(path);
@@ -103,7 +107,9 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
     if (hostVersion) bundle.shortVersionString = *hostVersion;
     return std::make_shared<const Bundle>(bundle);
   }
-  std::optional<std::string> pathForPluginResource(std::string_view) override { return {}; }
+  std::optional<std::string> pathForPluginResource(std::string_view name) override {
+    return "/plugin/" + std::string(name);
+  }
 
   std::vector<std::string> allApplicationsPaths() override {
     std::vector<std::string> paths;
@@ -138,12 +144,17 @@ struct FakeDefaults final : UserDefaults {
 
 struct RecordingLog final : Log {
   void NSLog(std::string_view format, const Arguments& arguments) override {
-    const std::lock_guard lock(mutex);
-    lines.push_back(formatted(format, arguments));
+    add("log ", formatted(format, arguments));
   }
   void KQLog(std::string_view format, const Arguments& arguments) override {
-    NSLog(format, arguments);
+    add("KQLog ", formatted(format, arguments));
   }
+  void add(const std::string& kind, const std::string& line) {
+    if (onLine) onLine(kind + line);
+    const std::lock_guard lock(mutex);
+    lines.push_back(line);
+  }
+  std::function<void(const std::string&)> onLine;  // set it while no pass and no job runs
   std::mutex mutex;
   std::vector<std::string> lines;
 };
@@ -180,7 +191,10 @@ struct FakeService final : URLConnection, KQProductInformation {
 
 struct FakeHost final : HostApplication, WakeNotifications {
   HostNotification notificationInstance() override { return {}; }
-  void showNotification(const HostNotification& notice) override { shown.push_back(notice); }
+  void showNotification(const HostNotification& notice) override {
+    if (onShow) onShow(notice);
+    shown.push_back(notice);
+  }
   std::optional<std::string> hostAppPath() override { return productPath; }
   std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(
       std::string_view target, std::string_view protocol) override {
@@ -203,6 +217,7 @@ struct FakeHost final : HostApplication, WakeNotifications {
   }
 
   std::vector<HostNotification> shown;
+  std::function<void(const HostNotification&)> onShow;
   std::optional<std::string> productPath = "/Applications/Pellmark.app";
   int windowsOpened = 0;
   std::function<void()> wake;
@@ -220,6 +235,9 @@ struct FakePlatform {
   LibxmlDocuments xml;
   FakeService service;
   FakeHost host;
+  Journal journal{loop};
+  FakeDownloads downloads;
+  FakeMachine machine{journal};
   Platform platform{.mainLoop = loop,
                     .threads = threads,
                     .clock = clock,
@@ -234,7 +252,15 @@ struct FakePlatform {
                     .xml = xml,
                     .connection = service,
                     .wake = host,
-                    .host = host};
+                    .host = host,
+                    .downloads = downloads,
+                    .children = machine,
+                    .fileOperations = machine,
+                    .propertyLists = machine,
+                    .workspace = machine,
+                    .scripts = machine,
+                    .helpers = machine,
+                    .hostJobs = machine};
   CountedThreads threads;
 
   std::shared_ptr<const Platform> reference() {
