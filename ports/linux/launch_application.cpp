@@ -1,8 +1,5 @@
 #include "ports/linux/launch_application.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "ports/linux/linux_bundles.h"
 #include "ports/linux/processes.h"
 #include "ports/linux/property_list.h"
@@ -33,14 +30,8 @@ std::optional<std::string> executableName(const std::string& bundlePath) {
   const auto entries =
       PropertyListReader().readEntries(informationOf(bundlePath), std::span(&kExecutable, 1));
   const std::string* name = entries ? entries->stringFor(kExecutable) : nullptr;
-  if (!name || name->empty() || name->find('/') != name->npos) return std::nullopt;
+  if (!name || name->find('/') != name->npos) return std::nullopt;
   return *name;
-}
-
-bool isExecutableFile(const std::string& path) {
-  struct stat facts;
-  return stat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) &&
-         access(path.c_str(), X_OK) == 0;
 }
 
 }  // namespace
@@ -50,7 +41,6 @@ bool launchApplication(const std::string& bundlePath) {
   if (!name) return false;
   for (const char* folder : kPrograms) {
     const std::string program = bundlePath + folder + *name;
-    if (!isExecutableFile(program)) continue;
     const pid_t started = startInOwnSession({program});
     if (started < 0) continue;
     reapInBackground(started);

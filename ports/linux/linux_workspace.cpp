@@ -53,12 +53,12 @@ bool reveal(const std::string& path) {
 }  // namespace
 
 bool LinuxWorkspace::openURL(std::string_view url) {
-  auto report = [opened = reports_.opened, address = std::string(url)](bool isOpened) {
+  const auto report = [opened = reports_.opened, address = std::string(url)](bool isOpened) {
     opened(address, isOpened);
   };
   const std::optional<std::string> target = openable(url);
   const pid_t opener = target ? startInOwnSession({kOpener, *target}) : -1;
-  if (opener > 0) return carryOut([opener] { return hasOpened(opener); }, std::move(report));
+  if (opener > 0) return carryOut([opener] { return hasOpened(opener); }, report);
   report(false);
   return false;
 }
@@ -77,8 +77,9 @@ std::vector<std::string> LinuxWorkspace::launchedApplicationPaths() {
   return {paths.begin(), paths.end()};
 }
 
-bool LinuxWorkspace::carryOut(std::function<bool()> work, std::function<void(bool done)> report) {
-  auto body = [work = std::move(work), report] {
+bool LinuxWorkspace::carryOut(const std::function<bool()>& work,
+                              const std::function<void(bool done)>& report) {
+  const auto body = [work, report] {
     const bool isDone = work();
     report(isDone);
     return isDone;

@@ -33,7 +33,7 @@ class LinuxWorkspace final : public Workspace {
   std::vector<std::string> launchedApplicationPaths() override;
 
  private:
-  bool carryOut(std::function<bool()> work, std::function<void(bool done)> report);
+  bool carryOut(const std::function<bool()>& work, const std::function<void(bool done)>& report);
 
   RunLoop& mainLoop_;
   Threads& threads_;

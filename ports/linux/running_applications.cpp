@@ -14,6 +14,7 @@
 
 #include "base/text.h"
 #include "ports/linux/package_names.h"
+#include "ports/linux/regular_file.h"
 #include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
@@ -22,7 +23,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr size_t kArgumentsRead = size_t{16} << 10;  // a few paths of any length
-constexpr size_t kFirstLineRead = 256;               // the kernel looks no further either
+constexpr size_t kDescriptionRead = size_t{64} << 10;
+constexpr size_t kFirstLineRead = 256;  // the kernel looks no further either
 
 struct PlaceInBundle {
   std::string bundle;
@@ -66,12 +68,15 @@ std::optional<std::string> originOfTrashed(const fs::path& bundle) {
   const fs::path files = bundle.parent_path();
   const fs::path trash = files.parent_path();
   if (files.filename() != "files") return std::nullopt;
-  const std::string facts = trash / "info" / (bundle.filename().string() + ".trashinfo");
-  g_autoptr(GKeyFile) information = g_key_file_new();
-  if (!g_key_file_load_from_file(information, facts.c_str(), G_KEY_FILE_NONE, nullptr)) {
+  const fs::path description = trash / "info" / (bundle.filename().string() + ".trashinfo");
+  std::string text;
+  FileIdentity identity;
+  g_autoptr(GKeyFile) facts = g_key_file_new();
+  if (readRegularFile(description.c_str(), kDescriptionRead, text, identity) != FileReading::done ||
+      !g_key_file_load_from_data(facts, text.data(), text.size(), G_KEY_FILE_NONE, nullptr)) {
     return std::nullopt;
   }
-  g_autofree char* escaped = g_key_file_get_value(information, "Trash Info", "Path", nullptr);
+  g_autofree char* escaped = g_key_file_get_value(facts, "Trash Info", "Path", nullptr);
   g_autofree char* origin = g_uri_unescape_string(escaped, nullptr);
   if (!origin) return std::nullopt;
   // A path that is not full begins at the volume's top, which holds .Trash-UID or .Trash/UID.
@@ -138,10 +143,10 @@ std::vector<RunningApplication> runningApplications() {
 std::optional<RunningApplication> runningApplication(pid_t pid) {
   const std::string process = "/proc/" + std::to_string(pid);
   if (!isOwn(process)) return std::nullopt;
-  const auto program = placeInBundle(programOf(process));
   const std::vector<std::string> arguments = argumentsOf(process);
-  const std::optional<std::string> bundle =
-      program ? bundleAtStart(*program, arguments) : bundleOfScript(arguments);
+  std::optional<std::string> bundle = bundleOfScript(arguments);
+  const auto program = placeInBundle(programOf(process));
+  if (!bundle && program) bundle = bundleAtStart(*program, arguments);
   if (!bundle) return std::nullopt;
   std::error_code error;
   const fs::path resolved = fs::weakly_canonical(*bundle, error);

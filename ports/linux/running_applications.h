@@ -11,12 +11,12 @@
 // What counts is the path with which the program was started: its bundle may be in the Trash by
 // now, and a new one in its place. No process can be asked for that path, so it is concluded:
 //
-// 1. The kernel knows the program as it is called now. When the process names itself (argument
-//    zero) by a full path to the same place inside a bundle, that is the path. Else, when the
-//    program lies in a Trash, the path is the one that the Trash remembers. Else it has not moved.
-// 2. Of a script the kernel knows the interpreter alone; the script's full path is the first
-//    argument that is no option. Its first line must name the interpreter as the process does:
-//    who edits or follows a file of a bundle does not run it.
+// 1. Of a script the kernel knows the interpreter alone. The script is the first argument that is
+//    no option, when its first line names the interpreter as argument zero does: who edits or
+//    follows a file of a bundle does not run it.
+// 2. Any other program the kernel knows as it is called now. When argument zero is a full path to
+//    the same place inside a bundle, that is the path. Else, when the program lies in a Trash, the
+//    path is the one that the Trash remembers. Else it has not moved.
 //
 // Of bundles inside one another the outermost is the application.
 namespace revwarden {

@@ -30,9 +30,10 @@ bool eventually(const std::function<bool()>& condition) {
   return false;
 }
 
+/// As a zombie too.
 bool isThere(pid_t pid) {
   return kill(pid, 0) == 0;
-}  // as a zombie too
+}
 
 /// A child that lives until the end of its scope.
 struct Child {
@@ -72,22 +73,21 @@ class DesktopTest : public testing::Test {
   std::string application(const std::string& name, const std::string& script = "") const {
     const std::string file = "Apps/" + name + ".app/Contents/MacOS/Run";
     program(file, script);
-    if (script.empty())
-      fs::copy(kWaiting, scratch_.file(file), fs::copy_options::overwrite_existing);
+    if (script.empty()) fs::copy("/bin/sleep", scratch_.file(file), kOverwriting);
     return scratch_.file(file);
   }
   std::string bundle(const std::string& name) const {
     return fs::canonical(scratch_.path()).string() + "/Apps/" + name + ".app";
   }
 
+  // On threads that may wait.
   bool openElsewhere(const std::string& url) {
     return std::async(std::launch::async, [&] { return workspace_.openURL(url); }).get();
   }
   bool reveal(const std::string& path) {
-    const auto select = [&] {
-      return workspace_.selectFile_inFileViewerRootedAtPath(path, "/root");
-    };
-    return std::async(std::launch::async, select).get();
+    return std::async(std::launch::async,
+                      [&] { return workspace_.selectFile_inFileViewerRootedAtPath(path, "/root"); })
+        .get();
   }
   void report(const std::string& line) {
     const std::lock_guard lock(mutex_);
@@ -98,7 +98,7 @@ class DesktopTest : public testing::Test {
     return reports_;
   }
 
-  static constexpr char kWaiting[] = "/bin/sleep";
+  static constexpr auto kOverwriting = fs::copy_options::overwrite_existing;
   const std::string path_ = getenv("PATH");
   const ScratchFolder scratch_;
   const std::unique_ptr<GLibRunLoop> loop_ = GLibRunLoop::create();
@@ -175,37 +175,35 @@ TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
     return application ? application->bundlePath : "";
   };
   const std::string script = application("Script", "#!/usr/bin/tail -f\n");
-  const std::string here = "cd " + scratch_.file("Apps") + "; exec Here.APP/Contents/MacOS/Run 60";
+  const std::string here = "cd " + scratch_.file("Apps") + "; exec Here.app/Contents/MacOS/Run 60";
   fs::create_directory_symlink("Apps", scratch_.file("link"));
   application("Here");
-  fs::rename(bundle("Here"), scratch_.file("Apps/Here.APP"));
   application("Linked");
-  const Child named({application("Named"), "60"}), interpreted({script}), reader({"tail", script}),
+  const Child named({application("Named"), "60"}), interpreted({script}),
+      reader({"tail", "-f", script}),
       linked({scratch_.file("link/Linked.app/Contents/MacOS/Run"), "60"}),
       again({scratch_.file("Apps/Linked.app/Contents/MacOS/Run"), "60"}),
       removed({application("Removed"), "60"}), byShell({"/bin/sh", "-c", here});
-  const auto upperCase = scratch_.file("Apps/Here.APP");
-  ASSERT_TRUE(eventually([&] { return runningIn(byShell.pid) == fs::canonical(upperCase); }));
+  ASSERT_TRUE(eventually([&] { return runningIn(byShell.pid) == bundle("Here"); }));
 
   fs::create_directories(scratch_.file("Trash/files"));
-  for (const std::string name : {"Named.app", "Script.app", "Here.APP"}) {
-    fs::rename(scratch_.file("Apps/" + name), scratch_.file("Trash/files/2 " + name));
+  for (const std::string name : {"Named", "Script", "Here", "Removed"}) {
+    fs::rename(bundle(name), scratch_.file("Trash/files/2 " + name + ".app"));
   }
-  scratch_.write("Trash/info/2 Here.APP.trashinfo",
-                 "[Trash Info]\nPath=" + scratch_.file("%41pps/Here.APP") + "\n");
-  fs::remove_all(bundle("Removed"));
+  scratch_.write("Trash/info/2 Here.app.trashinfo",
+                 "[Trash Info]\nPath=" + scratch_.file("%41pps/Here.app") + "\n");
+  fs::remove_all(scratch_.file("Trash/files/2 Removed.app"));
   EXPECT_EQ(runningIn(named.pid), bundle("Named")) << "also while nothing is there";
   application("Named");
   application("Script", "#!/usr/bin/tail -f\n# new\n");
-  for (const auto& [pid, path] :
-       {std::pair(named.pid, bundle("Named")),
-        {interpreted.pid, bundle("Script")},
-        {linked.pid, bundle("Linked")},
-        {removed.pid, bundle("Removed")},
-        {byShell.pid, bundle("").substr(0, bundle("").size() - 4) + "Here.APP"},
-        {reader.pid, std::string()}}) {
-    EXPECT_EQ(runningIn(pid), path);
+  for (const auto& [child, name] : {std::pair(&named, "Named"),
+                                    {&interpreted, "Script"},
+                                    {&linked, "Linked"},
+                                    {&removed, "Removed"},
+                                    {&byShell, "Here"}}) {
+    EXPECT_EQ(runningIn(child->pid), bundle(name));
   }
+  EXPECT_EQ(runningIn(reader.pid), "");
   const auto paths = workspace_.launchedApplicationPaths();
   EXPECT_EQ(std::count(paths.begin(), paths.end(), bundle("Linked")), 1);
 }
@@ -221,13 +219,10 @@ TEST_F(DesktopTest, TheQuitScriptEndsTheApplicationOfThatNameOnly) {
     return scripts.executeSource("tell application \"" + of + "\" to quit");
   };
   EXPECT_EQ(quit("Say \\\"\\\\\\\""), std::nullopt) << "it has ended, though it is not reaped";
-  EXPECT_EQ(runningApplication(quits.pid), std::nullopt);
-  EXPECT_TRUE(runningApplication(other.pid));
-  EXPECT_EQ(quit("Nobody"), std::nullopt);
-  EXPECT_EQ(quit("say"), std::nullopt);
-  EXPECT_TRUE(runningApplication(other.pid)) << "names are compared exactly";
-  ASSERT_TRUE(
-      eventually([&] { return fs::exists(bundle("Stubborn") + "/Contents/MacOS/Run.ready"); }));
+  EXPECT_FALSE(runningApplication(quits.pid));
+  EXPECT_EQ(quit("say"), std::nullopt) << "names are compared exactly, and none runs";
+  const std::string ready = bundle("Stubborn") + "/Contents/MacOS/Run.ready";
+  ASSERT_TRUE(eventually([&] { return fs::exists(ready); }));
   EXPECT_THAT(quit("Stubborn"), testing::Optional(HasSubstr("Stubborn")));
   for (const char* source : {"", "tell application \"Say\" to quit now", "tell application \"Say",
                              "tell application \"Say\\", "tell application \"S\\ay\" to quit"}) {
@@ -248,7 +243,7 @@ TEST_F(DesktopTest, LaunchesTheProgramThatTheBundleNames) {
   const std::string started = "Apps/Shop.app/Contents/MacOS/Run.pid";
   ASSERT_TRUE(eventually([&] { return scratch_.read(started).ends_with('\n'); }));
   EXPECT_TRUE(eventually([&] { return !isThere(std::stoi(scratch_.read(started))); }));
-  for (const char* bad : {"", "..", "Contents", "MacOS/Run", "Other"}) {
+  for (const char* bad : {"", "..", "Contents", "../MacOS/Run", "Other"}) {
     say("Contents/Info.plist", bad);
     EXPECT_FALSE(launchApplication(bundle("Shop"))) << bad;
   }
