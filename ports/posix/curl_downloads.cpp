@@ -13,6 +13,9 @@ namespace {
 
 constexpr long kReceiveBuffer = 512L << 10;
 
+// From a server that is faster than the disk libcurl would take a hundred buffers at a time.
+constexpr int64_t kBytesOfATurn = int64_t{4} << 20;
+
 bool isHttp(const std::string& url) {
   const std::string upper = asciiUpperCase(url.substr(0, 8));
   return upper.starts_with("HTTP://") || upper == "HTTPS://";
@@ -145,6 +148,9 @@ class CurlDownload final : public URLDownload, CurlTransfer {
       return 0;
     }
     newBytes_ += static_cast<int64_t>(bytes.size());
+    if (newBytes_ >= kBytesOfATurn && !std::exchange(isPaused_, true)) {
+      curl_easy_pause(curl(), CURLPAUSE_RECV);
+    }
     return bytes.size();
   }
 
@@ -165,7 +171,7 @@ class CurlDownload final : public URLDownload, CurlTransfer {
   DownloadedFile file_;
   Stage stage_ = Stage::beforeResponse;
   bool hasResponse_ = false;
-  bool isPaused_ = false;
+  bool isPaused_ = false;    // until the next transfer()
   bool isComplete_ = false;  // libcurl is done with it
   int64_t newBytes_ = 0;
   std::optional<URLDownloadError> error_;

@@ -99,6 +99,7 @@ std::chrono::milliseconds CurlTransfer::idleTimeLeft() const {
 
 std::optional<std::string> CurlTransfer::errorOf(CURLcode code) const {
   if (code == CURLE_UNSUPPORTED_PROTOCOL) return "The address is neither http nor https";
+  if (code == CURLE_URL_MALFORMAT) return "The address is malformed";
   if (code != CURLE_OK) {
     return errorText_[0] != '\0' ? errorText_.data() : curl_easy_strerror(code);
   }

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "ports/posix/curl_downloads.h"
 #include "ports/posix/suggested_filename.h"
@@ -20,7 +20,7 @@ const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
 std::string contentsOf(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return (std::ostringstream() << file.rdbuf()).str();
 }
 
 // A delegate that writes down what it hears, and a folder of its own for the file.
@@ -60,6 +60,7 @@ class Download : public testing::Test, protected URLDownloadDelegate {
   }
   void download_didReceiveDataOfLength(int64_t length) override {
     received = (events.back() == "data" ? received : 0) + length;
+    largest = std::max(largest, length);
     if (events.back() != "data") events.push_back("data");
   }
   void downloadDidFinish() override { events.push_back("finish"); }
@@ -73,6 +74,7 @@ class Download : public testing::Test, protected URLDownloadDelegate {
   const fs::path file = folder / "new" / "folder" / "file";
   Events events;
   int64_t received = 0;
+  int64_t largest = 0;
 };
 
 TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
@@ -100,6 +102,23 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
   EXPECT_EQ(contentsOf(file), "abcde");
   EXPECT_EQ(moved.requests().at(1),
             "GET /new.dmg?x=/y.txt HTTP/1.1\r\nHost: " + moved.url("").substr(7) + "\r\n\r\n");
+}
+
+TEST_F(Download, ALargeBodyComesInSeveralTurns) {
+  std::string part(1'000'000, 'x');
+  for (size_t i = 0; i < part.size(); i += 7) part[i] = static_cast<char>(i % 251);
+  for (const bool isChunked : {false, true}) {
+    std::string answer = kOk + (isChunked ? "Transfer-Encoding: chunked\r\n\r\n" : "\r\n");
+    std::string body;
+    for (int i = 0; i < 12; ++i) {
+      answer += isChunked ? "F4240\r\n" + part + "\r\n" : part;
+      body += part;
+    }
+    EXPECT_EQ(run(answer + (isChunked ? "0\r\n\r\n" : ""), "/").back(), "finish");
+    EXPECT_TRUE(contentsOf(file) == body);
+    EXPECT_EQ(received, body.size());
+    EXPECT_LT(largest, 10'000'000);
+  }
 }
 
 TEST_F(Download, WhatDoesNotComeWholeFailsAndLeavesNoFile) {
