@@ -1,24 +1,15 @@
 #include "ports/linux/linux_file_manager.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <utility>
+
+#include "ports/linux/user_folders.h"
 
 namespace revwarden {
 namespace {
-
-WellKnownFolders wellKnownFolders(std::vector<std::string> volumes) {
-  const char* const namedHome = getenv("HOME");
-  const std::string home = namedHome && *namedHome == '/' ? namedHome : g_get_home_dir();
-  const char* const dataHome = getenv("XDG_DATA_HOME");
-  const bool isNamed = dataHome && *dataHome == '/';  // anything but a full path is ignored
-  return {home, (isNamed ? std::string(dataHome) : home + "/.local/share") + "/Trash",
-          std::move(volumes)};
-}
 
 bool look(const std::string& path, struct statx& facts) {
   return statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0;
@@ -38,7 +29,7 @@ bool stickyFolderRefuses(const struct statx& folder, const struct statx& item) {
 
 LinuxFileManager::LinuxFileManager(std::vector<std::string> volumeFolders,
                                    std::string temporaryDirectory)
-    : folders_(wellKnownFolders(std::move(volumeFolders))),
+    : folders_{homeFolder(), dataFolder() + "/Trash", std::move(volumeFolders)},
       temporaryDirectory_(std::move(temporaryDirectory)) {}
 
 std::unique_ptr<PathInspector> LinuxFileManager::inspectorForPass() {

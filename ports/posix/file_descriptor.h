@@ -21,6 +21,10 @@ class FileDescriptor {
   }
 
   int get() const { return fd_; }
+
+  /// Closes it now. Whether what was written has arrived, as far as the file system tells by then.
+  bool close() { return ::close(std::exchange(fd_, -1)) == 0; }
+
   explicit operator bool() const { return fd_ >= 0; }
 
  private:

@@ -1,0 +1,47 @@
+// bench_replace ZIP UNPACKED NAME APPLICATION: replaces the application as an update job does, by
+// the one of that name in the archive, and prints the milliseconds of unpacking and of the rest.
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "ports/linux/trash.h"
+#include "ports/posix/folder_copy.h"
+#include "ports/posix/spawn.h"
+
+namespace revwarden::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double millisecondsBetween(Clock::time_point start, Clock::time_point end) {
+  return std::chrono::duration<double, std::milli>(end - start).count();
+}
+
+bool isUnpacked(const std::string& archive, const std::string& folder) {
+  SpawnRequest request;
+  request.command = {"unzip", "-q", "-o", archive, "-d", folder};
+  const Spawned unzip = spawn(request);
+  return unzip && waitForEnd(unzip.pid) == 0;
+}
+
+int replace(const std::string& archive, const std::string& folder, const std::string& name,
+            const std::string& application) {
+  const Clock::time_point start = Clock::now();
+  if (!isUnpacked(archive, folder)) return 1;
+  const Clock::time_point unpacked = Clock::now();
+  std::optional<std::string> error = moveToTrash(application);
+  if (!error) error = copyTree(folder + "/" + name, application);
+  const Clock::time_point end = Clock::now();
+  if (error) fprintf(stderr, "%s\n", error->c_str());
+  printf("%f %f\n", millisecondsBetween(start, unpacked), millisecondsBetween(unpacked, end));
+  return error ? 1 : 0;
+}
+
+}  // namespace
+}  // namespace revwarden::bench
+
+int main(int count, char** arguments) {
+  if (count != 5) return 2;
+  return revwarden::bench::replace(arguments[1], arguments[2], arguments[3], arguments[4]);
+}

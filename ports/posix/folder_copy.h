@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "ports/posix/entry_copy.h"
+
+namespace revwarden {
+
+/// Copies a folder with all that is below it to a path where nothing is yet. Any thread.
+///
+/// - The copy is made in a hidden folder beside `destination` and renamed in one step: it is whole,
+///   or there is nothing at `destination`, also for a process that is killed. Nothing is forced to
+///   the disk: that would wait for everything that anybody has written, and a lost copy can be made
+///   again from the archive. So the promise is not one for a machine that loses its power.
+/// - `source` is a folder, not a link to one. Links are copied as links and nothing is followed out
+///   of the source, whatever others exchange meanwhile. Files with several names become several
+///   files. FIFOs, sockets and devices hold nothing and are left out.
+/// - With `Owner::copier` what root copies belongs to root: it lands where only an administrator
+///   may write, and whoever unpacked it must not keep a hand in it.
+/// - Any depth and number of files: only a few descriptors are open, names are kept only of folders
+///   on the way.
+///
+/// Absent on success, else the path and the reason in one text.
+std::optional<std::string> copyTree(const std::string& source, const std::string& destination,
+                                    Owner owner = Owner::copier);
+
+}  // namespace revwarden
