@@ -1,0 +1,73 @@
+#include "ports/linux/helper/asking_user.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <limits.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+
+#include "ports/posix/file_descriptor.h"
+#include "ports/posix/spawn.h"
+
+namespace revwarden {
+namespace {
+
+bool become(const AskingUser& user) {
+  return ::initgroups(user.name.c_str(), user.gid) == 0 &&
+         ::setresgid(user.gid, user.gid, user.gid) == 0 &&
+         ::setresuid(user.uid, user.uid, user.uid) == 0;
+}
+
+[[noreturn]] void answer(int pipe, const std::optional<std::string>& error) {
+  if (error) (void)!::write(pipe, error->data(), std::min<size_t>(error->size(), PIPE_BUF));
+  ::_exit(error ? 1 : 0);
+}
+
+std::string readToEnd(int pipe) {
+  std::string text;
+  std::array<char, 4096> buffer;
+  for (;;) {
+    const ssize_t count = ::read(pipe, buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return text;
+    text.append(buffer.data(), static_cast<size_t>(count));
+  }
+}
+
+}  // namespace
+
+std::optional<AskingUser> askingUser(const std::string& uid) {
+  uid_t number = 0;
+  const char* const end = uid.data() + uid.size();
+  const auto [parsedTo, error] = std::from_chars(uid.data(), end, number);
+  if (error != std::errc() || parsedTo != end) return std::nullopt;
+  const passwd* const entry = ::getpwuid(number);
+  if (!entry) return std::nullopt;
+  return AskingUser{number, entry->pw_gid, entry->pw_name};
+}
+
+std::optional<std::string> withRightsOf(const AskingUser& user,
+                                        const std::function<std::optional<std::string>()>& work) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return std::strerror(errno);
+  const FileDescriptor reading(ends[0]);
+  FileDescriptor writing(ends[1]);
+  const pid_t pid = ::fork();
+  if (pid < 0) return std::strerror(errno);
+  if (pid == 0) {
+    answer(writing.get(), become(user) ? work() : "The rights of the user cannot be taken on.");
+  }
+  writing = FileDescriptor();
+  const std::string text = readToEnd(reading.get());
+  const int status = waitForEnd(pid);
+  if (status == 0) return std::nullopt;
+  return text.empty() ? "ended with status " + std::to_string(status) : text;
+}
+
+}  // namespace revwarden

@@ -1,0 +1,56 @@
+// revwarden-helper [--data-home DIR]: carries out, with its own rights, what the agent at the other
+// end of its standard input asks, until the agent closes that end.
+//
+// With --data-home it works for the user PKEXEC_UID, who keeps his Trash in DIR.
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "ports/linux/helper/helper_operations.h"
+
+namespace revwarden {
+namespace {
+
+constexpr int agent = STDIN_FILENO;
+
+int complain(const char* text) {
+  std::fprintf(stderr, "revwarden-helper: %s\n", text);
+  return 2;
+}
+
+int serve(HelperOperations operations) {
+  if (!sendMessage(agent, {helperGreeting})) return complain("revwarden-agent starts this program");
+  while (const std::optional<HelperMessage> request = receiveMessage(agent)) {
+    const HelperOperations::Answer answer = operations.carryOut(*request);
+    const bool isSent =
+        sendMessage(agent, answer.error ? HelperMessage{*answer.error} : HelperMessage{});
+    if (!isSent || !answer.isKnown) return 1;
+  }
+  return 0;
+}
+
+int run(int argc, char** argv) {
+  const bool worksForUser = argc == 3 && std::string_view(argv[1]) == "--data-home";
+  if (argc != 1 && !worksForUser) return complain("takes no arguments but --data-home DIR");
+  ::umask(022);  // of the user's own one, nothing that is installed should depend
+  std::optional<AskingUser> user;
+  if (worksForUser) {
+    ::setenv("XDG_DATA_HOME", argv[2], 1);
+    const char* const uid = std::getenv("PKEXEC_UID");
+    if (uid && !(user = askingUser(uid))) return complain("PKEXEC_UID names no user");
+    if (user && user->uid == ::geteuid()) user.reset();  // who has no fewer rights
+  }
+  return serve(HelperOperations(user, agent));
+}
+
+}  // namespace
+}  // namespace revwarden
+
+int main(int argc, char** argv) {
+  return revwarden::run(argc, argv);
+}

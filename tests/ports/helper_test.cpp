@@ -1,0 +1,260 @@
+#include <grp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+#include "gmock/gmock.h"
+#include "gtest/gtest.h"
+#include "ports/linux/helper/helper_message.h"
+#include "ports/linux/helper_manager.h"
+#include "ports/posix/file_descriptor.h"
+#include "ports/posix/spawn.h"
+#include "tests/fakes/scratch_folder.h"
+
+namespace revwarden {
+namespace {
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Optional;
+namespace fs = std::filesystem;
+
+constexpr auto absent = std::nullopt;
+
+bool soon(const std::function<bool()>& condition) {
+  for (int i = 0; i < 1000; ++i) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
+
+bool hasChildren() {
+  return ::waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+class HelperTest : public testing::Test {
+ protected:
+  HelperTest() {
+    ::setenv("PATH", (folder.file("bin") + ":" + programs).c_str(), 1);
+    ::setenv("XDG_DATA_HOME", folder.file("data").c_str(), 1);
+    fs::create_directories(folder.file("data"));
+    folder.write("Apps/Foo.app/old", "old");
+    folder.write("new/Foo.app/new", "new");
+    folder.write("Foo.pkg", "");
+  }
+  ~HelperTest() override { ::setenv("PATH", programs.c_str(), 1); }
+
+  std::string program(const std::string& name, const std::string& body) const {
+    folder.write(name, "#!/bin/sh\n" + body + "\n");
+    fs::permissions(folder.file(name), fs::perms(0755));
+    return folder.file(name);
+  }
+
+  std::optional<std::string> run(KQHelperTask& task, const std::string& script) const {
+    return task.performAction_withArguments(
+        "runScript", {{"SCRIPT", script}, {"PKG_PATH", folder.file("Foo.pkg")}});
+  }
+  std::optional<std::string> runScript(KQHelperTask& task, const std::string& body) const {
+    return run(task, program("installPkg", body));
+  }
+
+  LinuxHelperManager manager(Authorization authorization) {
+    return {authorization,
+            REVWARDEN_HELPER,
+            {[this](std::string_view, bool granted) { asked.push_back(granted); },
+             [this](std::string_view selector, const Array& arguments,
+                    const std::optional<std::string>& error) {
+               ended.push_back(std::string(selector) + " " + std::to_string(arguments.size()) +
+                               (error ? " failed" : ""));
+             }}};
+  }
+
+  const std::string programs = std::getenv("PATH");
+  const ScratchFolder folder;
+  const std::string app = folder.file("Apps/Foo.app");
+  std::vector<bool> asked;
+  std::vector<std::string> ended;
+};
+
+TEST_F(HelperTest, IsGrantedOnlyWhenTheHelperItselfAnswers) {
+  LinuxHelperManager asking = manager(Authorization::ask);
+  for (const auto& [body, isGranted] : {std::pair{"exec \"$@\"", true},
+                                        {"echo Welcome.; \"$@\"", true},
+                                        {"exit 126", false},
+                                        {"sleep 30 & exit 127", false},
+                                        {"kill -9 $$", false},
+                                        {"exec /nowhere", false}}) {
+    program("bin/pkexec", body);
+    EXPECT_EQ(asking.rootTaskWithPrompt("Please") != nullptr, isGranted) << body;
+    EXPECT_EQ(asked.back(), isGranted);
+  }
+  EXPECT_EQ(manager(Authorization::never).rootTaskWithPrompt("Please"), nullptr);
+  EXPECT_EQ(asked.size(), 7u);
+  EXPECT_TRUE(soon([] { return !hasChildren(); }));
+}
+
+TEST_F(HelperTest, ReplacesAnApplicationAndAnswersEachOperationOnce) {
+  program("bin/pkexec", "exec " STAND_IN_PKEXEC " \"$@\"");
+  LinuxHelperManager asking = manager(Authorization::ask);
+  const auto task = asking.rootTaskWithPrompt("Please");
+  ASSERT_TRUE(task);
+  EXPECT_NE(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app), absent);
+  EXPECT_EQ(task->moveItemAtPathToTrash(app), absent);
+  EXPECT_EQ(folder.read("data/Trash/files/Foo.app/old"), "old");
+  EXPECT_EQ(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app), absent);
+  EXPECT_EQ(folder.read("Apps/Foo.app/new"), "new");
+  task->stop();
+  task->stop();
+  EXPECT_NE(task->moveItemAtPathToTrash(app), absent);
+  EXPECT_THAT(ended, ElementsAre("performCopyItemAtPath:toPath: 2 failed",
+                                 "moveItemAtPathToTrash: 1", "performCopyItemAtPath:toPath: 2",
+                                 "stop 0", "moveItemAtPathToTrash: 1 failed"));
+  EXPECT_TRUE(fs::exists(app));
+  EXPECT_TRUE(soon([] { return !hasChildren(); }));
+}
+
+TEST_F(HelperTest, RefusesWhatNoUpdateAsksFor) {
+  LinuxHelperManager always = manager(Authorization::always);
+  const auto task = always.rootTaskWithPrompt("Please");
+  fs::create_directory_symlink(folder.file("Apps"), folder.file("link"));
+  fs::create_directory_symlink(app, folder.file("Apps/Link.app"));
+  for (const std::string& path :
+       {"Apps/Foo.app"s, folder.file("new/../Apps/Foo.app"), folder.file("Apps"),
+        folder.file("Apps/Link.app"), app + "/", "/"s, ""s}) {
+    EXPECT_NE(task->moveItemAtPathToTrash(path), absent) << path;
+  }
+  const std::string source = folder.file("new/Foo.app");
+  EXPECT_NE(task->performCopyItemAtPath_toPath(source, folder.file("link/New.app")), absent);
+  EXPECT_NE(task->performCopyItemAtPath_toPath(source, folder.file("Apps/new")), absent);
+  EXPECT_NE(task->performCopyItemAtPath_toPath(source + "/new", folder.file("New.app")), absent);
+  EXPECT_NE(run(*task, program("other", "touch " + folder.file("ran"))), absent);
+  fs::permissions(program("installPkg", "touch " + folder.file("ran")), fs::perms(0757));
+  EXPECT_NE(run(*task, folder.file("installPkg")), absent);
+  EXPECT_FALSE(fs::exists(folder.file("ran")) || fs::exists(folder.file("Apps/New.app")));
+  EXPECT_EQ(runScript(*task, ""), absent);
+  EXPECT_NE(task->performAction_withArguments("runAnything", {}), absent);
+  EXPECT_NE(runScript(*task, ""), absent) << "goes on after what it does not know";
+}
+
+TEST_F(HelperTest, EndsAtBytesThatAreNoMessage) {
+  for (const std::string& bytes : {"\xff\xff\xff\xff"s, "\4\0\0\0\5\0\0\0"s, "\2\0"s}) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const FileDescriptor ours(ends[0]);
+    SpawnRequest request;
+    request.command = {REVWARDEN_HELPER};
+    request.input = ends[1];
+    const pid_t pid = spawn(request).pid;
+    ::close(ends[1]);
+    EXPECT_TRUE(receiveMessage(ours.get()));
+    ASSERT_EQ(::send(ours.get(), bytes.data(), bytes.size(), 0), ssize_t(bytes.size()));
+    ::shutdown(ours.get(), SHUT_WR);
+    EXPECT_EQ(receiveMessage(ours.get()), absent);
+    EXPECT_EQ(waitForEnd(pid), 0);
+  }
+}
+
+TEST_F(HelperTest, RunsTheScriptAloneAndTellsTheEndOfItsErrors) {
+  ::setenv("SECRET", "1", 1);
+  LinuxHelperManager always = manager(Authorization::always);
+  const auto task = always.rootTaskWithPrompt("Please");
+  const auto error = runScript(*task, "cd " + folder.path() +
+                                          "; env >env; sleep 60 & echo $! >pid\n"
+                                          "head -c 300000 /dev/zero | tr '\\0' x >&2\n"
+                                          "echo No space. >&2; exit 3");
+  ::kill(std::atoi(folder.read("pid").c_str()), SIGKILL);  // which did not hold the answer up
+  ASSERT_TRUE(error);
+  EXPECT_THAT(*error, HasSubstr("status 3: xxx"));
+  EXPECT_TRUE(error->ends_with("xNo space.")) << *error;
+  EXPECT_LT(error->size(), 4200u);
+  const std::string environment = folder.read("env");
+  EXPECT_THAT(environment, HasSubstr("SCRIPT=" + folder.file("installPkg") + "\n"));
+  EXPECT_THAT(environment, HasSubstr("PKG_PATH=" + folder.file("Foo.pkg") + "\n"));
+  EXPECT_THAT(environment, testing::Not(HasSubstr("SECRET")));
+}
+
+TEST_F(HelperTest, AnswersWhenItIsKilled) {
+  LinuxHelperManager always = manager(Authorization::always);
+  const auto task = always.rootTaskWithPrompt("Please");
+  EXPECT_NE(runScript(*task, "kill -9 $PPID"), absent);
+  EXPECT_NE(runScript(*task, ""), absent);
+}
+
+TEST_F(HelperTest, EndsAskingProgramsHelpersAndScriptsAtOnce) {
+  LinuxHelperManager always = manager(Authorization::always);
+  LinuxHelperManager asking = manager(Authorization::ask);
+  program("bin/pkexec", "echo >" + folder.file("prompt") + "; sleep 60");
+  const auto task = always.rootTaskWithPrompt("Please");
+  std::thread prompt([&] { EXPECT_EQ(asking.rootTaskWithPrompt("Please"), nullptr); });
+  std::thread script([&] {
+    EXPECT_NE(runScript(*task, "sleep 60 & echo $! >" + folder.file("pid") + "; wait"), absent);
+  });
+  EXPECT_TRUE(
+      soon([&] { return fs::exists(folder.file("prompt")) && !folder.read("pid").empty(); }));
+  asking.endAll();
+  always.endAll();
+  prompt.join();
+  script.join();
+  const pid_t below = std::atoi(folder.read("pid").c_str());
+  EXPECT_TRUE(soon([&] { return ::kill(below, 0) != 0; })) << "what the script started lives on";
+  EXPECT_TRUE(soon([] { return !hasChildren(); }));
+  EXPECT_EQ(always.rootTaskWithPrompt("Please"), nullptr);
+}
+
+TEST_F(HelperTest, BringsTheScriptThatCallsTheInstaller) {
+  LinuxHelperManager always = manager(Authorization::always);
+  EXPECT_THAT(run(*always.rootTaskWithPrompt(""), REVWARDEN_INSTALL_PKG),
+              Optional(HasSubstr("installPkg: no installer program in PATH")));
+  program("bin/installer", "echo \"$@\" >&2; exit 4");
+  EXPECT_EQ(run(*always.rootTaskWithPrompt(""), REVWARDEN_INSTALL_PKG),
+            "The script ended with status 4: -pkg " + folder.file("Foo.pkg") + " -target /");
+}
+
+// A helper with all rights works for a user who has few.
+using HelperDeathTest = HelperTest;
+
+TEST_F(HelperDeathTest, LeavesTheOldApplicationToTheUserAndTheNewOneToRoot) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can start a helper for another user";
+  constexpr uid_t nobody = 65534;
+  constexpr gid_t root = 0;  // whose group must be left behind
+  fs::permissions(folder.path(), fs::perms(0755));
+  fs::create_directory(folder.file("bin"));
+  fs::copy_file(STAND_IN_PKEXEC, folder.file("bin/pkexec"));
+  ASSERT_EQ(::chmod(folder.file("bin/pkexec").c_str(), 04755), 0);
+  ASSERT_EQ(::chown(folder.file("data").c_str(), nobody, nobody), 0);
+  fs::create_directory(folder.file("root"));
+  fs::permissions(folder.file("root"), fs::perms(0770));
+  folder.write("Apps/Bar.app/file", "");
+  const auto asNobody = [&] {
+    if (::setgroups(1, &root) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0) ::_exit(2);
+    LinuxHelperManager asking = manager(Authorization::ask);
+    const auto task = asking.rootTaskWithPrompt("Please");
+    if (!task) ::_exit(3);
+    EXPECT_EQ(task->moveItemAtPathToTrash(app), absent);
+    EXPECT_EQ(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app), absent);
+    fs::rename(folder.file("data/Trash/files"), folder.file("data/Trash/mine"));
+    fs::create_symlink(folder.file("root"), folder.file("data/Trash/files"));
+    EXPECT_NE(task->moveItemAtPathToTrash(folder.file("Apps/Bar.app")), absent);
+    ::_exit(HasFailure());
+  };
+  EXPECT_EXIT(asNobody(), testing::ExitedWithCode(0), "");
+  struct stat trashed, copied;
+  ASSERT_EQ(::stat(folder.file("data/Trash/mine/Foo.app/old").c_str(), &trashed), 0);
+  ASSERT_EQ(::stat(folder.file("Apps/Foo.app/new").c_str(), &copied), 0);
+  EXPECT_EQ(trashed.st_uid, nobody);
+  EXPECT_EQ(copied.st_uid, 0u);
+  EXPECT_FALSE(fs::exists(app + "/old"));
+  EXPECT_TRUE(fs::exists(folder.file("Apps/Bar.app/file")) && fs::is_empty(folder.file("root")));
+}
+
+}  // namespace
+}  // namespace revwarden
