@@ -1,0 +1,137 @@
+#include "ports/linux/hdiutil/unpacking.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "ports/posix/file_descriptor.h"
+#include "ports/posix/spawn.h"
+
+namespace revwarden {
+namespace {
+
+constexpr std::array kPrograms = {"/usr/bin/7zz", "/usr/local/bin/7zz", "/bin/7zz"};
+constexpr uint64_t kSpareBytes = uint64_t{1} << 30;
+constexpr int kMillisecondsBetweenLooks = 100;
+
+// A gibibyte stays free, or a twentieth of a small file system, and as much of its files.
+bool isNearlyFull(const std::string& folder) {
+  struct statvfs facts;
+  if (statvfs(folder.c_str(), &facts) != 0) return false;
+  const uint64_t block = facts.f_frsize;
+  return facts.f_bavail * block < std::min(kSpareBytes, facts.f_blocks * block / 20) ||
+         facts.f_favail < facts.f_files / 20;
+}
+
+std::vector<std::string> command(const std::string& program, const std::string& image,
+                                 const std::string& folder, const std::string& kind) {
+  std::vector<std::string> words = {program, "x", "-y", "-bd", "-spd"};
+  words.insert(words.end(), {
+                                "-sns-",    // no files for resource forks and attributes
+                                "-snld20",  // links as they are; they are made last, so that
+                                            // nothing is written through one
+                                "-pnone",   // never asks for a password
+                            });
+  if (!kind.empty()) words.push_back("-t" + kind);
+  // A name that begins with "@" would be a list of names.
+  words.insert(words.end(), {"-o" + folder, "--", image.starts_with('/') ? image : "./" + image});
+  return words;
+}
+
+Spawned start(std::vector<std::string> words, int input, int output) {
+  SpawnRequest request;
+  request.command = std::move(words);
+  request.environment = {"LC_ALL=C.UTF-8"};
+  request.input = input;
+  request.output = output;
+  request.error = STDERR_FILENO;
+  return spawn(request);
+}
+
+Spawned startFirst(const std::string& image, const std::string& folder, const std::string& kind,
+                   int input, int output) {
+  Spawned spawned;
+  for (const char* const program : kPrograms) {
+    if (access(program, X_OK) != 0) continue;
+    spawned = start(command(program, image, folder, kind), input, output);
+    if (spawned) break;
+  }
+  return spawned;
+}
+
+/// Reads what 7zz tells until it ends, and ends it when space runs out.
+class Watch {
+ public:
+  Watch(pid_t pid, FileDescriptor output, const std::string& folder)
+      : pid_(pid), output_(std::move(output)), folder_(folder) {}
+
+  Unpacked untilEnd() {
+    while (readSome()) {
+      if (!stopped_ && isNearlyFull(folder_)) stopped_ = kill(pid_, SIGKILL) == 0;
+    }
+    const int status = waitForEnd(pid_);
+    if (stopped_) return {{}, "There is not enough space for the image"};
+    // 1 is a warning, which is about bytes that belong to no volume.
+    if (status != 0 && status != 1) return {{}, "The image is damaged or of an unknown kind"};
+    return {lastKind(), std::nullopt};
+  }
+
+ private:
+  // Whether there may be more.
+  bool readSome() {
+    pollfd end{output_.get(), POLLIN, 0};
+    const int ready = poll(&end, 1, kMillisecondsBetweenLooks);
+    if (ready <= 0) return ready == 0 || errno == EINTR;
+    std::array<char, 4096> bytes;
+    const ssize_t count = read(output_.get(), bytes.data(), bytes.size());
+    if (count <= 0) return count < 0 && errno == EINTR;
+    text_.append(bytes.data(), std::min(static_cast<size_t>(count), kTextBytes - text_.size()));
+    return true;
+  }
+
+  // Each image within an image is described after the one around it.
+  std::string lastKind() const {
+    constexpr std::string_view kField = "\nType = ";
+    const size_t field = text_.rfind(kField);
+    if (field == text_.npos) return {};
+    const size_t start = field + kField.size();
+    return text_.substr(start, text_.find('\n', start) - start);
+  }
+
+  static constexpr size_t kTextBytes = size_t{1} << 20;
+
+  const pid_t pid_;
+  FileDescriptor output_;
+  const std::string folder_;
+  std::string text_;
+  bool stopped_ = false;
+};
+
+}  // namespace
+
+Unpacked unpack(const std::string& image, const std::string& folder, const std::string& kind,
+                int held) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return {{}, strerror(errno)};
+  FileDescriptor output(ends[0]);
+  Spawned spawned;
+  {
+    const FileDescriptor toUs(ends[1]);
+    spawned = startFirst(image, folder, kind, held, toUs.get());
+  }
+  if (!spawned) return {{}, "7zz, which reads disk images, cannot be started"};
+  return Watch(spawned.pid, std::move(output), folder).untilEnd();
+}
+
+}  // namespace revwarden

@@ -1,0 +1,122 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "ports/linux/linux_child_processes.h"
+#include "tests/fakes/opened_addresses.h"
+#include "tests/fakes/scratch_folder.h"
+
+namespace revwarden {
+namespace {
+
+using std::chrono_literals::operator""ms;
+
+class ChildrenTest : public testing::Test {
+ protected:
+  ChildrenTest() { signal(SIGPIPE, SIG_IGN); }
+
+  static ChildProcess shell(const std::string& script) {
+    ChildProcess child{"/bin/sh", {"-c", script}, {}, {}, true};
+    return child;
+  }
+  void writeTool(const std::string& name, const std::string& output, mode_t mode = 0755) {
+    scratch_.write(name, "#!/bin/sh\ncat <<'END'\n" + output + "\nEND\n");
+    chmod(scratch_.file(name).c_str(), mode);
+  }
+
+  ScratchFolder scratch_;
+  OpenedAddresses workspace_;
+  LinuxChildProcesses children_{{scratch_.file("tools"), scratch_.file("own")}, workspace_};
+};
+
+TEST_F(ChildrenTest, GetWhatTheyAreGivenAndNothingElse) {
+  ChildProcess child = shell("env | grep -v -e PWD= -e _= -e SHLVL=; cat; echo \"$0\"; exit 3");
+  child.arguments.push_back("$(x) *");
+  child.environment = std::map<std::string, std::string>{{"PAGER", "/usr/bin/true"}};
+  child.input = "y\n";
+  const auto result = children_.run(child);
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->exitStatus, 3);
+  EXPECT_EQ(result->output, "PAGER=/usr/bin/true\ny\n$(x) *\n");
+  EXPECT_EQ(children_.run(shell("readlink /proc/self/fd/0 /proc/self/fd/2"))->output,
+            "/dev/null\n/dev/null\n");
+  EXPECT_EQ(children_.run(shell("kill -TERM $$"))->exitStatus, 128 + SIGTERM);
+  EXPECT_FALSE(children_.run({scratch_.file("missing"), {}, {}, {}, true}));
+}
+
+TEST_F(ChildrenTest, TakeInputAndGiveOutputInAnyOrderAndSize) {
+  ChildProcess child = shell("head -c 20000000 /dev/zero; cat >/dev/null; exit 5");
+  child.input = std::string(1 << 20, 'x');
+  const auto result = children_.run(child);
+  EXPECT_EQ(result->output.size(), size_t{16} << 20);  // the rest was read, else nobody would end
+  EXPECT_EQ(result->exitStatus, 5);
+  child.arguments = {"-c", "exec <&-; exit 6"};
+  EXPECT_EQ(children_.run(child)->exitStatus, 6);
+}
+
+bool hasEnded(const std::string& pid) {
+  std::ifstream in("/proc/" + pid + "/stat");
+  const std::string stat{std::istreambuf_iterator<char>(in), {}};
+  return stat.empty() || stat.find(") Z ") != stat.npos;
+}
+
+TEST_F(ChildrenTest, EndWithAllTheyStartedAndForGood) {
+  const std::string note = scratch_.file("pid");
+  std::thread job([&] {
+    const auto result = children_.run(shell("sleep 100 & echo $! >" + note + "; exit 0"));
+    EXPECT_TRUE(result);  // the child has ended, but what it started keeps the output open
+  });
+  while (scratch_.read("pid").find('\n') == std::string::npos) std::this_thread::sleep_for(5ms);
+  children_.endAll();
+  job.join();
+  const std::string pid = std::to_string(std::stoi(scratch_.read("pid")));
+  for (int look = 0; look < 1000 && !hasEnded(pid); ++look) std::this_thread::sleep_for(5ms);
+  EXPECT_TRUE(hasEnded(pid));
+  EXPECT_FALSE(children_.run(shell("true")));
+}
+
+TEST_F(ChildrenTest, NoneIsMissedWhenAllEnd) {
+  std::atomic<int> runs = 0;
+  std::vector<std::thread> jobs;
+  for (int i = 0; i < 4; ++i) {
+    jobs.emplace_back([this, &runs, i] {
+      while (children_.run(shell(++runs < 40 || i % 2 ? "exit 0" : "sleep 100"))) {
+      }
+    });
+  }
+  while (runs < 60) std::this_thread::sleep_for(1ms);
+  children_.endAll();
+  for (std::thread& job : jobs) job.join();
+}
+
+TEST_F(ChildrenTest, AreLookedForInTheHostsPlaces) {
+  const auto outputOf = [&](const std::string& program, std::vector<std::string> arguments = {}) {
+    const auto result = children_.run({program, std::move(arguments), {}, {}, true});
+    return result ? result->output : "none";
+  };
+  writeTool("path/hdiutil", "path");
+  EXPECT_EQ(outputOf(scratch_.file("path/hdiutil")), "path\n");
+  writeTool("own/hdiutil", "own");
+  writeTool("own/unzip", "own");
+  EXPECT_EQ(outputOf(scratch_.file("path/hdiutil")), "own\n");
+  EXPECT_EQ(outputOf(scratch_.file("path/unzip")), "none");
+  writeTool("tools/hdiutil", "tools", 0644);
+  EXPECT_EQ(outputOf("/usr/bin/hdiutil"), "own\n");
+  writeTool("tools/hdiutil",
+            "<plist><dict><key>system-entities</key><array><dict/><dict><key>mount-point</key>"
+            "<string>/Volumes/A b</string></dict></array></dict></plist>");
+  outputOf("/usr/bin/hdiutil", {"attach", "x", "-noautoopen"});
+  EXPECT_THAT(workspace_.addresses, testing::IsEmpty());
+  outputOf("/usr/bin/hdiutil", {"attach", "x", "-autoopen"});
+  EXPECT_THAT(workspace_.addresses, testing::ElementsAre("file:///Volumes/A%20b"));
+}
+
+}  // namespace
+}  // namespace revwarden

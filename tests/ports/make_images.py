@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Makes the files in which applications are delivered, of a folder's contents.
+
+  make_images.py zip FOLDER OUT      an archive (needs zip)
+  make_images.py iso FOLDER OUT      an ISO 9660 image with Rock Ridge (needs xorriso)
+  make_images.py hfs FOLDER OUT      an HFS+ volume (needs xorriso)
+  make_images.py dmg FOLDER... OUT   a compressed disk image with such a volume for each folder
+
+Volumes are named after their folder.
+"""
+
+import bz2
+import os
+import plistlib
+import struct
+import subprocess
+import sys
+import tempfile
+import zlib
+
+SECTOR = 512
+CHUNK = 512 * SECTOR
+COPY, ZLIB, BZIP2, END = 0x00000001, 0x80000005, 0x80000006, 0xFFFFFFFF
+
+
+def make_zip(folder, out):
+    subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=folder, check=True)
+
+
+def make_iso(folder, out, *more):
+    name = os.path.basename(os.path.abspath(folder))
+    subprocess.run(["xorriso", "-report_about", "WARNING", "-as", "mkisofs", "-quiet", "-R", *more,
+                    "-V", name, "-o", out, folder], check=True)
+
+
+def hfs_volume(folder):
+    """The HFS+ partition of a hybrid image, which its partition map tells."""
+    with tempfile.NamedTemporaryFile() as hybrid:
+        make_iso(folder, hybrid.name, "-hfsplus")
+        image = hybrid.read()
+    for entry in range(SECTOR, 64 * SECTOR, SECTOR):
+        if image[entry:entry + 2] == b"PM" and image[entry + 48:entry + 58] == b"Apple_HFS\0":
+            start, count = struct.unpack(">II", image[entry + 8:entry + 16])
+            return image[start * SECTOR:(start + count) * SECTOR]
+    raise SystemExit("make_images: no HFS+ volume was made")
+
+
+def packed(chunk, number):
+    """By every method in turn; what does not shrink stands as it is."""
+    method, data = (ZLIB, zlib.compress(chunk)) if number % 2 == 0 else (BZIP2, bz2.compress(chunk))
+    return (method, data) if len(data) < len(chunk) else (COPY, chunk)
+
+
+def checksum(data):
+    return struct.pack(">III", 2, 32, zlib.crc32(data)) + bytes(124)
+
+
+def block_table(partition, first_sector, number, data_fork):
+    """The table of a partition, whose packed chunks go to the end of the data fork."""
+    chunks = []
+    for start in range(0, len(partition), CHUNK):
+        chunk = partition[start:start + CHUNK]
+        method, data = packed(chunk, len(chunks))
+        chunks.append(struct.pack(">IIQQQQ", method, 0, start // SECTOR, len(chunk) // SECTOR,
+                                  len(data_fork), len(data)))
+        data_fork += data
+    sectors = len(partition) // SECTOR
+    chunks.append(struct.pack(">IIQQQQ", END, 0, sectors, 0, len(data_fork), 0))
+    return (struct.pack(">4sIQQQIi24x", b"mish", 1, first_sector, sectors, 0, CHUNK // SECTOR + 8,
+                        number) + checksum(partition) + struct.pack(">I", len(chunks)) +
+            b"".join(chunks))
+
+
+def make_dmg(folders, out):
+    data_fork, tables, sums, sectors = bytearray(), [], b"", 0
+    for number, folder in enumerate(folders):
+        volume = hfs_volume(folder)
+        table = block_table(volume, sectors, number, data_fork)
+        tables.append({"Attributes": "0x0050", "Data": table, "ID": str(number),
+                       "Name": f"disk image (Apple_HFS : {number + 1})"})
+        sectors += len(volume) // SECTOR
+        sums += struct.pack(">I", zlib.crc32(volume))
+    blocks = plistlib.dumps({"resource-fork": {"blkx": tables}})
+    trailer = struct.pack(">4sIIIQQQQQII16s", b"koly", 4, 512, 1, 0, 0, len(data_fork), 0, 0, 1, 1,
+                          os.urandom(16))
+    trailer += checksum(data_fork)
+    trailer += struct.pack(">QQ120x", len(data_fork), len(blocks))
+    trailer += checksum(sums)
+    trailer += struct.pack(">IQ12x", 1, sectors)
+    with open(out, "wb") as image:
+        image.write(data_fork + blocks + trailer)
+
+
+def main(kind, *paths):
+    *folders, out = paths
+    if kind == "zip":
+        make_zip(folders[0], out)
+    elif kind == "iso":
+        make_iso(folders[0], out)
+    elif kind == "hfs":
+        with open(out, "wb") as image:
+            image.write(hfs_volume(folders[0]))
+    elif kind == "dmg":
+        make_dmg(folders, out)
+    else:
+        raise SystemExit(__doc__)
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
