@@ -27,6 +27,19 @@ int runIgnore(CommandContext& context, const std::vector<std::string>& names, bo
 /// A full rescan, waited for; tells which updates there are and which of them are new.
 int runCheck(CommandContext& context);
 
+/// What `update` and `cancel` are for: the named applications, or with `all` whatever there is.
+struct JobSelection {
+  std::vector<std::string> names;
+  bool all = false;
+};
+
+/// Has updates installed and follows their jobs to the end: those named, ignored or not, or all
+/// that are outdated. Interrupted from the terminal it leaves the jobs to the agent.
+int runUpdate(CommandContext& context, const JobSelection& selection);
+
+/// Takes jobs out of the install queue.
+int runCancel(CommandContext& context, const JobSelection& selection);
+
 /// Prints events until the agent ends.
 int runWatch(CommandContext& context);
 
@@ -49,6 +62,9 @@ std::string recordTable(const CommandContext& context, std::vector<Json> records
 
 /// An event in words for people; several lines for a text of several lines.
 std::string eventText(const AgentEvent& event);
+
+/// The same as a line of JSON, with its line break.
+std::string eventJson(const AgentEvent& event);
 
 /// A date of the agent's as "2026-11-22 21:05:03" in this machine's time zone; absent when it is no
 /// date. A number of seconds, say a day, may be added.

@@ -86,7 +86,7 @@ std::optional<Json> gatheredStatus(CommandContext& context) {
     return isOutdated(record, context.versions);
   });
   for (const char* method : {"updateIsInProgress", "lastFireDate", kSettings[0].key,
-                             kSettings[1].key, "totalUpdatesCount"}) {
+                             kSettings[1].key, "totalUpdatesCount", "installerQueueCount"}) {
     auto value = context.agent.call(method);
     if (!value) return std::nullopt;
     status[method] = std::move(*value);
@@ -111,6 +111,11 @@ std::string nextCheckText(const Json& status) {
   return last && *last + kDay > now() ? localTimeText(*last + kDay) : "due now";
 }
 
+std::string queueText(const Json& count) {
+  if (count == 0) return "empty";
+  return count == 1 ? "1 job" : count.dump() + " jobs";
+}
+
 void printStatus(const Json& status) {
   const auto line = [](std::string label, const std::string& text) {
     label.resize(16, ' ');
@@ -124,6 +129,7 @@ void printStatus(const Json& status) {
   const auto last = secondsOfDate(status["lastFireDate"]);
   line("Last check", last ? localTimeText(*last) : "none on record");
   line("Next check", nextCheckText(status));
+  line("Install queue", queueText(status["installerQueueCount"]));
   line("Updates done", status["totalUpdatesCount"].dump());
   for (const Setting& setting : kSettings) {
     line("Switch",

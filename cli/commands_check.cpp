@@ -1,11 +1,9 @@
-#include <unistd.h>
-
-#include <cstdio>
 #include <set>
 
 #include "agent/record_keys.h"
 #include "cli/commands.h"
 #include "cli/records.h"
+#include "cli/waiting_line.h"
 
 // A rescan is asked for by a request that a pass under way makes the agent drop without a word.
 //
@@ -22,28 +20,6 @@ constexpr char kDidStart[] = "agentDidStartValidateItem:";
 constexpr char kDidFinish[] = "agentDidFinishValidateItem:";
 constexpr char kDidFinishList[] = "agentDidFinishUpdatingApplicationList:";
 
-// A line on the terminal that says what is waited for; nothing elsewhere.
-class ProgressLine {
- public:
-  ProgressLine() : visible_(isatty(STDERR_FILENO)) {}
-  ~ProgressLine() { clear(); }
-  ProgressLine(const ProgressLine&) = delete;
-  ProgressLine& operator=(const ProgressLine&) = delete;
-
-  void show(const std::string& text) {
-    if (visible_) std::fputs(("\r" + text + " " + kWheel[turn_++ % 4] + " ").c_str(), stderr);
-  }
-  void clear() {
-    if (visible_ && turn_ > 0) std::fputs(("\r" + std::string(60, ' ') + "\r").c_str(), stderr);
-    turn_ = 0;
-  }
-
- private:
-  static constexpr char kWheel[] = "|/-\\";
-  const bool visible_;
-  size_t turn_ = 0;
-};
-
 // What the service did during the rescan, as far as events tell.
 struct ServiceOutcome {
   std::string error;  // clean; empty when it answered
@@ -52,8 +28,7 @@ struct ServiceOutcome {
     const Json& params = event.params;
     if (event.method == "updateService" && params.is_array() && params.size() >= 4) {
       noteExchange(params);
-    } else if (event.method == "log" && params.is_array() && params.size() >= 3 &&
-               params[2] == "Invalid response: %@") {
+    } else if (event.method == "log" && event.parameter(2) == "Invalid response: %@") {
       error = "its answer cannot be understood";
     }
   }
@@ -139,7 +114,7 @@ class Rescan {
   }
 
   AgentSession& agent_;
-  ProgressLine progress_;
+  WaitingLine progress_;
   ServiceOutcome outcome_;
 };
 

@@ -24,16 +24,6 @@ constexpr EventWords kPlainEvents[] = {
     {"openRevwarden", "The updates are to be shown"},
 };
 
-const Json& parameter(const AgentEvent& event, size_t index) {
-  static const Json absent;
-  return event.params.is_array() && index < event.params.size() ? event.params[index] : absent;
-}
-
-std::string textParameter(const AgentEvent& event, size_t index) {
-  const Json& value = parameter(event, index);
-  return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
-}
-
 std::string recordWords(const Json& record) {
   if (!record.is_object()) return "unknown";
   std::string words = displayName(record);
@@ -45,7 +35,7 @@ std::string recordWords(const Json& record) {
 
 std::string statusChangeWords(const AgentEvent& event) {
   std::string words = "Changed:";
-  const Json& records = parameter(event, 0);
+  const Json& records = event.parameter(0);
   if (!records.is_array() || records.empty()) return words + " nothing";
   for (const Json& record : records) {
     words += (&record == &records.front() ? " " : "; ") + recordWords(record);
@@ -54,25 +44,49 @@ std::string statusChangeWords(const AgentEvent& event) {
 }
 
 std::string jobWords(const AgentEvent& event) {
-  const Json& record = parameter(event, 0);
-  const std::string name = recordWords(record);
+  const Json& record = event.parameter(0);
+  const std::string name = record.is_object() ? displayName(record) : "unknown";
   if (event.method == "agent:didStartUpdateItem:") return "Update begins: " + name;
   if (event.method == "agent:didStopUpdateItem:") return "Update has ended: " + name;
-  const int64_t received =
-      record.is_object() ? recordNumber(record, kKQRWInstallerReceivedBytesKey) : 0;
-  return "Update goes on: " + name + ", " + std::to_string(received) + " bytes";
+  std::string words = "Update goes on: " + name;
+  if (!record.is_object()) return words;
+  const int64_t action = recordNumber(record, kKQRWInstallerCurrentActionKey);
+  words += action == kJobIsDone      ? ", done"
+           : action == kJobHasFailed ? ", failed"
+                                     : ", " + jobText(record);
+  const int64_t received = recordNumber(record, kKQRWInstallerReceivedBytesKey);
+  return received > 0 ? words + ", " + std::to_string(received) + " bytes" : words;
 }
 
+std::string rootTaskWords(const AgentEvent& event) {
+  const std::string error = event.text(2);
+  return "With administrator rights: " + event.text(0) + " " + event.text(1) +
+         (error.empty() ? "" : ", failed: " + error);
+}
+
+// Something that the agent asked of the desktop, and whether it came about.
+struct DeedWords {
+  const char* method;
+  size_t outcome;  // the place of the flag
+  const char* done;
+  const char* notDone;
+};
+constexpr DeedWords kDeeds[] = {
+    {"rootTaskWithPrompt:", 1, "Administrator rights granted: ", "Administrator rights refused: "},
+    {"openURL:", 1, "Opened: ", "Could not be opened: "},
+    {"selectFile:inFileViewerRootedAtPath:", 2,
+     "Shown in the file viewer: ", "Could not be shown in the file viewer: "},
+    {"activateHostApp", 1, "Started: ", "Could not be started: "},
+};
+
 std::string serviceWords(const AgentEvent& event) {
-  const std::string error = textParameter(event, 3);
-  return "Update service " + textParameter(event, 0) + ": " +
-         (error.empty()
-              ? "status " + textParameter(event, 1) + ", " + textParameter(event, 2) + " bytes"
-              : error);
+  const std::string error = event.text(3);
+  return "Update service " + event.text(0) + ": " +
+         (error.empty() ? "status " + event.text(1) + ", " + event.text(2) + " bytes" : error);
 }
 
 std::string noticeWords(const AgentEvent& event) {
-  const Json& notice = parameter(event, 0);
+  const Json& notice = event.parameter(0);
   if (!notice.is_object()) return "Notice";
   return "Notice " + notice.value("id", Json()).dump() + ": " + recordText(notice, "text");
 }
@@ -83,12 +97,24 @@ std::string eventText(const AgentEvent& event) {
   for (const EventWords& plain : kPlainEvents) {
     if (event.method == plain.method) return plain.words;
   }
-  if (event.method == "log") return textParameter(event, 0) + ": " + textParameter(event, 1);
+  if (event.method == "log") return event.text(0) + ": " + event.text(1);
+  for (const DeedWords& deed : kDeeds) {
+    if (event.method != deed.method) continue;
+    return (event.parameter(deed.outcome) == true ? deed.done : deed.notDone) + event.text(0);
+  }
+  if (event.method == "rootTask") return rootTaskWords(event);
+  if (event.method == "addSilentRemoveBundleID:") {
+    return "Replaced by an update, not removed: " + event.text(0);
+  }
   if (event.method == "updateService") return serviceWords(event);
   if (event.method == "showNotification:") return noticeWords(event);
   if (event.method == "agent:didChangeStatusForItems:") return statusChangeWords(event);
   if (event.method.rfind("agent:did", 0) == 0) return jobWords(event);
   return event.method + " " + event.params.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string eventJson(const AgentEvent& event) {
+  return jsonText({{"method", event.method}, {"params", event.params}}, -1) + "\n";
 }
 
 int runWatch(CommandContext& context) {
@@ -106,7 +132,7 @@ int runWatch(CommandContext& context) {
         break;
     }
     if (context.json) {
-      print(jsonText({{"method", event.method}, {"params", event.params}}, -1) + "\n");
+      print(eventJson(event));
     } else {
       std::string time = localTimeText(std::time(nullptr)).substr(11) + "  ";
       for (const std::string& line : cleanedLines(eventText(event))) {

@@ -174,9 +174,7 @@ int runIgnore(CommandContext& context, const std::vector<std::string>& names, bo
   if (!records) return kFailed;
   const auto named = recordsNamed(*records, names);
   if (!named) return kUsage;
-  Json ids = Json::array();
-  for (const Json& record : *named) ids.push_back(recordText(record, kKQRWIDKey));
-  const Json params = Json::array({ids, ignored});
+  const Json params = Json::array({idsOf(*named), ignored});
   if (!context.agent.call("moveItemsWithIds:toBlackList:", params)) return kFailed;
   return printChanged(context, *named, ignored ? "Ignored" : "No longer ignored");
 }

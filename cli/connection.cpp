@@ -13,6 +13,7 @@ namespace revwarden {
 namespace {
 
 constexpr std::chrono::seconds kReplyLimit{60};
+constexpr std::chrono::milliseconds kPatienceTurn{250};
 // A reply with all records of a very large catalogue is far below it.
 constexpr size_t kLongestMessage = size_t{512} << 20;
 
@@ -46,6 +47,17 @@ int connectTo(const std::string& path, std::string& error) {
 }
 
 }  // namespace
+
+const Json& AgentEvent::parameter(size_t index) const {
+  static const Json absent;
+  return params.is_array() && index < params.size() ? params[index] : absent;
+}
+
+std::string AgentEvent::text(size_t index) const {
+  const Json& value = parameter(index);
+  if (value.is_string()) return value.get<std::string>();
+  return value.is_null() ? "" : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
 
 std::unique_ptr<AgentConnection> AgentConnection::create(const std::string& socketPath,
                                                          std::string& error) {
@@ -143,15 +155,20 @@ CallFailure AgentConnection::lostFailure(Read read) const {
   }
 }
 
-CallReply AgentConnection::call(const std::string& method, Json params) {
+CallReply AgentConnection::call(const std::string& method, Json params, const Patience& patience) {
   const int64_t id = ++lastId_;
   const Json request = {
       {"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", std::move(params)}};
   const auto text = request.dump(-1, ' ', false, Json::error_handler_t::replace);
   if (!sendAll(text + "\n")) return {nullptr, lostFailure(Read::ended)};
-  const Deadline deadline = std::chrono::steady_clock::now() + kReplyLimit;
+  const Deadline limit = std::chrono::steady_clock::now() + kReplyLimit;
   for (Json message;;) {
-    const Read read = readMessage(message, deadline);
+    const Read read =
+        readMessage(message, patience ? std::chrono::steady_clock::now() + kPatienceTurn : limit);
+    if (read == Read::timedOut && patience) {
+      if (patience()) continue;
+      return {nullptr, CallFailure{CallFailure::Kind::givenUp, 0, ""}};
+    }
     if (read != Read::line) return {nullptr, lostFailure(read)};
     if (keepIfEvent(message) || message.value("id", Json()) != id) continue;
     if (message.contains("result")) return {std::move(message["result"]), std::nullopt};

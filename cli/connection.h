@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -16,6 +17,11 @@ using Json = nlohmann::json;
 struct AgentEvent {
   std::string method;
   Json params;
+
+  /// The parameter at that place; null without one.
+  const Json& parameter(size_t index) const;
+  /// The same as text: of a value that is none its JSON, of null nothing. Not cleaned.
+  std::string text(size_t index) const;
 };
 
 /// Why a request has no result.
@@ -23,6 +29,7 @@ struct CallFailure {
   enum class Kind {
     refused,  // the agent answered with an error
     lost,     // the connection ended or carried something that is no message
+    givenUp,  // the caller's patience had an end
   };
   Kind kind = Kind::lost;
   int code = 0;  // the JSON-RPC error's, when refused
@@ -52,9 +59,13 @@ class AgentConnection {
   AgentConnection(const AgentConnection&) = delete;
   AgentConnection& operator=(const AgentConnection&) = delete;
 
-  /// Sends a request and waits for its reply, at most a minute. After a failure of kind `lost` the
-  /// connection is of no more use.
-  CallReply call(const std::string& method, Json params = Json::array());
+  /// Asked about every quarter of a second whether to go on waiting for a reply.
+  using Patience = std::function<bool()>;
+
+  /// Sends a request and waits for its reply: at most a minute, or for as long as `patience` has.
+  /// After a failure of kind `lost` or `givenUp` the connection is of no more use for calls.
+  CallReply call(const std::string& method, Json params = Json::array(),
+                 const Patience& patience = {});
 
   /// The events that arrived so far and were not taken yet, oldest first.
   std::vector<AgentEvent> takeEvents();

@@ -19,6 +19,7 @@ struct Arguments {
   ListOptions list;
   std::string name;
   std::vector<std::string> names;
+  JobSelection jobs;
   std::optional<std::string> settingKey;
   std::optional<std::string> settingValue;
   std::vector<std::string> answer;
@@ -28,6 +29,8 @@ int runCommand(const std::string& command, const Arguments& arguments, CommandCo
   if (command == "list") return runList(context, arguments.list);
   if (command == "show") return runShow(context, arguments.name);
   if (command == "check") return runCheck(context);
+  if (command == "update") return runUpdate(context, arguments.jobs);
+  if (command == "cancel") return runCancel(context, arguments.jobs);
   if (command == "star" || command == "unstar") {
     return runStar(context, arguments.names, command == "star");
   }
@@ -45,6 +48,13 @@ int runCommand(const std::string& command, const Arguments& arguments, CommandCo
 
 constexpr char kNameHelp[] = "a name, a bundle identifier, a path or an id";
 
+void addJobCommand(CLI::App& app, JobSelection& jobs, const char* command, const char* help,
+                   const char* allHelp) {
+  CLI::App* const added = app.add_subcommand(command, help);
+  added->add_option("NAME", jobs.names, kNameHelp);
+  added->add_flag("--all", jobs.all, allHelp);
+}
+
 void addItemCommands(CLI::App& app, Arguments& arguments) {
   CLI::App* list = app.add_subcommand("list", "All applications on record");
   list->add_flag("--outdated", arguments.list.outdated,
@@ -54,6 +64,10 @@ void addItemCommands(CLI::App& app, Arguments& arguments) {
       ->add_option("NAME", arguments.name, kNameHelp)
       ->required();
   app.add_subcommand("check", "Look for applications and updates now, and tell what is new");
+  addJobCommand(app, arguments.jobs, "update", "Install updates, and show how that goes",
+                "All that are outdated and not ignored");
+  addJobCommand(app, arguments.jobs, "cancel", "Take applications out of the install queue",
+                "All that are in the queue");
   const std::pair<const char*, const char*> perItem[] = {
       {"star", "Star applications"},
       {"unstar", "Take stars away"},
@@ -88,6 +102,19 @@ void addArguments(CLI::App& app, Arguments& arguments) {
   addAgentCommands(app, arguments);
 }
 
+// What the parser cannot tell; empty when all is well.
+std::string faultOf(const std::string& command, const Arguments& arguments) {
+  const std::vector<std::string>& answer = arguments.answer;
+  if (!answer.empty() && answer[1] != "0" && answer[1] != "1" && answer[1] != "2") {
+    return "A notice is answered with 1, 2 or 0.";
+  }
+  const bool isJobCommand = command == "update" || command == "cancel";
+  if (isJobCommand && arguments.jobs.names.empty() != arguments.jobs.all) {
+    return "Say what to " + command + ": either applications by NAME, or --all.";
+  }
+  return {};
+}
+
 int runProgram(int argc, char** argv) {
   CLI::App app("Looks after the updates of installed applications.", "revwarden");
   Arguments arguments;
@@ -102,16 +129,16 @@ int runProgram(int argc, char** argv) {
     complain("\"revwarden --help\" tells what there is.");
     return kUsage;
   }
-  if (!arguments.answer.empty() && arguments.answer[1] != "0" && arguments.answer[1] != "1" &&
-      arguments.answer[1] != "2") {
-    complain("A notice is answered with 1, 2 or 0.");
+  const std::string command = app.get_subcommands().front()->get_name();
+  if (const std::string fault = faultOf(command, arguments); !fault.empty()) {
+    complain(fault);
     return kUsage;
   }
   const auto agent = AgentSession::create(arguments.socketPath);
   if (!agent) return kNoAgent;
   const NaturalVersions versions;
   CommandContext context{*agent, versions, Terminal::ofStandardOutput(), arguments.json};
-  return runCommand(app.get_subcommands().front()->get_name(), arguments, context);
+  return runCommand(command, arguments, context);
 }
 
 }  // namespace

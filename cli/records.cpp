@@ -19,9 +19,6 @@ namespace {
 
 constexpr size_t kMostNearOnes = 5;
 
-// The simple status codes of a job in `kKQRWInstallerCurrentActionKey`.
-enum Action { starting = 1, downloading = 2, installing = 3, done = 4, failed = 5 };
-
 std::u32string foldedCase(std::string_view text) {
   static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   std::u32string folded = decodedUtf8(text);
@@ -44,25 +41,6 @@ std::string resolvedPath(const std::string& path) {
 std::string withoutAppExtension(const std::string& name) {
   const bool isBundle = name.size() > 4 && asciiUpperCase(pathExtension(name)) == "APP";
   return isBundle ? name.substr(0, name.size() - 4) : name;
-}
-
-std::string jobText(const Json& record) {
-  const int64_t total = recordNumber(record, kKQRWInstallerTotalBytesKey);
-  const int64_t received = recordNumber(record, kKQRWInstallerReceivedBytesKey);
-  switch (recordNumber(record, kKQRWInstallerCurrentActionKey)) {
-    case starting:
-      return "starting";
-    case downloading:
-      if (total <= 0 || received < 0 || received > total) return "downloading";
-      return "downloading " +
-             std::to_string(static_cast<int>(100.0 * static_cast<double>(received) /
-                                             static_cast<double>(total))) +
-             "%";
-    case installing:
-      return "installing";
-    default:
-      return "queued";
-  }
 }
 
 std::vector<Json> recordsThat(const std::vector<Json>& records,
@@ -112,6 +90,12 @@ int64_t recordNumber(const Json& record, const char* key) {
   return found != record.end() && found->is_number_integer() ? found->get<int64_t>() : 0;
 }
 
+Json idsOf(const std::vector<Json>& records) {
+  Json ids = Json::array();
+  for (const Json& record : records) ids.push_back(recordText(record, kKQRWIDKey));
+  return ids;
+}
+
 std::string displayName(const Json& record) {
   std::string name = cleaned(recordText(record, kKQRWApplicationNameKey));
   if (name.find_first_not_of(' ') != std::string::npos) return name;
@@ -138,15 +122,36 @@ bool isOutdated(const Json& record, const Versions& versions) {
   return !recordFlag(record, kKQRWIsInBlackList) && hasNewerVersion(record, versions);
 }
 
+std::optional<int> downloadedPercent(int64_t received, int64_t total) {
+  if (total <= 0 || received < 0 || received > total) return std::nullopt;
+  return static_cast<int>(100.0 * static_cast<double>(received) / static_cast<double>(total));
+}
+
+std::string jobText(const Json& record) {
+  switch (recordNumber(record, kKQRWInstallerCurrentActionKey)) {
+    case kJobIsStarting:
+      return "starting";
+    case kJobIsDownloading: {
+      const auto percent = downloadedPercent(recordNumber(record, kKQRWInstallerReceivedBytesKey),
+                                             recordNumber(record, kKQRWInstallerTotalBytesKey));
+      return percent ? "downloading " + std::to_string(*percent) + "%" : "downloading";
+    }
+    case kJobIsInstalling:
+      return "installing";
+    default:
+      return "in queue";
+  }
+}
+
 std::string stateText(const Json& record, const Versions& versions) {
   const int64_t action = recordNumber(record, kKQRWInstallerCurrentActionKey);
   if (recordFlag(record, kKQRWInstallerIsInQueueKey)) return jobText(record);
-  if (action == failed) return "update failed";
+  if (action == kJobHasFailed) return "update failed";
   if (!record.contains(kKQRWAvailableVersionInfoKey)) {
     return record.contains(kKQRWLastFullCheckDate) ? "no offer" : "not checked";
   }
   if (!hasNewerVersion(record, versions)) return "up to date";
-  return action == done ? "update done" : "outdated";
+  return action == kJobIsDone ? "update done" : "outdated";
 }
 
 void sortByName(std::vector<Json>& records) {

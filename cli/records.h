@@ -1,6 +1,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,16 @@ namespace revwarden {
 
 using Json = nlohmann::json;
 
+/// What a record says of its job's progress (`kKQRWInstallerCurrentActionKey`). It stays in the
+/// record when the job is over.
+enum JobAction : int64_t {
+  kJobIsStarting = 1,
+  kJobIsDownloading = 2,
+  kJobIsInstalling = 3,
+  kJobIsDone = 4,
+  kJobHasFailed = 5,
+};
+
 /// The text for `key` as it stands (clean it before it is printed); "" without one.
 std::string recordText(const Json& record, const char* key);
 
@@ -22,6 +33,9 @@ bool recordFlag(const Json& record, const char* key);
 
 /// The whole number for `key`, 0 without one.
 int64_t recordNumber(const Json& record, const char* key);
+
+/// The records' ids, as requests take them.
+Json idsOf(const std::vector<Json>& records);
 
 /// The application's name for people: the recorded one, else its bundle's file name, else its id.
 /// Clean.
@@ -36,7 +50,14 @@ bool hasNewerVersion(const Json& record, const Versions& versions);
 /// Whether the user wants to hear of it: a newer version on offer, and not on the black list.
 bool isOutdated(const Json& record, const Versions& versions);
 
-/// One or two words: "up to date", "outdated", "downloading 40%", "not checked", ...
+/// How much of a download is there, 0 to 100; absent when its size is not known.
+std::optional<int> downloadedPercent(int64_t received, int64_t total);
+
+/// What the job of a record in the queue does: "in queue", "downloading 40%", "installing".
+std::string jobText(const Json& record);
+
+/// One or two words: the job's of a record in the queue, else "up to date", "outdated", "not
+/// checked", ...
 std::string stateText(const Json& record, const Versions& versions);
 
 /// By name as people sort, namesakes by path.

@@ -61,9 +61,11 @@ bool AgentSession::reconnect() {
   return false;
 }
 
-std::optional<Json> AgentSession::call(const std::string& method, Json params) {
-  CallReply reply = connection_->call(method, std::move(params));
+std::optional<Json> AgentSession::call(const std::string& method, Json params,
+                                       const AgentConnection::Patience& patience) {
+  CallReply reply = connection_->call(method, std::move(params), patience);
   if (!reply.failure) return std::move(reply.result);
+  if (reply.failure->kind == CallFailure::Kind::givenUp) return std::nullopt;
   if (reply.failure->isUnknownMethod()) {
     complain("The running agent does not know \"" + method + "\"; is it of another version?");
   } else if (reply.failure->kind == CallFailure::Kind::refused) {
@@ -83,6 +85,11 @@ std::optional<std::vector<Json>> AgentSession::records() {
     if (record.is_object()) records.push_back(std::move(record));
   }
   return records;
+}
+
+void CommandContext::say(const std::string& text) const {
+  if (json) return complain(text);
+  print(text + "\n");
 }
 
 std::optional<std::vector<Json>> recordsNamed(const std::vector<Json>& records,

@@ -11,7 +11,7 @@
 
 namespace revwarden {
 
-enum ExitStatus : int { kOk = 0, kFailed = 1, kUsage = 2, kNoAgent = 3 };
+enum ExitStatus : int { kOk = 0, kFailed = 1, kUsage = 2, kNoAgent = 3, kInterrupted = 130 };
 
 /// Writes to standard output or, behind the program's name, to standard error. A reader that went
 /// away is noticed by `outputIsLost` only.
@@ -27,8 +27,10 @@ class AgentSession {
   /// nullptr when no agent runs there, after having said how to start one.
   static std::unique_ptr<AgentSession> create(const std::string& socketPath);
 
-  /// The result of a request; absent after it has been said why there is none.
-  std::optional<Json> call(const std::string& method, Json params = Json::array());
+  /// The result of a request; absent after it has been said why there is none, or without a word
+  /// when the patience had an end.
+  std::optional<Json> call(const std::string& method, Json params = Json::array(),
+                           const AgentConnection::Patience& patience = {});
 
   /// All records of the catalogue, in its order.
   std::optional<std::vector<Json>> records();
@@ -56,6 +58,9 @@ struct CommandContext {
   const Versions& versions;
   Terminal terminal;
   bool json = false;
+
+  /// Prints a line for people; to standard error where the output is JSON.
+  void say(const std::string& text) const;
 };
 
 /// The records that all the names stand for, each once; absent after it has been said which are

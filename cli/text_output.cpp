@@ -207,7 +207,9 @@ Terminal Terminal::ofStandardOutput() {
   terminal.columns = known ? size.ws_col : 80;
   const char* noColour = std::getenv("NO_COLOR");
   const char* kind = std::getenv("TERM");
-  terminal.colour = !(noColour && *noColour) && kind && *kind && std::string_view(kind) != "dumb";
+  const bool isDumb = !kind || !*kind || std::string_view(kind) == "dumb";
+  terminal.colour = !(noColour && *noColour) && !isDumb;
+  if (!isDumb) terminal.rows = known && size.ws_row > 0 ? size.ws_row : 24;
   return terminal;
 }
 

@@ -37,6 +37,7 @@ std::string fittedTo(std::string_view text, int columns);
 struct Terminal {
   bool colour = false;
   std::optional<int> columns;  // absent when it is no terminal
+  std::optional<int> rows{};   // absent also where the cursor cannot be moved
 
   /// Of this process. No colour for NO_COLOR or a dumb terminal.
   static Terminal ofStandardOutput();

@@ -177,12 +177,15 @@ TEST(Cli, WatchPrintsEventsUntilTheAgentEnds) {
   FakeAgent agent({{"connected", [](const Peer& peer, const Json&) {
                       peer.event("agent:didChangeStatusForItems:", {{record("A", "1")}});
                       peer.event("log", {"KQLog", "two\nlines\x1b[1m", "%@", {"x"}});
+                      peer.event("openURL:", {"http://a\x1b[1m/", false});
                       peer.event("unheardOf", 5);
                       peer.hangUp();
                     }}});
   const Outcome words = runWith(agent, {"watch"});
-  EXPECT_THAT(words.out, AllOf(HasSubstr("  Changed: A\n"), HasSubstr("  KQLog: two\n"),
-                               HasSubstr("\n          lines\n"), HasSubstr("unheardOf 5\n")));
+  EXPECT_THAT(words.out,
+              AllOf(HasSubstr("  Changed: A\n"), HasSubstr("  KQLog: two\n"),
+                    HasSubstr("\n          lines\n"), HasSubstr("Could not be opened: http://a/\n"),
+                    HasSubstr("unheardOf 5\n")));
   const Outcome json = runWith(agent, {"watch", "--json"});
   EXPECT_THAT(json.out, testing::EndsWith("{\"method\":\"unheardOf\",\"params\":5}\n"));
 }
@@ -196,11 +199,13 @@ TEST(Cli, StatusAndSettings) {
        {"showRevwardenNotifications", answering(true)},
        {"setShowRevwardenNotifications:", answering(nullptr)},
        {"totalUpdatesCount", answering(3)},
+       {"installerQueueCount", answering(2)},
        {"updatesApplicationsFromAllLocalVolumes", answering(false)}});
   const Json status = Json::parse(runWith(agent, {"status", "--json"}).out);
   EXPECT_EQ(status["outdated"], 1);
   EXPECT_EQ(status["nextCheck"], "2001-01-02T00:00:00Z");
-  EXPECT_THAT(runWith(agent, {"status"}).out, HasSubstr("Next check      due now\n"));
+  EXPECT_THAT(runWith(agent, {"status"}).out,
+              AllOf(HasSubstr("Next check      due now\n"), HasSubstr("Install queue   2 jobs\n")));
 
   EXPECT_EQ(runWith(agent, {"settings", "showRevwardenNotifications", "No"}).status, 0);
   EXPECT_THAT(agent.calls(),

@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <map>
 #include <mutex>
@@ -35,6 +36,13 @@ class FakeAgent {
     void refuse(int code) const {
       const Json error = {{"code", code}, {"message", "refused"}};
       raw(Json{{"jsonrpc", "2.0"}, {"id", id_}, {"error", error}}.dump() + "\n");
+    }
+    void interruptClient() const {
+      ucred client{};
+      socklen_t size = sizeof client;
+      if (getsockopt(socket_, SOL_SOCKET, SO_PEERCRED, &client, &size) == 0 && client.pid > 0) {
+        kill(client.pid, SIGINT);
+      }
     }
     void hangUp() const { shutdown(socket_, SHUT_RDWR); }
 
