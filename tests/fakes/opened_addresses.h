@@ -1,9 +1,5 @@
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "platform/workspace.h"
 
 namespace revwarden {

@@ -23,10 +23,6 @@ CHUNK = 512 * SECTOR
 COPY, ZLIB, BZIP2, END = 0x00000001, 0x80000005, 0x80000006, 0xFFFFFFFF
 
 
-def make_zip(folder, out):
-    subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=folder, check=True)
-
-
 def make_iso(folder, out, *more):
     name = os.path.basename(os.path.abspath(folder))
     subprocess.run(["xorriso", "-report_about", "WARNING", "-as", "mkisofs", "-quiet", "-R", *more,
@@ -94,7 +90,7 @@ def make_dmg(folders, out):
 def main(kind, *paths):
     *folders, out = paths
     if kind == "zip":
-        make_zip(folders[0], out)
+        subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=folders[0], check=True)
     elif kind == "iso":
         make_iso(folders[0], out)
     elif kind == "hfs":
