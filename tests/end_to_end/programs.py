@@ -126,10 +126,10 @@ class World:
         arguments = ("--listen", "127.0.0.1:0", "--catalogue", self.path("offers"))
         return self.start("revwarden-service", *arguments).stdout.readline().decode()[20:].strip()
 
-    def start_agent(self, service="127.0.0.1:1"):
+    def start_agent(self, service="127.0.0.1:1", *more):
         """Answers the agent and a client, once it serves."""
         agent = self.start("revwarden-agent", "--applications", self.path("apps"), "--service",
-                           service, "--event-log", self.path("events"))
+                           service, "--event-log", self.path("events"), *more)
         for _ in range(int(2000 * PATIENCE)):
             with contextlib.suppress(OSError):
                 return agent, Client(self.socket)
