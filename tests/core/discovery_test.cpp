@@ -35,7 +35,7 @@ TEST_F(AgentTest, AnEventComesWhenItsStateIsThere) {
   world.disk.install(kA, "1.0");
   start();
   std::vector<std::string> seen;
-  events->onEvent = [&](const std::string& name) {
+  events->onEvent = [&](const std::string& name, const std::vector<Dictionary>&) {
     const Array items = storedItems();
     const Dictionary* item = items[0].as<Dictionary>();
     seen.push_back(name + (agent->updateIsInProgress() ? " busy " : " idle ") +

@@ -42,7 +42,7 @@ struct EventRecorder final : KQRWAgentDelegate {
   void openRevwarden() override { add("open"); }
 
   void add(std::string name, std::vector<Dictionary> items = {}) {
-    if (onEvent) onEvent(name);
+    if (onEvent) onEvent(name, items);
     const std::lock_guard lock(mutex);
     events.push_back({std::move(name), loop.isMainThread(), std::move(items)});
   }
@@ -61,7 +61,8 @@ struct EventRecorder final : KQRWAgentDelegate {
   }
 
   const RunLoop& loop;
-  std::function<void(const std::string&)> onEvent;  // set it while no pass runs
+  // Set it while no pass runs.
+  std::function<void(const std::string&, const std::vector<Dictionary>&)> onEvent;
   std::mutex mutex;
   std::vector<Event> events;
 };

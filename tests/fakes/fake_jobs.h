@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <map>
@@ -23,104 +23,98 @@
 
 namespace revwarden {
 
-/// What update jobs did to the world, one line each, in the order it happened on all threads.
+/// What was done, one line each, in the order it happened on all threads. Lines with a certain
+/// beginning can be held, or fail.
 class Journal {
  public:
   explicit Journal(RunLoop& loop) : loop_(loop) {}
 
-  /// Adds a line and lets it pass; whether what it tells succeeds.
-  bool add(const std::string& line) {
+  /// Adds a line of these words and lets it pass; whether what it tells succeeds.
+  template <typename... Words>
+  bool add(const Words&... words) {
+    std::string line;
+    ((line += line.empty() || std::string_view(words).empty() ? "" : " ", line += words), ...);
     {
       const std::lock_guard lock(mutex_);
-      lines_.push_back(prefix ? prefix() + line : line);
+      lines_ += (prefix ? prefix() + line : line) + "\n";
     }
     pass(line);
-    return std::none_of(failing.begin(), failing.end(),
-                        [&](const std::string& beginning) { return line.starts_with(beginning); });
+    return failing.empty() || !line.starts_with(failing);
   }
-  /// Waits here when lines with this beginning are held.
+  /// Waits here while such lines are held.
   void pass(const std::string& line) {
+    if (onPass) onPass(line);
     std::unique_lock lock(mutex_);
     if (held_.empty() || !line.starts_with(held_)) return;
-    ++waiting_;
+    ++waiting;
     loop_.post([] {});
     changed_.wait(lock, [&] { return held_.empty(); });
   }
   void hold(const std::string& beginning) {
     const std::lock_guard lock(mutex_);
     held_ = beginning;
-    waiting_ = 0;
-  }
-  void release() {
-    hold("");
+    waiting = 0;
     changed_.notify_all();
   }
-  int waiting() const {
-    const std::lock_guard lock(mutex_);
-    return waiting_;
-  }
-  /// The lines so far, which are then forgotten.
-  std::vector<std::string> take() {
+  void release() { hold(""); }
+  /// The lines so far, each with its line break, which are then forgotten.
+  std::string take() {
     const std::lock_guard lock(mutex_);
     return std::exchange(lines_, {});
   }
-  const char* thread() const { return loop_.isMainThread() ? "" : " (in the background)"; }
+  /// A word for lines that tell their thread.
+  const char* thread() const { return loop_.isMainThread() ? "" : "(in the background)"; }
 
-  std::vector<std::string> failing;     // beginnings of the lines that fail
+  std::atomic<int> waiting = 0;         // threads that are held
+  std::string failing;                  // the beginning
   std::function<std::string()> prefix;  // put before every line
+  std::function<void(const std::string&)> onPass;
 
  private:
   RunLoop& loop_;
   mutable std::mutex mutex_;
   std::condition_variable changed_;
-  std::vector<std::string> lines_;
-  std::string held_;
-  int waiting_ = 0;
+  std::string lines_, held_;
 };
 
-/// The network: at each address the turns that its download takes.
+/// The network. Each turn of a download can be held: "begin ADDRESS", "response", "name", "data",
+/// "end".
 struct FakeDownloads final : URLDownloads {
-  using Turn = std::function<void(URLDownloadDelegate&)>;
+  struct File {
+    std::string type = "application/octet-stream";
+    std::optional<std::string> name = "U.zip";
+    int64_t length = 10;
+    std::vector<int64_t> pieces = {10};
+    std::optional<URLDownloadError> error;  // in place of the end
+  };
+  struct Running final : URLDownload {
+    Running(const File& what, URLDownloadDelegate& who, Journal& book)
+        : file(what), job(who), journal(book) {}
+    bool runOneTurn() override {
+      const size_t turn = next++, end = 2 + file.pieces.size();
+      if (turn > end) return false;
+      journal.pass(turn == end ? "end" : turn > 1 ? "data" : turn == 1 ? "name" : "response");
+      if (turn == 0) job.download_didReceiveResponse(file.type, file.length);
+      if (turn == 1) job.download_decideDestinationWithSuggestedFilename(file.name);
+      if (turn > 1 && turn < end) job.download_didReceiveDataOfLength(file.pieces[turn - 2]);
+      if (turn == end && file.error) job.download_didFailWithError(*file.error);
+      if (turn == end && !file.error) job.downloadDidFinish();
+      return true;
+    }
+    const File file;
+    URLDownloadDelegate& job;
+    Journal& journal;
+    size_t next = 0;
+  };
 
-  static Turn response(std::string type, int64_t length = -1) {
-    return [=](URLDownloadDelegate& job) { job.download_didReceiveResponse(type, length); };
-  }
-  static Turn destination(std::optional<std::string> name) {
-    return [=](URLDownloadDelegate& job) {
-      job.download_decideDestinationWithSuggestedFilename(name);
-    };
-  }
-  static Turn data(int64_t length) {
-    return [=](URLDownloadDelegate& job) { job.download_didReceiveDataOfLength(length); };
-  }
-  static Turn finish() {
-    return [](URLDownloadDelegate& job) { job.downloadDidFinish(); };
-  }
-  static Turn failure(URLDownloadError error) {
-    return [=](URLDownloadDelegate& job) { job.download_didFailWithError(error); };
-  }
-  static std::vector<Turn> file(const std::string& name) {
-    return {response("application/octet-stream", 10), destination(name), data(10), finish()};
-  }
-
+  explicit FakeDownloads(Journal& book) : journal(book) {}
   std::unique_ptr<URLDownload> beginDownload(const std::string& url,
-                                             URLDownloadDelegate& delegate) override {
-    struct Running final : URLDownload {
-      Running(std::vector<Turn> what, URLDownloadDelegate& who)
-          : left(std::move(what)), receiver(who) {}
-      bool runOneTurn() override {
-        if (next == left.size()) return false;
-        left[next++](receiver);
-        return true;
-      }
-      const std::vector<Turn> left;
-      URLDownloadDelegate& receiver;
-      size_t next = 0;
-    };
-    return std::make_unique<Running>(turns[url], delegate);
+                                             URLDownloadDelegate& job) override {
+    journal.pass("begin " + url);
+    return std::make_unique<Running>(files.contains(url) ? files.at(url) : File(), job, journal);
   }
-
-  std::map<std::string, std::vector<Turn>> turns;
+  Journal& journal;
+  std::map<std::string, File> files;  // by address
 };
 
 /// The rest of what update jobs touch. All of it goes into the journal.
@@ -131,24 +125,24 @@ struct FakeMachine final : ChildProcesses,
                            AppleScripts,
                            KQHelperManager,
                            HostJobSupport {
+  using Error = std::optional<std::string>;
+
   explicit FakeMachine(Journal& book) : journal(book) {}
 
-  // Programs: "unzip" knows the archives; "hdiutil" the images, which it mounts at one place while
-  // hidden and at another one where the user sees them.
+  // "unzip" knows the archives; "hdiutil" the images, which it mounts at one place while hidden and
+  // at another where the user sees them.
   std::optional<Result> run(const ChildProcess& child) override {
     std::string line = child.program;
     for (const std::string& argument : child.arguments) line += " " + argument;
     for (const auto& [name, value] :
          child.environment.value_or(std::map<std::string, std::string>()))
       line += " " + name + "=" + value;
-    if (child.input) line += " < " + *child.input;
-    if (child.collectsOutput) line += " > collected";
-    journal.add(line);
-    const std::string& file = child.arguments[1 + (child.program == "/usr/bin/unzip")];
-    if (child.program == "/usr/bin/unzip") return Result{archives.contains(file) ? 0 : 9, ""};
-    if (child.arguments[0] != "attach" || !images.contains(file)) return std::nullopt;
-    const bool hidden = line.find(" -nobrowse ") != line.npos;
-    return Result{1, hidden ? "/Volumes/hidden" : "/Volumes/seen"};
+    journal.add(line, child.input ? "< " + *child.input : "", child.collectsOutput ? "> read" : "");
+    if (child.program == "/usr/bin/unzip") {
+      return Result{archives.contains(child.arguments[2]) ? 0 : 9, ""};
+    }
+    if (child.arguments[0] != "attach" || !images.contains(child.arguments[1])) return std::nullopt;
+    return Result{1, child.arguments[3] == "-nobrowse" ? "/Volumes/hidden" : "/Volumes/seen"};
   }
   std::optional<Value> propertyListFromData(std::string_view bytes) const override {
     return Dictionary{{"system-entities", Array({Dictionary{{"dev-entry", "/dev/disk9"}},
@@ -163,68 +157,55 @@ struct FakeMachine final : ChildProcesses,
     const auto found = folders.find(path);
     return found == folders.end() ? std::vector<std::string>() : found->second;
   }
-  bool removeItemAtPath(std::string_view path) override {
-    return journal.add("remove " + std::string(path));
-  }
-  bool moveItemAtPathToTrash(std::string_view path) override {
-    return journal.add("trash " + std::string(path));
-  }
-  std::optional<std::string> copyDirectoryAtPath_toPath(std::string_view source,
-                                                        std::string_view destination) override {
-    return errorUnless(
-        journal.add("copy " + std::string(source) + " to " + std::string(destination)));
+  bool removeItemAtPath(std::string_view path) override { return journal.add("remove", path); }
+  bool moveItemAtPathToTrash(std::string_view path) override { return journal.add("trash", path); }
+  Error copyDirectoryAtPath_toPath(std::string_view from, std::string_view to) override {
+    return errorUnless(journal.add("copy", from, "to", to));
   }
 
-  bool openURL(std::string_view url) override { return journal.add("open " + std::string(url)); }
+  bool openURL(std::string_view url) override { return journal.add("open", url); }
   bool selectFile_inFileViewerRootedAtPath(std::string_view path, std::string_view root) override {
-    return journal.add("select " + std::string(path) + " in " + std::string(root));
+    return journal.add("select", path, "in", root);
   }
   std::vector<std::string> launchedApplicationPaths() override { return running; }
-  std::optional<std::string> executeSource(std::string_view source) override {
-    return errorUnless(journal.add("script " + std::string(source) + journal.thread()));
+  Error executeSource(std::string_view source) override {
+    return errorUnless(journal.add("script", source, journal.thread()));
   }
 
   struct RootTask final : KQHelperTask {
     explicit RootTask(Journal& book) : journal(book) {}
-    std::optional<std::string> moveItemAtPathToTrash(std::string_view path) override {
-      return errorUnless(journal.add("root trash " + std::string(path)));
+    Error moveItemAtPathToTrash(std::string_view path) override {
+      return errorUnless(journal.add("root trash", path));
     }
-    std::optional<std::string> performCopyItemAtPath_toPath(std::string_view source,
-                                                            std::string_view target) override {
-      return errorUnless(
-          journal.add("root copy " + std::string(source) + " to " + std::string(target)));
+    Error performCopyItemAtPath_toPath(std::string_view from, std::string_view to) override {
+      return errorUnless(journal.add("root copy", from, "to", to));
     }
-    std::optional<std::string> performAction_withArguments(
-        std::string_view action, const std::map<std::string, std::string>& arguments) override {
-      std::string line = "root " + std::string(action);
-      for (const auto& [name, value] : arguments) line += " " + name + "=" + value;
-      return errorUnless(journal.add(line));
+    Error performAction_withArguments(std::string_view action,
+                                      const std::map<std::string, std::string>& named) override {
+      return errorUnless(journal.add("root", action, named.at("SCRIPT"), named.at("PKG_PATH")));
     }
     void stop() override { journal.add("root stop"); }
     Journal& journal;
   };
   std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) override {
-    if (!journal.add("prompt " + std::string(prompt))) return nullptr;
-    return std::make_shared<RootTask>(journal);
+    return journal.add("prompt", prompt) ? std::make_shared<RootTask>(journal) : nullptr;
   }
 
-  void activateHostApp() override {
-    journal.add("activate the product" + std::string(journal.thread()));
-  }
-  std::shared_ptr<NotificationTarget> notificationTarget() override { return hostTarget; }
+  struct Uninstaller final : KQUninstallerAgent {
+    explicit Uninstaller(Journal& book) : journal(book) {}
+    void addSilentRemoveBundleID(std::string_view id) override {
+      journal.add("expect removal of", id, journal.thread());
+    }
+    Journal& journal;
+  };
   std::shared_ptr<KQUninstallerAgent> instanceWithClassName(std::string_view name) override {
-    struct Uninstaller final : KQUninstallerAgent {
-      explicit Uninstaller(Journal& book) : journal(book) {}
-      void addSilentRemoveBundleID(std::string_view id) override {
-        journal.add("expect removal of " + std::string(id) + journal.thread());
-      }
-      Journal& journal;
-    };
-    return name == "KQUninstallerAgent" && hasUninstaller ? std::make_shared<Uninstaller>(journal)
-                                                          : nullptr;
+    if (name != "KQUninstallerAgent" || !hasUninstaller) return nullptr;
+    return std::make_shared<Uninstaller>(journal);
   }
+  void activateHostApp() override { journal.add("activate the product", journal.thread()); }
+  std::shared_ptr<NotificationTarget> notificationTarget() override { return hostTarget; }
 
-  static std::optional<std::string> errorUnless(bool success) {
+  static Error errorUnless(bool success) {
     return success ? std::nullopt : std::optional<std::string>("it failed");
   }
 

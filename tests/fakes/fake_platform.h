@@ -236,7 +236,7 @@ struct FakePlatform {
   FakeService service;
   FakeHost host;
   Journal journal{loop};
-  FakeDownloads downloads;
+  FakeDownloads downloads{journal};
   FakeMachine machine{journal};
   Platform platform{.mainLoop = loop,
                     .threads = threads,

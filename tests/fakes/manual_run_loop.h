@@ -148,16 +148,17 @@ inline std::unique_ptr<Timer> ManualRunLoop::addTimer(Date fireDate, std::functi
 /// Real detached threads whose ends a test can wait for.
 class CountedThreads final : public Threads {
  public:
-  /// Serves the main thread's calls, but no timer, until every thread has ended.
+  /// Serves the main thread's calls, but no timer, until every thread has ended, those too that the
+  /// calls started.
   void waitForAll(ManualRunLoop& loop) {
-    std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, std::chrono::milliseconds(1), [&] { return running_ == 0; })) {
-      lock.unlock();
+    const auto allEnded = [this] {
+      std::unique_lock lock(mutex_);
+      return ended_.wait_for(lock, std::chrono::milliseconds(1), [&] { return running_ == 0; });
+    };
+    do {
+      while (!allEnded()) loop.drain();
       loop.drain();
-      lock.lock();
-    }
-    lock.unlock();
-    loop.drain();
+    } while (!allEnded());
   }
 
   bool detachNewThread(std::function<void()> body) override {

@@ -1,0 +1,153 @@
+#include "tests/core/job_fixture.h"
+
+namespace revwarden {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(JobActionTest, ReadsAsASimpleCode) {
+  std::string codes;
+  for (int64_t action = -1; action <= 13; ++action) {
+    codes += std::to_string(static_cast<int64_t>(simpleAction(static_cast<JobAction>(action))));
+  }
+  EXPECT_EQ(codes, "001542433334450");
+}
+
+TEST_F(JobTest, EndsAtOnceWhenNothingIsToBeDownloaded) {
+  world.threads.refuse = true;
+  make("manual", " \xC2\xA0\r\nhttp://x/U\n ");
+  EXPECT_EQ(run(), "1 open http://x/U\n3 success\n");
+  EXPECT_EQ(statuses, std::vector(2, SimpleAction::done)) << "read when the main thread gets to it";
+  journal.failing = "open";
+  make("manual");
+  EXPECT_EQ(run(), "1 open http://x/U\n3 success\n") << "sent to the browser, which is all";
+  make("manual", "http://x/a b");
+  EXPECT_EQ(run(), "3 success\n");
+  for (const char* link : {"", " \n", "http://x/a b", "http://x/\xC3\xA4", "http://x/<a>"}) {
+    make("auto", link);
+    EXPECT_EQ(run(), "12 failure\n") << link;
+  }
+  for (const char* missing :
+       {"", kKQRWApplicationNameKey, kKQRWApplicationPathKey, kKQRWIDownloadLinkKey}) {
+    world.threads.refuse = !*missing;
+    make("auto", kLink, missing);
+    EXPECT_EQ(run(), "12 failure\n") << missing;
+  }
+}
+
+TEST_F(JobTest, DownloadsToWhereTheMethodAsksFor) {
+  const std::tuple<const char*, std::optional<std::string>, const char*> cases[] = {
+      {"auto", "U.bin", "/tmp/U.bin"},
+      {"auto", std::nullopt, "/tmp/A.dat"},
+      {"Auto", "U.bin", "/home/u/Downloads/U.bin"},
+      {"downloadOnly", std::nullopt, "/home/u/Downloads/A.dat"}};
+  for (const auto& [method, name, path] : cases) {
+    file.name = name;
+    make(method, kLink, *method == 'a' ? kKQRWIUpdateMethodKey : "");
+    run();
+    EXPECT_EQ(job->downloadPath(), path);
+    if (*method == 'A') world.machine.downloads.clear();  // then it is the home folder's
+  }
+}
+
+TEST_F(JobTest, JudgesContentByItsTypeAsItIsSpelled) {
+  for (const char* type : {"application/x-zip-compressed", "application/octet-stream",
+                           "application/x-apple-diskimage"}) {
+    file.type = type;
+    make();
+    EXPECT_TRUE(run().starts_with("6 /usr/bin/unzip")) << type;
+  }
+  const std::string opened =
+      "1 log [RWInstaller] Invalid content. Open target URL in browser.\n1 open http://x/U\n";
+  for (const char* type : {"text/html", "application/ZIP", "application/octet-stream2", ""}) {
+    file.type = type;
+    make();
+    EXPECT_EQ(run(), opened + "3 success\n") << type;
+    EXPECT_FALSE(job->downloadPath()) << "nothing more is waited for";
+  }
+  journal.failing = "open";
+  make();
+  EXPECT_EQ(run(), opened +
+                       "12 failure\n"
+                       "12 log [RWInstaller] failed to open http://x/U in browser\n");
+}
+
+TEST_F(JobTest, ReportsProgressAtMostEvery40Milliseconds) {
+  file.length = -1;
+  file.pieces = {1, 2, 4, 8};
+  journal.onPass = [this](const std::string& line) {
+    if (line == "data") world.clock.advance(0.03);
+  };
+  make();
+  run();
+  EXPECT_EQ(statuses.size(), 9u) << "two pieces and the actions 1, 4, 5, 6, 7, 8 and 12";
+  EXPECT_EQ(job->receivedBytes(), 15);
+  EXPECT_EQ(job->totalBytes(), -1);
+}
+
+TEST_F(JobTest, AFailedDownloadReadsAsNoConnectionHoweverFarItCame) {
+  const std::pair<URLDownloadError, std::string> cases[] = {
+      {{"cut", "it was cut"}, "cut"},
+      {{std::nullopt, "it was cut"}, "it was cut"},
+      {{}, "Unexpected error"}};
+  for (const auto& [error, reason] : cases) {
+    file.error = error;
+    make();
+    EXPECT_EQ(run(),
+              "2 notice Could not establish a connection to the server. Updating failed "
+              "with error: " +
+                  reason + ". (in the background)\n2 interrupted\n");
+    EXPECT_FALSE(job->downloadPath());
+    EXPECT_EQ(job->totalBytes() + job->receivedBytes(), 0);
+  }
+}
+
+TEST_F(JobTest, CancellingADownloadEndsTheJobAtOnce) {
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"begin", "1 failure\n", false},  // forgotten by the loop, but not by the response
+      {"response", "1 failure\n", false},
+      {"data", "4 failure\n", false},
+      {"end", "4 failure\n", false},
+      {"end", "4 failure\n", true}};  // what breaks later is told all the same
+  for (const auto& [heldAt, end, breaks] : cases) {
+    if (breaks) file.error.emplace();
+    make();
+    startAndHoldAt(heldAt);
+    job->cancel();
+    EXPECT_EQ(linesAfterStart(), end) << heldAt;
+    EXPECT_EQ(job->totalBytes(), 0);
+    EXPECT_FALSE(job->downloadPath());
+    EXPECT_EQ(job->simpleCurrentAction(), SimpleAction::failed);
+    journal.release();
+    world.threads.waitForAll(world.loop);
+    EXPECT_EQ(journal.take().ends_with("interrupted\n"), breaks);
+  }
+}
+
+TEST_F(JobTest, CancellingAnInstallationServesTheLoopUntilItsEndIsReported) {
+  file.name = "U.dmg";
+  world.machine.images = {"/tmp/U.dmg"};
+  world.machine.folders["/Volumes/hidden"] = {"A.app"};
+  world.disk.install("/Volumes/hidden/A.app", "2.0");
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"/usr/bin/unzip", "remove", "attach"},
+      {"/usr/bin/hdiutil", "attach", "removal"},
+      {"list /Volumes", "copy", "detach"},  // needs the main thread, which waits for it
+      {"copy", "copy", "detach"}};
+  for (const auto& [heldAt, done, undone] : cases) {
+    make();
+    startAndHoldAt(heldAt);
+    const auto timer = world.loop.addTimer(world.clock.now(), [this] { journal.add("timer"); });
+    world.loop.post([this] { journal.release(); });
+    job->cancel();
+    const std::string lines = linesAfterStart();
+    EXPECT_THAT(lines, testing::AllOf(HasSubstr("timer"), HasSubstr(done), Not(HasSubstr(undone))));
+    EXPECT_TRUE(lines.ends_with("failure\n")) << heldAt;
+    world.threads.waitForAll(world.loop);
+    EXPECT_EQ(journal.take(), "") << "reported once, without a notice";
+  }
+}
+
+}  // namespace
+}  // namespace revwarden

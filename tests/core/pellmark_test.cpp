@@ -1,0 +1,76 @@
+#include "queue/kqrw_pellmark_updater.h"
+
+#include "tests/core/job_fixture.h"
+
+namespace revwarden {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr char kRelaunch[] =
+    "10 notice Pellmark updated successfully! Would you like to relaunch it?\n10 success\n";
+constexpr char kLaunch[] =
+    "10 notice Pellmark updated successfully! Would you like to launch it?\n10 success\n";
+
+class PellmarkTest : public JobTest {
+ protected:
+  PellmarkTest() {
+    world.machine.archives = {"/tmp/U.zip", "/home/u/Downloads/U.zip"};
+    world.machine.folders["/tmp/U.unpacked"] = {"A.app"};
+    world.disk.install("/tmp/U.unpacked/A.app", "2.0");
+    make<KQRWPellmarkUpdater>();
+  }
+  std::string press() {
+    const HostNotification notice = world.host.shown.back();
+    notice.target->performAction("somethingElse");
+    notice.target->performAction(*notice.button1Action);
+    world.threads.waitForAll(world.loop);
+    return journal.take();
+  }
+};
+
+TEST_F(PellmarkTest, OffersToRelaunchARunningProduct) {
+  world.machine.running = {"/Volumes/X/Pellmark.app", "/Applications/Pellmark.app"};
+  EXPECT_THAT(run(), HasSubstr(kRelaunch)) << "before the end is told";
+  journal.prefix = nullptr;
+  job = nullptr;  // the offer keeps it
+  const std::string script = "script tell application \"Pellmark\" to quit (in the background)\n";
+  EXPECT_EQ(press(), script + "activate the product (in the background)\n");
+  journal.failing = "script";
+  EXPECT_EQ(press(), script + "log Could not shut down Pellmark: it failed\n");
+}
+
+TEST_F(PellmarkTest, OffersToLaunchWhateverHappenedButAFailure) {
+  world.machine.running = {"/Volumes/X/Pellmark.app"};
+  EXPECT_THAT(run(), HasSubstr(kLaunch));
+  EXPECT_EQ(world.host.shown.back().button1Action, "activateHostApp");
+  make<KQRWPellmarkUpdater>("downloadAndMount");
+  EXPECT_THAT(run(), HasSubstr(std::string("10 success\n") + kLaunch));
+  make<KQRWPellmarkUpdater>();
+  startAndHoldAt("/usr/bin/unzip");
+  world.loop.post([this] { journal.release(); });
+  job->cancel();
+  EXPECT_THAT(linesAfterStart(), HasSubstr("Would you like to launch it?\n6 failure\n"));
+  make<KQRWPellmarkUpdater>();
+  journal.failing = "copy";
+  EXPECT_THAT(run(), testing::Not(HasSubstr("Would you")));
+}
+
+TEST_F(AgentTest, TheFirstRecordAtTheProductsPathIsUpdatedByTheJobThatOffers) {
+  const Dictionary offer = {{kKQRWIDownloadLinkKey, "http://x/U"},
+                            {kKQRWIUpdateMethodKey, "downloadOnly"}};
+  const auto item = [&](const char* id) {
+    return record(id, *world.host.productPath).with(kKQRWAvailableVersionInfoKey, offer);
+  };
+  store({record("other", "/Applications/A.app"), item("first"), item("second")});
+  createWithoutRefresh();
+  events->takeNames();
+  agent->startUpdatePellmark();
+  EXPECT_EQ(agent->installerQueueCount(), 1);
+  EXPECT_EQ(textAt(events->events[1].items[0], kKQRWIDKey), "first");
+  world.threads.waitForAll(world.loop);
+  EXPECT_EQ(world.host.shown.size(), 1u);
+}
+
+}  // namespace
+}  // namespace revwarden

@@ -1,0 +1,207 @@
+#include "queue/install_queue.h"
+
+#include "tests/core/agent_fixture.h"
+
+namespace revwarden {
+namespace {
+
+using testing::HasSubstr;
+
+/// An agent whose journal also holds log lines, notices and events, these with the ids of their
+/// records ("+" when in the queue). Of background passes it holds the beginnings.
+class QueueTest : public AgentTest {
+ protected:
+  using Ids = std::vector<std::string>;
+
+  QueueTest() {
+    world.log.onLine = [this](const std::string& line) { journal.add(line); };
+    world.host.onShow = [this](const HostNotification& notice) { journal.add(*notice.text); };
+    events->onEvent = [this](const std::string& name, const std::vector<Dictionary>& items) {
+      if (name == "job status") return static_cast<void>(++statuses);
+      if (name == "change" || name == "finish") return;
+      std::string line = name;
+      for (const Dictionary& item : items) {
+        line +=
+            " " + textAt(item, kKQRWIDKey) + (item.boolFor(kKQRWInstallerIsInQueueKey) ? "+" : "-");
+      }
+      journal.add(line);
+    };
+  }
+  /// Catalogues applications with these names, which are their ids too, and methods. A "manual" job
+  /// ends within its start; others download a file.
+  void catalogue(const std::vector<std::pair<std::string, std::string>>& namesAndMethods) {
+    std::vector<Value> items;
+    for (const auto& [name, method] : namesAndMethods) {
+      const std::string path = "/Applications/" + name + ".app", link = "http://x/" + name;
+      const Dictionary offer = {{kKQRWIDownloadLinkKey, link}, {kKQRWIUpdateMethodKey, method}};
+      world.disk.install(path, "1.0");
+      items.emplace_back(record(name, path)
+                             .with(kKQRWAvailableVersionInfoKey, offer)
+                             .with(kKQRWNotifiedVersionKey, "2.0"));
+    }
+    store(std::move(items), {{"lastFireDate", world.clock.now()}});
+    createWithoutRefresh();
+    journal.take();
+  }
+  std::string update(const Ids& ids) {
+    agent->startUpdateItemWithIDs(ids);
+    return journal.take();
+  }
+  std::string cancel(const Ids& ids) {
+    agent->cancelUpdateItemWithIDs(ids);
+    return journal.take();
+  }
+  std::string updateAndHoldAt(const std::string& line, const Ids& ids, int threads = 1) {
+    journal.hold(line);
+    agent->startUpdateItemWithIDs(ids);
+    EXPECT_TRUE(world.loop.runUntil([&] { return journal.waiting == threads; })) << line;
+    return journal.take();
+  }
+  std::string finishJobs() {
+    journal.release();
+    world.threads.waitForAll(world.loop);
+    return journal.take();
+  }
+  Dictionary item(const char* id) { return *agent->itemSnapshotWithID(id); }
+
+  Journal& journal = world.journal;
+  int statuses = 0;
+  const std::string skip = "log updateInfoForItemsWithIDs: update is already in progress. Skip.\n";
+  const std::string updatedA = "KQLog A was updated from 1.0 to 2.0 version successfully.\n";
+  const std::string updatedB = "KQLog B was updated from 1.0 to 2.0 version successfully.\n";
+  const std::string failedA = "KQLog Update of A from 1.0 to 2.0 version was failed.\n";
+  const std::string prompt =
+      "prompt Pellmark requires administrator privileges to perform update.\n";
+};
+
+TEST_F(QueueTest, JobsThatEndWithinTheirStartAreToldInCatalogueOrderBeforeTheRequest) {
+  catalogue({{"A", "manual"}, {"B", "manual"}});
+  EXPECT_EQ(update({"B", "A", "A", "unknown"}),
+            "queue start\njob start A+\nopen http://x/A\nstatus A-\njob stop A-\nqueue stop\n"
+            "start\n" +
+                updatedA +
+                "queue start\njob start B+\nopen http://x/B\nstatus B-\njob stop B-\nqueue stop\n" +
+                skip + updatedB + "status A+ B+\n");
+  EXPECT_EQ(statuses, 0);
+  finishJobs();
+  EXPECT_EQ(statuses, 4) << "late, but told and stored";
+  EXPECT_EQ(item("A").integerFor(kKQRWInstallerCurrentActionKey), 4);
+  EXPECT_FALSE(item("A").boolFor(kKQRWInstallerIsInQueueKey));
+  EXPECT_EQ(agent->totalUpdatesCount(), 2) << "a page in the browser counts";
+  EXPECT_EQ(update({}), "status\n");
+}
+
+TEST_F(QueueTest, TheNextJobIsTakenCareOfBeforeTheEndOfTheLastOneIs) {
+  catalogue({{"A", "auto"}, {"B", "manual"}, {"C", "manual"}});
+  EXPECT_EQ(updateAndHoldAt("begin http://x/A", {"A", "B", "C"}),
+            "queue start\njob start A+\nstatus A+ B+ C+\n");
+  EXPECT_EQ(agent->installerQueueCount(), 3);
+  EXPECT_EQ(update({"A", "B"}), "status\n");
+  EXPECT_EQ(cancel({"C"}), "status C-\n") << "its record alone hears of it";
+  EXPECT_EQ(cancel({"A", "C"}),
+            "status A-\njob stop A-\njob start B+\nopen http://x/B\nstatus B-\njob stop B-\n"
+            "queue stop\nstart\n" +
+                updatedB + skip + failedA + "status A-\n");
+  EXPECT_EQ(agent->totalUpdatesCount(), 1);
+  finishJobs();
+}
+
+TEST_F(QueueTest, CancellingGoesFromTheLastJobToTheFirstAndMayBeNested) {
+  catalogue({{"A", "auto"}, {"B", "manual"}, {"C", "manual"}});
+  world.disk.unmovable = {"/Applications/C.app"};
+  updateAndHoldAt("/usr/bin/unzip", {"A", "B", "C"});
+  // Served while the first job ends its step.
+  world.loop.post([this] { agent->cancelUpdateItemWithIDs({"B", "A"}); });
+  world.loop.post([this] { journal.release(); });
+  EXPECT_EQ(cancel({"A", "unknown", "C"}),
+            "remove /tmp/U.unpacked\nstatus A-\njob stop A-\nqueue stop\nroot stop\nstart\n" +
+                failedA + "status B- A-\nstatus C- A-\n");
+  EXPECT_EQ(agent->totalUpdatesCount() + agent->installerQueueCount(), 0);
+}
+
+TEST_F(QueueTest, AFailedDownloadDropsEveryJobAndKeepsTheRights) {
+  catalogue({{"A", "auto"}, {"B", "manual"}, {"C", "auto"}});
+  world.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
+  world.downloads.files["http://x/A"].error.emplace();
+  EXPECT_EQ(updateAndHoldAt("response", {"A", "B", "C"}),
+            prompt + "queue start\njob start A+\nstatus A+ B+ C+\n");
+  EXPECT_EQ(finishJobs(),
+            "Could not establish a connection to the server. Updating failed with error: "
+            "Unexpected error.\nlog !!!!! QUEUE INTERRUPTED !!!!!!\nstatus A- B- C-\nqueue stop\n"
+            "start\n");
+  EXPECT_EQ(agent->totalUpdatesCount(), 0);
+  EXPECT_EQ(update({"B"}),
+            "queue start\njob start B+\nopen http://x/B\nstatus B-\njob stop B-\nqueue stop\n"
+            "root stop\nstart\n" +
+                updatedB + "status B+\n");
+  finishJobs();
+  EXPECT_TRUE(update({"B"}).starts_with(prompt)) << "the rights of a finished run are gone";
+  finishJobs();
+
+  updateAndHoldAt("end", {"A", "C"});
+  cancel({"A"});
+  EXPECT_THAT(finishJobs(), HasSubstr("INTERRUPTED !!!!!!\nstatus C-\nqueue stop\n"))
+      << "by a job that is over";
+}
+
+TEST_F(QueueTest, AUserWhoRefusesIsAskedOnceInARequest) {
+  catalogue({{"A", "manual"}, {"B", "manual"}, {"C", "manual"}});
+  world.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
+  journal.failing = "prompt";
+  EXPECT_THAT(update({"A", "B", "C"}), testing::StartsWith(prompt + "queue start\njob start C+\n"));
+  EXPECT_EQ(events->events.back().items.size(), 1u);
+  EXPECT_EQ(update({"A", "B"}), prompt + "status\n");
+  const std::pair<const char*, bool> links[] = {{"http://x/a.mPkg", true},
+                                                {"http://x/a.pkg?x=1", false},
+                                                {"http://x/a.pkg\n", false},
+                                                {"http://x/pkg", false}};
+  for (const auto& [link, isPackage] : links) {
+    const Dictionary offer = {{kKQRWIDownloadLinkKey, link}};
+    EXPECT_EQ(itemNeedToBeUpdatedThroughPkgFile({{kKQRWAvailableVersionInfoKey, offer}}),
+              isPackage);
+  }
+}
+
+TEST_F(QueueTest, AnEndReportedTwiceIsHandledTwiceAndStartsTheNextJobTwice) {
+  catalogue({{"A", "downloadAndMount"}, {"B", "auto"}});
+  const std::string lines = updateAndHoldAt("begin http://x/B", {"A", "B"}, 2);
+  const std::string end = "status A-\njob stop A-\njob start B+\n";
+  EXPECT_NE(lines.find(end), lines.rfind(end));
+  EXPECT_NE(lines.find(updatedA), lines.rfind(updatedA));
+  EXPECT_EQ(agent->totalUpdatesCount(), 2);
+  finishJobs();
+  EXPECT_FALSE(agent->installerQueueIsInProgress());
+}
+
+TEST_F(QueueTest, ARecordFollowsItsJobAndThenTheDisk) {
+  catalogue({{"A", "auto"}});
+  world.machine.archives = {"/tmp/U.zip"};
+  world.machine.folders["/tmp/U.unpacked"] = {"A.app"};
+  world.disk.install("/tmp/U.unpacked/A.app", "2.0");
+  updateAndHoldAt("copy", {"A"});
+  EXPECT_EQ(item("A").integerFor(kKQRWInstallerCurrentActionKey), 3);
+  world.disk.install("/Applications/A.app", "2.0");
+  finishJobs();
+  EXPECT_EQ(textAt(item("A"), kKQRWCurrentVersionKey), "2.0");
+  EXPECT_EQ(item("A").integerFor(kKQRWInstallerReceivedBytesKey), 10);
+  EXPECT_EQ(item("A").integerFor(kKQRWInstallerTotalBytesKey), 10);
+  EXPECT_EQ(textAt(item("A"), kKQRWInstallerDownloadPathKey), "/tmp/U.zip");
+  EXPECT_EQ(textAt(item("A"), kKQRWInstallerResourcesPathKey), "/tmp/U.unpacked");
+}
+
+TEST_F(QueueTest, AJobOutlivesItsRecordAndItsAgent) {
+  catalogue({{"A", "downloadOnly"}});
+  updateAndHoldAt("begin", {"A"});
+  world.disk.bundles.erase("/Applications/A.app");
+  agent->startUpdateInfoForItemsWithIDs({"A"});
+  ASSERT_TRUE(world.loop.runUntil([&] { return !agent->itemSnapshotWithID("A"); }));
+  EXPECT_THAT(finishJobs(), HasSubstr("status\nqueue stop\nstart\nKQLog (null) was updated from "
+                                      "(null) to (null) version successfully.\n"));
+  catalogue({{"A", "auto"}});
+  updateAndHoldAt("/usr/bin/unzip", {"A"});
+  agent = nullptr;
+  EXPECT_TRUE(finishJobs().ends_with("Failed to update application A\n"));
+}
+
+}  // namespace
+}  // namespace revwarden
