@@ -223,7 +223,6 @@ void UpdateJobs::didChangeStatus(const Json& records) {
 
 void UpdateJobs::didLeaveQueue(UpdateJob& job) {
   if (interrupting_ && isInQueue(job)) {
-    setIfEmpty(job.reason, lastWarning_);
     endWith(job, job.action == kJobHasFailed ? End::failed : End::interrupted);
   } else if (job.phase == Phase::inQueue) {
     endWith(job, End::cancelled);
@@ -235,8 +234,7 @@ void UpdateJobs::didLeaveQueue(UpdateJob& job) {
 
 void UpdateJobs::didShowNotice(const Json& notice) {
   if (!notice.is_object() || recordText(notice, "icon") != kWarningIcon) return;
-  lastWarning_ = recordText(notice, "text");
-  if (UpdateJob* const job = running()) setIfEmpty(job->reason, lastWarning_);
+  if (UpdateJob* const job = running()) setIfEmpty(job->reason, recordText(notice, "text"));
 }
 
 void UpdateJobs::didOpen(const std::string& address, bool opened) {

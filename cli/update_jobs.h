@@ -101,7 +101,6 @@ class UpdateJobs {
   std::set<std::string> lastChanged_;  // ids of the last change of status
   bool interrupting_ = false;          // the queue is being dropped
   bool rightsRefused_ = false;
-  std::string lastWarning_;  // of the last notice about a failure
 };
 
 }  // namespace revwarden

@@ -67,7 +67,7 @@ UpdateResult plainResult(const UpdateJob& job, const Json& recordNow) {
     case End::cancelled:
       return {false, "cancelled"};
     case End::interrupted:
-      return {false, withReason("dropped, because another job's download failed", job)};
+      return {false, "dropped, because another job's download failed"};
     case End::leftOut:
       return {false, withReason("left out", job)};
     case End::unheard:

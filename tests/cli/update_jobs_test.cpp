@@ -71,7 +71,7 @@ TEST(UpdateJobs, AnInterruptionFailsOneJobAndDropsTheOthers) {
       .hear({jobGoesOn("A", 2), warning("no route"), jobGoesOn("A", 5), queueIsInterrupted(),
              statusChanges({"A", "B"}, false), queueStops()});
   EXPECT_EQ(story.result(0), "-failed: no route");
-  EXPECT_EQ(story.result(1), "-dropped, because another job's download failed: no route");
+  EXPECT_EQ(story.result(1), "-dropped, because another job's download failed");
 
   Story late(outdated("A"));  // the failing download is that of a job cancelled before
   late.requested({jobStarts("A"), statusChanges({"A"}, true)})
