@@ -12,8 +12,9 @@ void holdEndingSignals();
 /// whatever its other threads do: no destructor and no other clean-up runs.
 ///
 /// Before that the thread calls `finish`, then `release`. `finish` may take a little time; when it
-/// takes too long to end within two seconds, `release` is called without waiting for it. Neither
-/// may need another thread. False when the thread cannot be started.
+/// takes too long to end within two seconds, `release` is called without waiting for it, maybe a
+/// second time at the same moment. Neither may need another thread. False when the thread cannot be
+/// started.
 [[nodiscard]] bool endOnSignals(std::function<void()> finish, std::function<void()> release);
 
 }  // namespace revwarden

@@ -75,11 +75,17 @@ int runAgent(int argc, char** argv) {
     surroundings->userDefaults.finishWritesAndClose(kPatience);
     surroundings->events.finishForever(kPatience);
   };
-  if (!endOnSignals(finish, [&claim] { claim->release(); })) {
+  // Once nothing more is told, so that no job seems to fail by the end of its child.
+  const auto release = [&surroundings, &claim] {
+    surroundings->children.endAll();
+    surroundings->helpers.endAll();
+    claim->release();
+  };
+  if (!endOnSignals(finish, release)) {
     return fail("the system has no thread to spare");
   }
   const int status = serve(options, *surroundings, *claim);
-  claim->release();
+  release();
   // The agent's threads may be at work on what a return would destroy.
   ::_exit(status);
 }

@@ -4,7 +4,9 @@
 #include <cstring>
 #include <utility>
 
+#include "host/installation.h"
 #include "host/json_values.h"
+#include "ports/linux/launch_application.h"
 #include "ports/linux/temporary_folder.h"
 
 namespace revwarden {
@@ -14,6 +16,32 @@ void reportExchange(EventLog& events, const ExchangeEnd& end) {
   events.append("updateService",
                 jsonList({jsonText(end.address), jsonText(int64_t{end.status}),
                           jsonText(end.bytesReceived), jsonTextOrNull(end.error)}));
+}
+
+LinuxWorkspace::Reports workspaceReports(EventLog& events) {
+  return {.opened =
+              [&events](std::string_view url, bool opened) {
+                events.append("openURL:", jsonList({jsonText(url), jsonText(opened)}));
+              },
+          .selected =
+              [&events](std::string_view path, std::string_view root, bool selected) {
+                events.append("selectFile:inFileViewerRootedAtPath:",
+                              jsonList({jsonText(path), jsonText(root), jsonText(selected)}));
+              }};
+}
+
+LinuxHelperManager::Reports helperReports(EventLog& events) {
+  return {
+      .asked =
+          [&events](std::string_view prompt, bool granted) {
+            events.append("rootTaskWithPrompt:", jsonList({jsonText(prompt), jsonText(granted)}));
+          },
+      .ended =
+          [&events](std::string_view selector, const Array& arguments,
+                    const std::optional<std::string>& error) {
+            events.append("rootTask", jsonList({jsonText(selector), jsonText(arguments),
+                                                jsonTextOrNull(error)}));
+          }};
 }
 
 }  // namespace
@@ -52,16 +80,40 @@ Surroundings::Surroundings(const Options& options, std::unique_ptr<GLibRunLoop> 
       productInformation(options.service),
       connection([this](const ExchangeEnd& end) { reportExchange(events, end); }),
       wake(LogindWake::create()),
-      host(notices, events, options.hostApp) {
-  if (!options.desktopNotices) return;
+      host(notices, events, options.hostApp, launchApplication),
+      workspace(*mainLoop, threads, workspaceReports(events)),
+      children({options.tools, ownToolsFolder()}, workspace),
+      helpers(options.authorization, ownToolsFolder() + "/revwarden-helper",
+              helperReports(events)) {
+  if (options.notices != NoticePlace::desktop) return;
   desktop = std::make_unique<DesktopNotices>(notices, productInformation.productName());
   notices.setDisplay(desktop.get());
 }
 
 std::shared_ptr<const Platform> Surroundings::platform() {
-  return std::make_shared<const Platform>(
-      Platform{*mainLoop, threads, clock, log, localization, userDefaults, files, bundles, versions,
-               systemInformation, productInformation, xml, connection, *wake, host});
+  return std::make_shared<const Platform>(Platform{*mainLoop,
+                                                   threads,
+                                                   clock,
+                                                   log,
+                                                   localization,
+                                                   userDefaults,
+                                                   files,
+                                                   bundles,
+                                                   versions,
+                                                   systemInformation,
+                                                   productInformation,
+                                                   xml,
+                                                   connection,
+                                                   *wake,
+                                                   host,
+                                                   downloads,
+                                                   children,
+                                                   fileOperations,
+                                                   propertyLists,
+                                                   workspace,
+                                                   scripts,
+                                                   helpers,
+                                                   host});
 }
 
 }  // namespace revwarden

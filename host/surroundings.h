@@ -15,12 +15,19 @@
 #include "ports/linux/english_localization.h"
 #include "ports/linux/file_user_defaults.h"
 #include "ports/linux/glib_run_loop.h"
+#include "ports/linux/helper_manager.h"
 #include "ports/linux/linux_bundles.h"
+#include "ports/linux/linux_child_processes.h"
 #include "ports/linux/linux_file_manager.h"
+#include "ports/linux/linux_file_operations.h"
+#include "ports/linux/linux_property_lists.h"
 #include "ports/linux/linux_system_information.h"
+#include "ports/linux/linux_workspace.h"
 #include "ports/linux/logind_wake.h"
+#include "ports/linux/quit_scripts.h"
 #include "ports/linux/service_product_information.h"
 #include "ports/posix/curl_connection.h"
+#include "ports/posix/curl_downloads.h"
 #include "ports/posix/libxml_documents.h"
 #include "ports/posix/natural_versions.h"
 #include "ports/posix/system_clock.h"
@@ -52,9 +59,16 @@ struct Surroundings {
   LinuxSystemInformation systemInformation;
   ServiceProductInformation productInformation;
   LibxmlDocuments xml;
-  CurlConnection connection;                // depends-on: events
-  const std::unique_ptr<LogindWake> wake;   // depends-on: mainLoop
-  AgentHost host;                           // depends-on: notices, events
+  CurlConnection connection;               // depends-on: events
+  const std::unique_ptr<LogindWake> wake;  // depends-on: mainLoop
+  AgentHost host;                          // depends-on: notices, events
+  CurlDownloads downloads;
+  LinuxWorkspace workspace;      // depends-on: mainLoop, threads, events
+  LinuxChildProcesses children;  // depends-on: workspace
+  LinuxFileOperations fileOperations;
+  LinuxPropertyLists propertyLists;
+  QuitScripts scripts;
+  LinuxHelperManager helpers;               // depends-on: events
   std::unique_ptr<DesktopNotices> desktop;  // depends-on: notices, productInformation, mainLoop
 
  private:
