@@ -6,14 +6,6 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(JobActionTest, ReadsAsASimpleCode) {
-  std::string codes;
-  for (int64_t action = -1; action <= 13; ++action) {
-    codes += std::to_string(static_cast<int64_t>(simpleAction(static_cast<JobAction>(action))));
-  }
-  EXPECT_EQ(codes, "001542433334450");
-}
-
 TEST_F(JobTest, EndsAtOnceWhenNothingIsToBeDownloaded) {
   world.threads.refuse = true;
   make("manual", " \xC2\xA0\r\nhttp://x/U\n ");

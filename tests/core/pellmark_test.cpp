@@ -57,17 +57,15 @@ TEST_F(PellmarkTest, OffersToLaunchWhateverHappenedButAFailure) {
 }
 
 TEST_F(AgentTest, TheFirstRecordAtTheProductsPathIsUpdatedByTheJobThatOffers) {
-  const Dictionary offer = {{kKQRWIDownloadLinkKey, "http://x/U"},
-                            {kKQRWIUpdateMethodKey, "downloadOnly"}};
-  const auto item = [&](const char* id) {
-    return record(id, *world.host.productPath).with(kKQRWAvailableVersionInfoKey, offer);
-  };
-  store({record("other", "/Applications/A.app"), item("first"), item("second")});
+  Dictionary item = record("first", *world.host.productPath);
+  item = item.with(
+      kKQRWAvailableVersionInfoKey,
+      Dictionary{{kKQRWIDownloadLinkKey, "http://x/U"}, {kKQRWIUpdateMethodKey, "downloadOnly"}});
+  store({record("other", "/Applications/A.app"), item, item.with(kKQRWIDKey, "second")});
   createWithoutRefresh();
   events->takeNames();
   agent->startUpdatePellmark();
-  EXPECT_EQ(agent->installerQueueCount(), 1);
-  EXPECT_EQ(textAt(events->events[1].items[0], kKQRWIDKey), "first");
+  EXPECT_EQ(textAt(events->events.back().items.at(0), kKQRWIDKey), "first");
   world.threads.waitForAll(world.loop);
   EXPECT_EQ(world.host.shown.size(), 1u);
 }
