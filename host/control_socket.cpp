@@ -114,9 +114,7 @@ void ControlSocket::run() {
         ::epoll_wait(poll_.get(), events.data(), events.size(), timeoutUntil(deadline));
     for (int i = 0; i < count; ++i) handle(events[i].data.u64, events[i].events);
     deadline.reset();
-    for (Request& request : tend(deadline)) {
-      mainLoop_.post([this, request = std::move(request)] { perform(request); });
-    }
+    for (Request& request : tend(deadline)) performLater(std::move(request));
   }
 }
 
@@ -206,14 +204,33 @@ bool ControlSocket::tend(ClientId id, Client& client, std::vector<Request>& requ
   return true;
 }
 
-void ControlSocket::perform(const Request& request) {
-  const std::optional<std::string> reply = answerer_(request.line);
+void ControlSocket::performLater(Request&& request) {
+  mainLoop_.post([this, request = std::move(request)]() mutable { perform(std::move(request)); });
+}
+
+void ControlSocket::perform(Request request) {
+  if (depth_ == kDeepest) {
+    waiting_.push_back(std::move(request));
+    return;
+  }
+  const std::optional<std::string> reply = answer(request);
   const std::lock_guard lock(mutex_);
   const auto client = clients_.find(request.client);
   if (client == clients_.end()) return;
   client->second.connection.didAnswer(request.line.size());
   if (reply) client->second.connection.queue(std::make_shared<std::string>(*reply + '\n'));
   wake();
+}
+
+std::optional<std::string> ControlSocket::answer(const Request& request) {
+  ++depth_;
+  std::optional<std::string> reply = answerer_(request.line);
+  --depth_;
+  if (!waiting_.empty()) {
+    performLater(std::move(waiting_.front()));
+    waiting_.pop_front();
+  }
+  return reply;
 }
 
 }  // namespace revwarden

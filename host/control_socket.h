@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -23,11 +24,14 @@ class RunLoop;
 /// Serves the clients of the listening socket.
 ///
 /// A thread of its own reads and writes; requests are posted to the main loop, where they run in
-/// the order of their arrival, also in nested turns. What is sent never waits for a client: it is
+/// the order of their arrival, also in nested turns. While `kDeepest` run within each other,
+/// further ones wait: they would exhaust the stack. What is sent never waits for a client: it is
 /// queued, in one order for all of them. The thread sleeps as long as no client does anything and
 /// nothing waits to be sent.
 class ControlSocket {
  public:
+  static constexpr size_t kDeepest = 100;
+
   /// Performs the request of a line and gives the line of the reply, if it has one. Main thread.
   using Answerer = std::function<std::optional<std::string>(std::string_view line)>;
 
@@ -73,7 +77,9 @@ class ControlSocket {
   std::vector<Request> tend(std::optional<Moment>& deadline);
   bool tend(ClientId id, Client& client, std::vector<Request>& requests,
             std::optional<Moment>& deadline);
-  void perform(const Request& request);
+  void perform(Request request);
+  void performLater(Request&& request);
+  std::optional<std::string> answer(const Request& request);
 
   const FileDescriptor listener_;
   const FileDescriptor poll_;
@@ -84,6 +90,8 @@ class ControlSocket {
   const ClientConnection::Limits limits_;
 
   std::optional<Moment> acceptAgainAt_;  // the socket's thread
+  size_t depth_ = 0;                     // main thread: of the requests that run
+  std::deque<Request> waiting_;          // main thread: for one of them to end
 
   std::mutex mutex_;                    // a leaf
   std::map<ClientId, Client> clients_;  // by mutex_

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <deque>
+
 #include "host/json_values.h"
 #include "host/rpc_parameters.h"
 #include "tests/host/host_fixture.h"
@@ -63,6 +65,31 @@ TEST(ControlSocket, RequestsRunInNestedTurns) {
   EXPECT_EQ(one.receive()["id"], 3);
   EXPECT_EQ(one.receive()["id"], 2);
   EXPECT_EQ(one.receive()["id"], 1);
+}
+
+TEST(ControlSocket, RequestsNestOnlySoDeepAndAllAreAnswered) {
+  size_t depth = 0, deepest = 0;
+  bool released = false;
+  Server server([&](Server& made) {
+    made.methods["nest"] = taking<>([&] {
+      deepest = std::max(deepest, ++depth);
+      while (!released) made.loop->runOneTurn(RunLoopMode::defaultMode);
+      return std::to_string(depth--);
+    });
+  });
+  std::deque<RawClient> clients;
+  for (size_t i = 0; i < 2 * ControlSocket::kDeepest; ++i) {
+    if (i % 10 == 0) clients.emplace_back(server.path());
+    clients.back().request("nest");
+  }
+  for (bool full = false; !full;) {
+    server.loop->postAndWait([&] { full = depth >= ControlSocket::kDeepest; });
+  }
+  server.loop->post([&] { released = true; });
+  for (RawClient& client : clients) {
+    for (int i = 0; i < 10; ++i) EXPECT_TRUE(client.receive().contains("result"));
+  }
+  EXPECT_EQ(deepest, ControlSocket::kDeepest);
 }
 
 TEST(ControlSocket, WhatAClientLeftBehindIsDone) {
