@@ -48,9 +48,9 @@ std::optional<PlaceInTrash> PlaceInTrash::reserve(const std::string& origin,
   if (g_mkdir_with_parents(info.c_str(), S_IRWXU) != 0) return std::nullopt;
   const std::string note = noteFor(origin);
   for (int number = 1;; ++number) {
-    const std::string variant = variantOf(name, number);
-    if (exists(files + "/" + variant)) continue;
-    PlaceInTrash place(files + "/" + variant, info + "/" + variant + ".trashinfo");
+    const std::string variant = "/" + variantOf(name, number);
+    if (exists(files + variant)) continue;
+    PlaceInTrash place(files + variant, info + variant + ".trashinfo");
     if (place.writeNote(note)) return place;
     if (errno != EEXIST) return std::nullopt;
   }

@@ -69,6 +69,13 @@ std::optional<std::string> copyFileOrLink(const Place& from, mode_t mode, const 
   return reason(path);
 }
 
+// Nothing else is left of it once the original goes, should the machine lose its power.
+bool isOnDisk(const std::string& path) {
+  const std::string folder = path.substr(0, path.rfind('/'));
+  const FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return opened && syncfs(opened.get()) == 0;
+}
+
 // In one step; a folder that is hidden now is removed piece by piece afterwards.
 bool freePath(const Place& place, mode_t mode) {
   if (S_ISDIR(mode)) return HiddenFolder::hide(place.folder.get(), place.name.c_str()).has_value();
@@ -82,7 +89,7 @@ std::optional<std::string> moveByCopying(const std::string& path, const Place& p
   std::optional<std::string> error = S_ISDIR(mode) ? copyTree(path, trash->path(), Owner::asBefore)
                                                    : copyFileOrLink(place, mode, trash->path());
   if (error) return error;
-  if (freePath(place, mode)) {
+  if (isOnDisk(trash->path()) && freePath(place, mode)) {
     trash->use();
     return std::nullopt;
   }
