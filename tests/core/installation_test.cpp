@@ -14,7 +14,7 @@ class InstallationTest : public JobTest {
   std::string install(const std::string& name, bool withRights = false, const char* failing = "") {
     file.name = name;
     make();
-    if (withRights) job->setRootTask(std::make_shared<FakeMachine::RootTask>(journal));
+    if (withRights) job->setRootTask(std::make_shared<FakeMachine::Other>(journal));
     journal.failing = failing;
     return run();
   }
@@ -113,6 +113,11 @@ TEST_F(InstallationTest, WhatIsForTheUserIsShown) {
   world.machine.archives = world.machine.images;
   make("downloadAndMount");
   EXPECT_TRUE(run().ends_with("U.unpacked\n" + mountedAt("(null)"))) << "there is no image";
+  file.name.reset();
+  world.machine.downloads.clear();
+  make("Auto");
+  run();
+  EXPECT_EQ(job->downloadPath(), "/home/u/Downloads/A.dat");
 }
 
 TEST(NewApplicationTest, AnIdentifierCountsMoreThanANameAndThatMoreThanAFileName) {

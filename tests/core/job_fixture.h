@@ -1,12 +1,5 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/core/agent_fixture.h"
 #include "updater/kqrw_app_updater.h"
 

@@ -172,8 +172,8 @@ struct FakeMachine final : ChildProcesses,
     return errorUnless(journal.add("script", source, journal.thread()));
   }
 
-  struct RootTask final : KQHelperTask {
-    explicit RootTask(Journal& book) : journal(book) {}
+  struct Other final : KQHelperTask, KQUninstallerAgent {
+    explicit Other(Journal& book) : journal(book) {}
     Error moveItemAtPathToTrash(std::string_view path) override {
       return errorUnless(journal.add("root trash", path));
     }
@@ -185,22 +185,17 @@ struct FakeMachine final : ChildProcesses,
       return errorUnless(journal.add("root", action, named.at("SCRIPT"), named.at("PKG_PATH")));
     }
     void stop() override { journal.add("root stop"); }
-    Journal& journal;
-  };
-  std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) override {
-    return journal.add("prompt", prompt) ? std::make_shared<RootTask>(journal) : nullptr;
-  }
-
-  struct Uninstaller final : KQUninstallerAgent {
-    explicit Uninstaller(Journal& book) : journal(book) {}
     void addSilentRemoveBundleID(std::string_view id) override {
       journal.add("expect removal of", id, journal.thread());
     }
     Journal& journal;
   };
+  std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) override {
+    return journal.add("prompt", prompt) ? std::make_shared<Other>(journal) : nullptr;
+  }
   std::shared_ptr<KQUninstallerAgent> instanceWithClassName(std::string_view name) override {
     if (name != "KQUninstallerAgent" || !hasUninstaller) return nullptr;
-    return std::make_shared<Uninstaller>(journal);
+    return std::make_shared<Other>(journal);
   }
   void activateHostApp() override { journal.add("activate the product", journal.thread()); }
   std::shared_ptr<NotificationTarget> notificationTarget() override { return hostTarget; }
