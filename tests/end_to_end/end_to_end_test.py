@@ -197,7 +197,7 @@ class EndToEnd(World, unittest.TestCase):
         request = b'{"jsonrpc":"2.0","id":7,"method":"%s","params":%s}\n'
         for line, code in ((b"rubbish\n", -32700), (b'{"id":7}\n', -32600), (b"\xff\xfe\n", -32700),
                            (b"[" * 100000 + b"\n", -32700), (b"[]\n", -32600),
-                           (request % (b"startUpdateItemWithIDs:", b"[[]]"), -32601),
+                           (request % (b"startUpdateItem:", b"[[]]"), -32601),
                            (request % (b"setStarred:forItemWithId:", b'["x", 1]'), -32602)):
             client.socket.sendall(line)
             self.assertEqual(code, client.answer()["error"]["code"], line[:50])

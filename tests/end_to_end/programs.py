@@ -98,7 +98,8 @@ class World:
         for process in self.processes:
             process.kill()
             process.wait()
-        shutil.rmtree(self.root)
+        while os.path.exists(self.root):  # what a killed agent had started may still write
+            shutil.rmtree(self.root, ignore_errors=True)
 
     def path(self, name):
         return os.path.join(self.root, name)
