@@ -16,15 +16,8 @@
 #include "bench/inline_platform.h"
 #include "check/update_check.h"
 #include "check/version_info_keys.h"
-#include "platform/platform.h"
-#include "ports/linux/linux_bundles.h"
-#include "ports/linux/linux_file_manager.h"
 #include "ports/linux/linux_system_information.h"
 #include "ports/linux/service_product_information.h"
-#include "ports/posix/libxml_documents.h"
-#include "ports/posix/natural_versions.h"
-#include "ports/posix/system_clock.h"
-#include "tests/fakes/fake_platform.h"
 
 namespace revwarden::bench {
 namespace {
@@ -97,36 +90,12 @@ class Cycle final : BackgroundPass::Mediator, UpdateCheck::Mediator {
   void notifyNewUpdates() override {}
   void notifyDelegateAboutItemsDidChange() override {}
 
-  InlineLoop loop;
-  InlineThreads threads;
-  RecordingLog log;
-  SystemClock clock;
-  FakeDefaults defaults;
-  LinuxFileManager files{{}, "/tmp"};
-  LinuxBundles bundles{"1.0", std::nullopt};
-  NaturalVersions versions;
+  InlinePlatform world;
   LinuxSystemInformation machine{{}};
   ServiceProductInformation product{"127.0.0.1:8484"};
-  LibxmlDocuments xml;
-  PlainLocalization localization;
-  FakeHost host;
-  Platform platform{.mainLoop = loop,
-                    .threads = threads,
-                    .clock = clock,
-                    .log = log,
-                    .localization = localization,
-                    .userDefaults = defaults,
-                    .files = files,
-                    .bundles = bundles,
-                    .versions = versions,
-                    .systemInformation = machine,
-                    .productInformation = product,
-                    .xml = xml,
-                    .connection = service,
-                    .wake = host,
-                    .host = host};
+  const Platform platform = world.with(world.memory.defaults, machine, product, service);
   ItemCatalogue catalogue;
-  ExcludedPaths excluded{files};
+  ExcludedPaths excluded{world.files};
   AgentSettings settings{platform, catalogue, excluded};
   BackgroundPass pass{{std::shared_ptr<const Platform>(), &platform}, *this};
   UpdateCheck check{platform, catalogue, settings, pass, *this};

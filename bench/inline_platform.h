@@ -3,8 +3,13 @@
 #include <functional>
 #include <memory>
 
+#include "platform/platform.h"
 #include "platform/run_loop.h"
 #include "platform/threads.h"
+#include "ports/linux/linux_bundles.h"
+#include "ports/linux/linux_file_manager.h"
+#include "ports/posix/system_clock.h"
+#include "tests/fakes/fake_platform.h"
 
 // Threads that cost nothing, so that a measurement sees the agent's own work: everything runs at
 // once on the measuring thread.
@@ -22,6 +27,43 @@ struct InlineThreads final : Threads {
   bool detachNewThread(std::function<void()> body) override {
     body();
     return true;
+  }
+};
+
+/// The real disk and clock over threads that cost nothing; the rest is in memory.
+struct InlinePlatform {
+  InlineLoop loop;
+  InlineThreads threads;
+  SystemClock clock;
+  LinuxFileManager files{{}, "/tmp"};
+  LinuxBundles bundles{"1.0", std::nullopt};
+  FakePlatform memory;
+
+  Platform with(UserDefaults& userDefaults, KQSystemInformation& machine,
+                KQProductInformation& product, URLConnection& connection) {
+    return {.mainLoop = loop,
+            .threads = threads,
+            .clock = clock,
+            .log = memory.log,
+            .localization = memory.localization,
+            .userDefaults = userDefaults,
+            .files = files,
+            .bundles = bundles,
+            .versions = memory.versions,
+            .systemInformation = machine,
+            .productInformation = product,
+            .xml = memory.xml,
+            .connection = connection,
+            .wake = memory.host,
+            .host = memory.host,
+            .downloads = memory.downloads,
+            .children = memory.machine,
+            .fileOperations = memory.machine,
+            .propertyLists = memory.machine,
+            .workspace = memory.machine,
+            .scripts = memory.machine,
+            .helpers = memory.machine,
+            .hostJobs = memory.machine};
   }
 };
 

@@ -22,14 +22,8 @@
 #include "bench/inline_platform.h"
 #include "discovery/item_validation.h"
 #include "discovery/list_refresh.h"
-#include "platform/platform.h"
 #include "ports/linux/file_user_defaults.h"
-#include "ports/linux/linux_bundles.h"
-#include "ports/linux/linux_file_manager.h"
 #include "ports/linux/linux_system_information.h"
-#include "ports/posix/natural_versions.h"
-#include "ports/posix/system_clock.h"
-#include "tests/fakes/fake_platform.h"
 
 namespace revwarden::bench {
 namespace {
@@ -75,36 +69,13 @@ class Refresh final : BackgroundPass::Mediator, ItemValidation::Mediator, ListRe
   void didFinishUpdatingApplicationsList() override {}
 
   const std::string settingsFile_;
-  InlineLoop loop_;
-  InlineThreads threads_;
-  RecordingLog log_;
-  SystemClock clock_;
-  LinuxFileManager files_{{}, "/tmp"};
-  LinuxBundles bundles_{std::nullopt, std::nullopt};
-  NaturalVersions versions_;
+  InlinePlatform world_;
   LinuxSystemInformation machine_;
   FileUserDefaults defaults_;
-  PlainLocalization localization_;
-  LibxmlDocuments xml_;
-  FakeService service_;
-  FakeHost host_;
-  Platform platform_{.mainLoop = loop_,
-                     .threads = threads_,
-                     .clock = clock_,
-                     .log = log_,
-                     .localization = localization_,
-                     .userDefaults = defaults_,
-                     .files = files_,
-                     .bundles = bundles_,
-                     .versions = versions_,
-                     .systemInformation = machine_,
-                     .productInformation = service_,
-                     .xml = xml_,
-                     .connection = service_,
-                     .wake = host_,
-                     .host = host_};
+  const Platform platform_ =
+      world_.with(defaults_, machine_, world_.memory.service, world_.memory.service);
   ItemCatalogue catalogue_;
-  ExcludedPaths excluded_{files_};
+  ExcludedPaths excluded_{world_.files};
   AgentSettings settings_{platform_, catalogue_, excluded_};
   BackgroundPass pass_{{std::shared_ptr<const Platform>(), &platform_}, *this};
   ItemValidation validation_{platform_, catalogue_, pass_, *this};
