@@ -14,27 +14,13 @@
 #include <vector>
 
 #include "ports/posix/file_descriptor.h"
+#include "ports/posix/pipe.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {
 namespace {
 
 constexpr size_t kCollectedBytes = size_t{16} << 20;
-
-struct Pipe {
-  FileDescriptor readEnd, writeEnd;
-};
-
-std::optional<Pipe> makePipe() {
-  int ends[2];
-#ifdef __APPLE__
-  if (::pipe(ends) != 0) return std::nullopt;
-  for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
-#else
-  if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-#endif
-  return Pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
 
 bool isOnlyForNow(int error) {
   return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;

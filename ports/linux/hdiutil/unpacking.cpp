@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "ports/posix/file_descriptor.h"
+#include "ports/posix/pipe.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {
@@ -122,16 +122,12 @@ class Watch {
 
 Unpacked unpack(const std::string& image, const std::string& folder, const std::string& kind,
                 int held) {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) return {{}, strerror(errno)};
-  FileDescriptor output(ends[0]);
-  Spawned spawned;
-  {
-    const FileDescriptor toUs(ends[1]);
-    spawned = startFirst(image, folder, kind, held, toUs.get());
-  }
+  std::optional<Pipe> output = makePipe();
+  if (!output) return {{}, strerror(errno)};
+  const Spawned spawned = startFirst(image, folder, kind, held, output->writeEnd.get());
+  output->writeEnd = FileDescriptor();
   if (!spawned) return {{}, "7zz, which reads disk images, cannot be started"};
-  return Watch(spawned.pid, std::move(output), folder).untilEnd();
+  return Watch(spawned.pid, std::move(output->readEnd), folder).untilEnd();
 }
 
 }  // namespace revwarden

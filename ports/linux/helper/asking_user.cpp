@@ -12,7 +12,7 @@
 #include <charconv>
 #include <cstring>
 
-#include "ports/posix/file_descriptor.h"
+#include "ports/posix/pipe.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {
@@ -54,17 +54,16 @@ std::optional<AskingUser> askingUser(const std::string& uid) {
 
 std::optional<std::string> withRightsOf(const AskingUser& user,
                                         const std::function<std::optional<std::string>()>& work) {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return std::strerror(errno);
-  const FileDescriptor reading(ends[0]);
-  FileDescriptor writing(ends[1]);
+  std::optional<Pipe> pipe = makePipe();
+  if (!pipe) return std::strerror(errno);
   const pid_t pid = ::fork();
   if (pid < 0) return std::strerror(errno);
   if (pid == 0) {
-    answer(writing.get(), become(user) ? work() : "The rights of the user cannot be taken on.");
+    answer(pipe->writeEnd.get(),
+           become(user) ? work() : "The rights of the user cannot be taken on.");
   }
-  writing = FileDescriptor();
-  const std::string text = readToEnd(reading.get());
+  pipe->writeEnd = FileDescriptor();
+  const std::string text = readToEnd(pipe->readEnd.get());
   const int status = waitForEnd(pid);
   if (status == 0) return std::nullopt;
   return text.empty() ? "ended with status " + std::to_string(status) : text;

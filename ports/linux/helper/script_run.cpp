@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ports/linux/processes.h"
-#include "ports/posix/file_descriptor.h"
+#include "ports/posix/pipe.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {
@@ -71,25 +71,23 @@ void readUntilEnd(OutputEnd& output, int pipe, pid_t script, int agent) {
 
 std::optional<std::string> runScript(const std::string& script, const std::string& package,
                                      int agent) {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return std::strerror(errno);
-  const FileDescriptor reading(ends[0]);
-  FileDescriptor writing(ends[1]);
-  ::fcntl(reading.get(), F_SETFL, O_NONBLOCK);
+  std::optional<Pipe> errors = makePipe();
+  if (!errors) return std::strerror(errno);
+  ::fcntl(errors->readEnd.get(), F_SETFL, O_NONBLOCK);
 
   SpawnRequest request;
   request.command = {script};
   request.environment = {"SCRIPT=" + script, "PKG_PATH=" + package,
                          variable("PATH", "/usr/sbin:/usr/bin:/sbin:/bin"), variable("HOME", "/"),
                          "LC_ALL=C.UTF-8"};
-  request.error = writing.get();
+  request.error = errors->writeEnd.get();
   request.belongs = SpawnRequest::Belongs::inOwnGroup;
   const Spawned spawned = spawn(request);
   if (!spawned) return script + ": " + std::strerror(spawned.error);
-  writing = FileDescriptor();
+  errors->writeEnd = FileDescriptor();
 
-  OutputEnd output(reading.get());
-  readUntilEnd(output, reading.get(), spawned.pid, agent);
+  OutputEnd output(errors->readEnd.get());
+  readUntilEnd(output, errors->readEnd.get(), spawned.pid, agent);
   const int status = waitForEnd(spawned.pid);
   if (status == 0) return std::nullopt;
   const std::string text = output.text();
