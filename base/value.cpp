@@ -125,6 +125,11 @@ const std::string* Dictionary::stringFor(std::string_view key) const& {
   return value ? value->as<std::string>() : nullptr;
 }
 
+std::optional<std::string> Dictionary::textFor(std::string_view key) const {
+  const std::string* text = stringFor(key);
+  return text ? std::optional(*text) : std::nullopt;
+}
+
 std::optional<Date> Dictionary::dateFor(std::string_view key) const {
   const Value* value = find(key);
   const Date* date = value ? value->as<Date>() : nullptr;

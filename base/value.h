@@ -81,6 +81,8 @@ class Dictionary {
   /// iterate over an array or dictionary, keep the answer in a variable first.
   const std::string* stringFor(std::string_view key) const&;
   const std::string* stringFor(std::string_view key) const&& = delete;
+  /// The same, copied.
+  std::optional<std::string> textFor(std::string_view key) const;
   std::optional<Date> dateFor(std::string_view key) const;
   std::optional<Array> arrayFor(std::string_view key) const;
   std::optional<Dictionary> dictionaryFor(std::string_view key) const;

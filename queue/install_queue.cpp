@@ -26,11 +26,6 @@ bool contains(const std::vector<std::string>& texts, const std::string* text) {
   return text && std::find(texts.begin(), texts.end(), *text) != texts.end();
 }
 
-std::optional<std::string> textFor(const Dictionary& item, std::string_view key) {
-  const std::string* text = item.stringFor(key);
-  return text ? std::optional(*text) : std::nullopt;
-}
-
 Dictionary withTextOrWithout(const Dictionary& item, std::string_view key,
                              const std::optional<std::string>& text) {
   return text ? item.with(key, *text) : item.without(key);
@@ -104,7 +99,7 @@ bool InstallQueue::addItemToInstallQueue(Dictionary& item) {
 }
 
 std::vector<InstallQueue::Job>::iterator InstallQueue::jobFor(const Dictionary& item) {
-  const std::optional<std::string> id = textFor(item, kKQRWIDKey);
+  const std::optional<std::string> id = item.textFor(kKQRWIDKey);
   return std::find_if(installersQueue_.begin(), installersQueue_.end(),
                       [&](const Job& job) { return id && job->originalAppItemID() == id; });
 }
@@ -121,7 +116,7 @@ InstallQueue::Job InstallQueue::makeJob(const Dictionary& item) {
 }
 
 bool InstallQueue::needsRights(const Dictionary& item) const {
-  const std::string path = textFor(item, kKQRWApplicationPathKey).value_or("");
+  const std::string path = item.textFor(kKQRWApplicationPathKey).value_or("");
   return !platform_->files.isMovableFileAtPath(path) || itemNeedToBeUpdatedThroughPkgFile(item);
 }
 
@@ -234,11 +229,10 @@ void InstallQueue::revalidateItemOf(const KQRWAppUpdater& job) {
 
 // Names the version that the user was told of, not the one on offer.
 void InstallQueue::logOutcome(const Dictionary& item, bool successfully) {
-  platform_->log.KQLog(
-      successfully ? "%@ was updated from %@ to %@ version successfully."
-                   : "Update of %@ from %@ to %@ version was failed.",
-      {textFor(item, kKQRWApplicationNameKey), textFor(item, kKQRWCurrentVersionKey),
-       textFor(item, kKQRWNotifiedVersionKey)});
+  platform_->log.KQLog(successfully ? "%@ was updated from %@ to %@ version successfully."
+                                    : "Update of %@ from %@ to %@ version was failed.",
+                       {item.textFor(kKQRWApplicationNameKey), item.textFor(kKQRWCurrentVersionKey),
+                        item.textFor(kKQRWNotifiedVersionKey)});
 }
 
 void InstallQueue::sendDidChangeStatus(const std::vector<Dictionary>& items) {

@@ -17,15 +17,15 @@ constexpr char kTool[] = "/usr/bin/hdiutil";
 
 std::optional<std::string> attachDiskImage(const Platform& platform,
                                            const std::optional<std::string>& imagePath,
-                                           ImageVisibility visibility, bool opens) {
+                                           ImageShows shows) {
   if (!imagePath) return std::nullopt;
   ChildProcess tool;
   tool.program = kTool;
   tool.arguments = {"attach", *imagePath, "-plist"};
-  if (visibility == ImageVisibility::hidden) {
+  if (shows == ImageShows::nowhere) {
     tool.arguments.insert(tool.arguments.end(), {"-nobrowse", "-noautofsck"});
   }
-  tool.arguments.emplace_back(opens ? "-autoopen" : "-noautoopen");
+  tool.arguments.emplace_back(shows == ImageShows::opened ? "-autoopen" : "-noautoopen");
   tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // or a licence would be paged
   tool.input = "y\n";                                     // which is then agreed to
   tool.collectsOutput = true;

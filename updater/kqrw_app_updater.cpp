@@ -16,26 +16,18 @@
 #include "updater/update_methods.h"
 
 namespace revwarden {
-namespace {
-
-std::optional<std::string> textFor(const Dictionary& item, std::string_view key) {
-  const std::string* text = item.stringFor(key);
-  return text ? std::optional(*text) : std::nullopt;
-}
-
-}  // namespace
 
 KQRWAppUpdater::KQRWAppUpdater(std::shared_ptr<const Platform> platform, const Dictionary& item)
     : platform_(std::move(platform)),
-      applicationName_(textFor(item, kKQRWApplicationNameKey)),
-      applicationPath_(textFor(item, kKQRWApplicationPathKey)),
-      applicationBundleId_(textFor(item, kKQRWBundleIdKey)),
-      originalAppItemID_(textFor(item, kKQRWIDKey)) {
+      applicationName_(item.textFor(kKQRWApplicationNameKey)),
+      applicationPath_(item.textFor(kKQRWApplicationPathKey)),
+      applicationBundleId_(item.textFor(kKQRWBundleIdKey)),
+      originalAppItemID_(item.textFor(kKQRWIDKey)) {
   const Dictionary offer = item.dictionaryFor(kKQRWAvailableVersionInfoKey).value_or(Dictionary());
   if (const std::string* link = offer.stringFor(kKQRWIDownloadLinkKey)) {
     targetDownloadUrl_ = urlFromDownloadLink(*link);
   }
-  updateMethod_ = textFor(offer, kKQRWIUpdateMethodKey).value_or(kKQRWUpdateMethodAuto);
+  updateMethod_ = offer.textFor(kKQRWIUpdateMethodKey).value_or(kKQRWUpdateMethodAuto);
 }
 
 KQRWAppUpdater::~KQRWAppUpdater() = default;
@@ -70,7 +62,7 @@ void KQRWAppUpdater::cancel() {
   if (currentAction_ == JobAction::downloading) clearDownloadState();
   stopAction_ = true;
   if (!installRunning_) return notifyAppInstallerDidFail();
-  while (installRunning_ || endsToReport_ > 0) {
+  while (installRunning_ || unreportedEnds_ > 0) {
     const auto turn = platform_->mainLoop.runOneTurn(RunLoopMode::defaultMode);
     if (turn == RunLoop::Turn::nothingToRun) break;
   }

@@ -152,7 +152,7 @@ class KQRWAppUpdater : public NotificationTarget,
   std::atomic<bool> installRunning_ = false;
   // Installations that have ended, or are about to, and whose end is not reported yet. Raised
   // before `installRunning_` falls: `cancel` waits for both.
-  std::atomic<int> endsToReport_ = 0;
+  std::atomic<int> unreportedEnds_ = 0;
 };
 
 }  // namespace revwarden

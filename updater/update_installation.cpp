@@ -25,21 +25,21 @@ namespace revwarden {
 void KQRWAppUpdater::startInstall() {
   if (detachNewThread(&KQRWAppUpdater::_performInstallThread)) return;
   setCurrentAction(JobAction::failed);
-  ++endsToReport_;
+  ++unreportedEnds_;
   postToMainThread(&KQRWAppUpdater::onStopInstall);
 }
 
 void KQRWAppUpdater::_performInstallThread() {
   installRunning_ = true;
   performInstall();
-  ++endsToReport_;
+  ++unreportedEnds_;
   installRunning_ = false;
   postToMainThread(&KQRWAppUpdater::onStopInstall);
 }
 
 // Main thread. Whatever was left undone counts as success, unless it failed or was cancelled.
 void KQRWAppUpdater::onStopInstall() {
-  --endsToReport_;
+  --unreportedEnds_;
   if (stopAction_ || currentAction_ == JobAction::failed) return notifyAppInstallerDidFail();
   notifyAppInstallerDidFinishSuccessfully();
 }
@@ -56,7 +56,7 @@ void KQRWAppUpdater::performInstall() {
 
   setCurrentAction(JobAction::mounting);
   const std::optional<std::string> mountPoint =
-      attachDiskImage(*platform_, imagePath, ImageVisibility::hidden, false);
+      attachDiskImage(*platform_, imagePath, ImageShows::nowhere);
   if (stopAction_) return;
   resourcesPath_.set(mountPoint ? mountPoint : unpacked ? unpacked : downloadPath());
   const std::optional<std::string> pathToLaunch =
@@ -80,7 +80,7 @@ void KQRWAppUpdater::revealDownload() {
 // The delegate hears of the end here and again when the installation has ended.
 void KQRWAppUpdater::mountForUser(const std::optional<std::string>& imagePath) {
   const std::optional<std::string> mountPoint =
-      attachDiskImage(*platform_, imagePath, ImageVisibility::visible, true);
+      attachDiskImage(*platform_, imagePath, ImageShows::opened);
   platform_->log.NSLog(
       "[RWInstaller] Install method requires to mount image (path=%@) and finish install.",
       {mountPoint});
@@ -167,9 +167,9 @@ void KQRWAppUpdater::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
   detachDiskImage(*platform_, mountPoint);
   if (currentAction_ == JobAction::done) return;
   const std::optional<std::string> shownAt =
-      attachDiskImage(*platform_, imagePath, ImageVisibility::visible, false);
+      attachDiskImage(*platform_, imagePath, ImageShows::amongVolumes);
   if (!pathToLaunch) {
-    attachDiskImage(*platform_, imagePath, ImageVisibility::visible, true);
+    attachDiskImage(*platform_, imagePath, ImageShows::opened);
     return setCurrentAction(JobAction::failed);
   }
   if (platform_->workspace.openURL(fileURLWithPath(*pathToLaunch))) {
