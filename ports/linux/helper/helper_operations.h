@@ -17,8 +17,7 @@ namespace revwarden {
 /// else, who may own a folder on the way, from making use of his helper:
 ///
 /// - Paths are absolute, without "." or ".." or doubled slashes.
-/// - What is moved or written is a folder "*.app" (any case of letters). The folder that it is in
-/// is
+/// - What is moved or written is a folder "*.app" (any case of letters). The folder around it is
 ///   entered step by step from the root without following a link, and everything is done from
 ///   there, so that nobody can put another folder in its place.
 /// - The source of a copy is a folder, and no link.
