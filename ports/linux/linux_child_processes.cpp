@@ -10,6 +10,7 @@
 #include "base/disk_image_list.h"
 #include "base/text.h"
 #include "ports/linux/property_list.h"
+#include "ports/linux/stray_links.h"
 
 namespace revwarden {
 namespace {
@@ -27,12 +28,22 @@ bool attachesAndOpens(const ChildProcess& child) {
          std::ranges::find(child.arguments, "-autoopen") != child.arguments.end();
 }
 
+// Unzip writes nothing through the links of its own archive, but through those that an earlier one
+// has left in the folder.
+bool mayUnpack(const ChildProcess& child) {
+  if (lastPathComponent(child.program) != "unzip") return true;
+  const auto option = std::ranges::find(child.arguments, "-d");
+  return option == child.arguments.end() || option + 1 == child.arguments.end() ||
+         removeStrayLinks(option[1]);
+}
+
 }  // namespace
 
 LinuxChildProcesses::LinuxChildProcesses(Places places, Workspace& workspace)
     : places_(std::move(places)), workspace_(workspace) {}
 
 std::optional<ChildProcesses::Result> LinuxChildProcesses::run(const ChildProcess& child) {
+  if (!mayUnpack(child)) return std::nullopt;
   std::optional<Result> result = children_.run(resolved(child.program), child);
   if (result && attachesAndOpens(child)) openMountPoint(result->output);
   return result;

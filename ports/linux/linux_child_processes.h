@@ -11,7 +11,8 @@ namespace revwarden {
 
 /// Child processes, with a disk-image tool on a system that has none: a program named "hdiutil" is
 /// the one of this product, and what it attaches with "-autoopen", which it has no desktop to open
-/// on, is opened here.
+/// on, is opened here. A program named "unzip" is kept from writing out of the folder "-d" through
+/// links that lie there already: those are removed before, and it is not started when one is left.
 class LinuxChildProcesses final : public ChildProcesses {
  public:
   /// The folders that are searched for a program by its base name before the path that is asked

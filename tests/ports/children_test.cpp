@@ -104,5 +104,17 @@ TEST_F(ChildrenTest, AreLookedForInTheHostsPlaces) {
   EXPECT_THAT(workspace_.addresses, testing::ElementsAre("file:///Volumes/A%20b"));
 }
 
+TEST_F(ChildrenTest, UnpackNothingThroughLinksThatAnEarlierArchiveLeft) {
+  namespace fs = std::filesystem;
+  fs::create_directories(scratch_.file("new/sub"));
+  fs::create_directory_symlink(scratch_.path(), scratch_.file("new/sub/out"));
+  fs::create_directory_symlink("sub", scratch_.file("new/inside"));
+  writeTool("tools/unzip", "");
+  const ChildProcess unzip{"/usr/bin/unzip", {"x.zip", "-d", scratch_.file("new")}, {}, {}, false};
+  EXPECT_TRUE(children_.run(unzip));
+  EXPECT_FALSE(fs::is_symlink(scratch_.file("new/sub/out")));
+  EXPECT_TRUE(fs::is_symlink(scratch_.file("new/inside")));
+}
+
 }  // namespace
 }  // namespace revwarden

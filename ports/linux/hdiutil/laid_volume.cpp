@@ -1,10 +1,7 @@
 #include "ports/linux/hdiutil/laid_volume.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -12,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "ports/linux/stray_links.h"
 #include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
@@ -74,27 +72,14 @@ class Sealing {
 
   bool removeStrayLinks() {
     for (const fs::path& link : links_) {
-      if (leadsOut(link) && !isWayToApplications(link) && !fs::remove(link, error_)) return false;
+      if (!leadsOut(root_.get(), link.lexically_relative(volume_).string())) continue;
+      if (!isWayToApplications(link) && !fs::remove(link, error_)) return false;
     }
     return true;
   }
 
   bool isWayToApplications(const fs::path& link) {
     return link.parent_path() == volume_ && fs::read_symlink(link, error_) == "/Applications";
-  }
-
-  // The kernel follows it as far as it stays inside.
-  bool leadsOut(const fs::path& link) {
-    open_how how{};
-    how.flags = O_PATH | O_CLOEXEC;
-    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
-    const std::string path = link.lexically_relative(volume_).string();
-    long end;
-    do end = syscall(SYS_openat2, root_.get(), path.c_str(), &how, sizeof how);
-    while (end < 0 && errno == EAGAIN);
-    if (end < 0) return errno != ENOENT && errno != ENOTDIR && errno != ELOOP;
-    FileDescriptor{static_cast<int>(end)};
-    return false;
   }
 
   bool makeReadOnly(const fs::path& path) {
