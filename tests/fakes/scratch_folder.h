@@ -8,10 +8,12 @@
 
 namespace revwarden {
 
-/// A private folder of its own, removed at the end.
+/// A private folder of its own, removed at the end; no link leads to it.
 class ScratchFolder {
  public:
-  ScratchFolder() {
+  explicit ScratchFolder(
+      const std::filesystem::path& above = std::filesystem::temp_directory_path())
+      : path_(std::filesystem::canonical(above) / "revwarden-XXXXXX") {
     if (!mkdtemp(path_.data())) std::abort();
   }
   ~ScratchFolder() { std::filesystem::remove_all(path_); }
@@ -32,7 +34,7 @@ class ScratchFolder {
   }
 
  private:
-  std::string path_ = std::filesystem::temp_directory_path() / "revwarden-XXXXXX";
+  std::string path_;
 };
 
 }  // namespace revwarden
