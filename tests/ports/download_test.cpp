@@ -2,12 +2,10 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "ports/posix/curl_downloads.h"
 #include "ports/posix/suggested_filename.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/ports/scripted_server.h"
 
 namespace revwarden {
@@ -18,16 +16,9 @@ using Events = std::vector<std::string>;
 
 const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
-std::string contentsOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return (std::ostringstream() << file.rdbuf()).str();
-}
-
 // A delegate that writes down what it hears, and a folder of its own for the file.
 class Download : public testing::Test, protected URLDownloadDelegate {
  protected:
-  ~Download() override { fs::remove_all(folder); }
-
   std::unique_ptr<URLDownload> begin(const std::string& url) {
     events.clear();
     return CurlDownloads({.idle = idle}).beginDownload(url, *this);
@@ -42,8 +33,14 @@ class Download : public testing::Test, protected URLDownloadDelegate {
     ScriptedServer server({ScriptedServer::says(answer)});
     return run(server.url(path));
   }
+  static ScriptedServer::Script stalls(const std::string& body) {
+    return [body](int socket) {
+      ScriptedServer::say(socket, kOk + "Content-Length: 9\r\n\r\n" + body);
+      char byte;
+      recv(socket, &byte, 1, 0);  // until the client leaves
+    };
+  }
   void expectFailure(const Events& all, const std::string& text = "") {
-    ASSERT_FALSE(all.empty());
     EXPECT_TRUE(all.back().starts_with("failure ")) << all.back();
     EXPECT_NE(all.back().find(text), std::string::npos) << all.back();
     EXPECT_GT(all.back().size(), sizeof "failure ");
@@ -69,9 +66,8 @@ class Download : public testing::Test, protected URLDownloadDelegate {
                      error.localizedDescription.value_or(""));
   }
 
-  std::string pattern = (fs::temp_directory_path() / "download.XXXXXX").string();
-  const fs::path folder = mkdtemp(pattern.data());
-  const fs::path file = folder / "new" / "folder" / "file";
+  const ScratchFolder folder;
+  const fs::path file = folder.file("new/folder/file");
   std::chrono::milliseconds idle = std::chrono::seconds(20);
   Events events;
   int64_t received = 0;
@@ -82,10 +78,10 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
   const std::string octets = "response application/octet-stream ";
   EXPECT_EQ(run(kOk + "Content-Type: Application/X-ZIP; a=b\r\nContent-Length: 3\r\n\r\nabc", "/a"),
             (Events{"response Application/X-ZIP 3", "destination a", "data", "finish"}));
-  EXPECT_EQ(contentsOf(file), "abc");
+  EXPECT_EQ(folder.read("new/folder/file"), "abc");
   EXPECT_EQ(run("HTTP/1.1 500 Oops\r\nContent-Encoding: gzip\r\n\r\nraw, to the end", "/"),
             (Events{octets + "-1", "destination (none)", "data", "finish"}));
-  EXPECT_EQ(contentsOf(file), "raw, to the end");
+  EXPECT_EQ(folder.read("new/folder/file"), "raw, to the end");
   EXPECT_EQ(run(kOk + "Content-Length: 0\r\n\r\n", "/"),
             (Events{octets + "0", "destination (none)", "finish"}));
   EXPECT_EQ(run("HTTP/1.1 103 Soon\r\nContent-Type: a/b\r\n\r\nHTTP/1.1 204 None\r\n\r\n", "/"),
@@ -99,23 +95,20 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
                                   "3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n")});
   EXPECT_EQ(run(moved.url("/old.zip")),
             (Events{"response a/zip -1", "destination new.dmg", "data", "finish"}));
-  EXPECT_EQ(contentsOf(file), "abcde");
+  EXPECT_EQ(folder.read("new/folder/file"), "abcde");
   EXPECT_EQ(moved.requests().at(1),
             "GET /new.dmg?x=/y.txt HTTP/1.1\r\nHost: " + moved.url("").substr(7) + "\r\n\r\n");
 }
 
 TEST_F(Download, ALargeBodyComesInSeveralTurns) {
-  std::string part(1'000'000, 'x');
-  for (size_t i = 0; i < part.size(); i += 7) part[i] = static_cast<char>(i % 251);
-  for (const bool isChunked : {false, true}) {
-    std::string answer = kOk + (isChunked ? "Transfer-Encoding: chunked\r\n\r\n" : "\r\n");
-    std::string body;
-    for (int i = 0; i < 12; ++i) {
-      answer += isChunked ? "F4240\r\n" + part + "\r\n" : part;
-      body += part;
-    }
-    EXPECT_EQ(run(answer + (isChunked ? "0\r\n\r\n" : ""), "/").back(), "finish");
-    EXPECT_TRUE(contentsOf(file) == body);
+  std::string chunked = kOk + "Transfer-Encoding: chunked\r\n\r\n", body;
+  for (char letter = 'a'; letter < 'm'; ++letter) {
+    body += std::string(1'000'000, letter);
+    chunked += "F4240\r\n" + std::string(1'000'000, letter) + "\r\n";
+  }
+  for (const std::string& answer : {kOk + "\r\n" + body, chunked + "0\r\n\r\n"}) {
+    EXPECT_EQ(run(answer, "/").back(), "finish");
+    EXPECT_TRUE(folder.read("new/folder/file") == body);
     EXPECT_EQ(received, body.size());
     EXPECT_LT(largest, 5'000'000);
   }
@@ -133,27 +126,22 @@ TEST_F(Download, WhatDoesNotComeWholeFailsAndLeavesNoFile) {
     expectFailure(run(url));
     EXPECT_EQ(events.size(), 1);
   }
-  ScriptedServer stall({[](int socket) {
-    ScriptedServer::say(socket, kOk + "\r\nsome");
-    char byte;
-    recv(socket, &byte, 1, 0);  // until the client gives up
-  }});
+  ScriptedServer stalled({stalls("some")});
   idle = std::chrono::milliseconds(600);
-  expectFailure(run(stall.url()), "Timed out");
+  expectFailure(run(stalled.url()), "Timed out");
   EXPECT_EQ(received, 4);
 }
 
 TEST_F(Download, ReplacesAFileOrALinkButNoFolder) {
   const std::string answer = kOk + "\r\nfresh";
-  const fs::path other = folder / "other";
-  std::ofstream(other) << "other";
+  folder.write("other", "other");
   fs::create_directories(file.parent_path());
-  fs::create_symlink(other, file);
+  fs::create_symlink(folder.file("other"), file);
   EXPECT_EQ(run(answer, "/").back(), "finish");
-  EXPECT_EQ(contentsOf(other), "other");
-  std::ofstream(file) << "a longer text than the fresh one";
+  EXPECT_EQ(folder.read("other"), "other");
+  folder.write("new/folder/file", "a longer text than the fresh one");
   EXPECT_EQ(run(answer, "/").back(), "finish");
-  EXPECT_EQ(contentsOf(file), "fresh");
+  EXPECT_EQ(folder.read("new/folder/file"), "fresh");
   fs::remove(file);
   fs::create_directory(file);
   expectFailure(run(answer, "/"), "Cannot replace " + file.string());
@@ -172,16 +160,8 @@ TEST_F(Download, AFileThatCannotBeWrittenWholeIsRemoved) {
 }
 
 TEST_F(Download, EndsAtOnceAndRemovesItsOwnFileWhenDestroyed) {
-  // The head, and the body only for those who wait for it.
-  const auto partly = [](std::string body) {
-    return ScriptedServer::Script([body](int socket) {
-      ScriptedServer::say(socket, kOk + "Content-Length: 9\r\n\r\n" + body);
-      char byte;
-      recv(socket, &byte, 1, 0);  // until the client leaves
-    });
-  };
   for (size_t turns = 1; turns <= 3; ++turns) {
-    ScriptedServer server({partly(turns == 3 ? "some" : "")});
+    ScriptedServer server({stalls(turns == 3 ? "some" : "")});
     auto download = begin(server.url());
     for (size_t i = 1; i <= turns; ++i) EXPECT_TRUE(download->runOneTurn() && events.size() == i);
     EXPECT_EQ(fs::exists(file), turns >= 2);
@@ -190,39 +170,32 @@ TEST_F(Download, EndsAtOnceAndRemovesItsOwnFileWhenDestroyed) {
     EXPECT_EQ(events.size(), turns);
   }
 
-  ScriptedServer server({partly("some")});
+  ScriptedServer server({stalls("some")});
   auto download = begin(server.url());
   while (events.size() < 3) download->runOneTurn();
   fs::remove(file);
-  std::ofstream(file) << "of another download";
+  folder.write("new/folder/file", "of another download");
   download.reset();
-  EXPECT_EQ(contentsOf(file), "of another download");
+  EXPECT_EQ(folder.read("new/folder/file"), "of another download");
 }
 
 TEST(SuggestedFilename, IsOneHarmlessPathComponent) {
   const std::string url = "http://host.example/a/from%20path.zip?q=/r.txt#/s";
-  const std::string e(200, 'e');
   std::string accents;
   for (int i = 0; i < 150; ++i) accents += "é";
   const std::tuple<std::string, std::string, std::optional<std::string>> cases[] = {
       {"", url, "from path.zip"},
-      {"inline", "https://host.example/dir/", "dir"},
       {"", "http://host.example", std::nullopt},
       {"", "http://host.example/..%2f..%2f", std::nullopt},
       {"", "http://host.example/%2e%2e%2fetc%00%0a%zz%4", "etc%zz%4"},
-      {"attachment; filename=a.zip", url, "a.zip"},
       {"ATTACHMENT ;x=\"; filename=no\"; FileName = \"a \\\"b\\\"; c.zip\" ;y", url,
        "a \"b\"; c.zip"},
       {"attachment; filename=\"a.zip\"; filename*=UTF-8''na%C3%AFve%2F%e2%82%ac.zip", url, "€.zip"},
-      {"attachment; filename*=iso-8859-1'en'na%EFve.zip", url, "naïve.zip"},
       {"attachment; filename*=koi8-r''%c1; filename=\"caf\xe9.zip\"", url, "café.zip"},
       {"attachment; filename=\"../../x\"", url, "x"},
-      {"attachment; filename=/etc/x", url, "x"},
       {"attachment; filename=..", url, "from path.zip"},
       {"attachment; filename=\"\x1b[2J\tx\x7f\"", url, "[2Jx"},
-      {"attachment; filename=\"open", url, "open"},
       {"attachment; filename=\"open\\", url, "open\\"},
-      {"attachment; filename=" + e + e + ".zip", url, e + std::string(36, 'e') + ".zip"},
       {"attachment; filename=x" + accents + ".dmg", url, "x" + accents.substr(0, 234) + ".dmg"},
   };
   for (const auto& [disposition, address, name] : cases) {

@@ -1,5 +1,5 @@
-// Becomes the program that it is given, for the user who asks, with the rights of the owner of this
-// file when its mode says so.
+// Becomes the program that it is given, for the user who asks, with the rights of this file's
+// owner.
 #include <unistd.h>
 
 #include <cstdlib>
