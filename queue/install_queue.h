@@ -20,7 +20,7 @@ struct Platform;
 /// The install queue: turns requests into update jobs, runs them one at a time and mirrors what
 /// they do into the records of their applications.
 ///
-/// Main thread. Starting or cancelling a job may end it, and so may every event change the queue:
+/// Main thread. Starting or cancelling a job may end it, and every event may change the queue:
 /// nothing that was learned of the queue before is taken for granted afterwards. The handling of a
 /// job's end takes a second report of the same end like the first, and a status that comes after
 /// the end like any other.

@@ -50,7 +50,6 @@ class KQRWAppUpdater : public NotificationTarget,
   /// What the job is at, for its record; `failed` for a cancelled job, whatever it was at.
   SimpleAction simpleCurrentAction() const;
   JobAction currentAction() const { return currentAction_; }
-  bool stopAction() const { return stopAction_; }
   /// Expected length of the download in bytes: 0 before the response, -1 when it is unknown.
   int64_t totalBytes() const { return totalBytes_; }
   int64_t receivedBytes() const { return receivedBytes_; }
