@@ -25,8 +25,8 @@ namespace revwarden {
 
 struct Platform;
 
-/// The agent behind `KQRWAgent`: owns the components and lets them reach each other. Every
-/// operation is another component's.
+/// The agent behind `KQRWAgent`: owns the components and lets them reach each other. Nearly every
+/// operation is a component's.
 class PrincipalAgent final : public KQRWAgent,
                              public NotificationTarget,
                              public std::enable_shared_from_this<PrincipalAgent>,

@@ -47,6 +47,7 @@ InstallQueue::InstallQueue(std::shared_ptr<const Platform> platform, ItemCatalog
 InstallQueue::~InstallQueue() = default;
 
 void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
+  const auto kept = mediator_.weakAgentReference().lock();
   std::vector<Dictionary> changed;
   rootTaskAvailable_ = true;
   for (const LiveRecordRef& record : catalogue_.itemsSnapshot()) {
@@ -61,6 +62,7 @@ void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
 // From the last job to the first, so that the end of the running one starts none that this request
 // is about to remove.
 void InstallQueue::cancelUpdateItemWithIDs(const std::vector<std::string>& ids) {
+  const auto kept = mediator_.weakAgentReference().lock();
   std::vector<Dictionary> changed;
   for (size_t index = installersQueue_.size(); index-- > 0;) {
     if (index >= installersQueue_.size()) continue;

@@ -31,7 +31,7 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
     virtual KQRWAgent& agent() = 0;
     /// Receives the events; nullptr drops them.
     virtual std::shared_ptr<KQRWAgentDelegate> delegate() const = 0;
-    /// Expires with the agent.
+    /// Expires with the agent; held while a request runs, in which the host may let it go.
     virtual std::weak_ptr<void> weakAgentReference() = 0;
     virtual void startUpdateInfoForItemsWithIDs(const std::vector<std::string>& ids) = 0;
 

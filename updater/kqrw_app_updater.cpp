@@ -16,19 +16,26 @@
 #include "updater/update_methods.h"
 
 namespace revwarden {
+namespace {
+
+std::optional<std::string> textOfOffer(const Dictionary& item, std::string_view key) {
+  return item.dictionaryFor(kKQRWAvailableVersionInfoKey).value_or(Dictionary()).textFor(key);
+}
+
+std::optional<std::string> urlOf(const std::optional<std::string>& link) {
+  return link ? urlFromDownloadLink(*link) : std::nullopt;
+}
+
+}  // namespace
 
 KQRWAppUpdater::KQRWAppUpdater(std::shared_ptr<const Platform> platform, const Dictionary& item)
     : platform_(std::move(platform)),
+      targetDownloadUrl_(urlOf(textOfOffer(item, kKQRWIDownloadLinkKey))),
       applicationName_(item.textFor(kKQRWApplicationNameKey)),
       applicationPath_(item.textFor(kKQRWApplicationPathKey)),
       applicationBundleId_(item.textFor(kKQRWBundleIdKey)),
-      originalAppItemID_(item.textFor(kKQRWIDKey)) {
-  const Dictionary offer = item.dictionaryFor(kKQRWAvailableVersionInfoKey).value_or(Dictionary());
-  if (const std::string* link = offer.stringFor(kKQRWIDownloadLinkKey)) {
-    targetDownloadUrl_ = urlFromDownloadLink(*link);
-  }
-  updateMethod_ = offer.textFor(kKQRWIUpdateMethodKey).value_or(kKQRWUpdateMethodAuto);
-}
+      originalAppItemID_(item.textFor(kKQRWIDKey)),
+      updateMethod_(textOfOffer(item, kKQRWIUpdateMethodKey).value_or(kKQRWUpdateMethodAuto)) {}
 
 KQRWAppUpdater::~KQRWAppUpdater() = default;
 

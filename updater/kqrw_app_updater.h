@@ -24,8 +24,9 @@ struct Platform;
 ///
 /// `start` and `cancel` are called on the main thread, where the delegate hears of everything. The
 /// download and the installation have a thread each; they keep the job alive, and its last
-/// reference goes on the main thread. A job may report its end twice, and may be started again
-/// while it runs: then two downloads or installations share its state, to no good but safely.
+/// reference goes on the main thread, as long as that runs its loop. A job may report its end
+/// twice, and may be started again while it runs: then two downloads or installations share its
+/// state, to no good but safely.
 class KQRWAppUpdater : public NotificationTarget,
                        public URLDownloadDelegate,
                        public std::enable_shared_from_this<KQRWAppUpdater> {
@@ -130,12 +131,12 @@ class KQRWAppUpdater : public NotificationTarget,
   std::shared_ptr<KQHelperTask> rootTask_;
 
   // From the record.
-  std::optional<std::string> targetDownloadUrl_;
-  std::optional<std::string> applicationName_;
-  std::optional<std::string> applicationPath_;
-  std::optional<std::string> applicationBundleId_;
-  std::optional<std::string> originalAppItemID_;
-  std::string updateMethod_;
+  const std::optional<std::string> targetDownloadUrl_;
+  const std::optional<std::string> applicationName_;
+  const std::optional<std::string> applicationPath_;
+  const std::optional<std::string> applicationBundleId_;
+  const std::optional<std::string> originalAppItemID_;
+  const std::string updateMethod_;
 
   std::atomic<JobAction> currentAction_ = JobAction::made;
   std::atomic<bool> stopAction_ = false;  // cancelled: every later step looks at it

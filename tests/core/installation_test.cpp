@@ -93,9 +93,11 @@ TEST_F(InstallationTest, APackageRunsWithRightsOnly) {
   EXPECT_EQ(
       install("U.pkg", true, "root"),
       ran + "8 KQLog Update package from /tmp/U.pkg failed with error it failed.\n" + kFailed);
+  EXPECT_EQ(statuses.size(), 7u);
   EXPECT_EQ(install("U.pkg"), attachedAsItIs("U.pkg") + "8 success\n");
   archive({"Setup.pkg"});
   EXPECT_EQ(install("U.zip", true), std::string(kUnzipped) + "8 success\n") << "found, but not run";
+  EXPECT_EQ(statuses.size(), 7u);
   EXPECT_EQ(install("U.bin"), attachedAsItIs("U.bin") + kFailed);
 }
 

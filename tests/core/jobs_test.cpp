@@ -29,11 +29,20 @@ TEST_F(JobTest, EndsAtOnceWhenNothingIsToBeDownloaded) {
   }
 }
 
+TEST(JobActionTest, EveryActionShowsAsOneOfSix) {
+  std::string shown;
+  for (int64_t code = -1; code <= 13; ++code) {
+    shown += std::to_string(static_cast<int64_t>(simpleAction(static_cast<JobAction>(code))));
+  }
+  EXPECT_EQ(shown, "001542433334450");
+}
+
 TEST_F(JobTest, JudgesContentByItsTypeAsItIsSpelled) {
   const std::string log = "1 log [RWInstaller] Invalid content. Open target URL in browser.\n";
   const std::pair<const char*, bool> types[] = {{"application/x-zip-compressed", true},
                                                 {"application/x-apple-diskimage", true},
                                                 {"application/octet-stream2", false},
+                                                {"application/Octet-Stream", false},
                                                 {"application/ZIP", false}};
   for (const auto& [type, accepted] : types) {
     file.type = type;
@@ -71,17 +80,19 @@ TEST_F(JobTest, AFailedDownloadReadsAsNoConnectionHoweverFarItCame) {
                          ". (in the background)\n2 interrupted\n");
     EXPECT_FALSE(job->downloadPath());
     EXPECT_EQ(job->totalBytes() + job->receivedBytes(), 0);
+    EXPECT_EQ(world.host.shown.back().button1Text, "OK");
+    EXPECT_EQ(world.host.shown.back().icon->value, "DraggingViewWarningIcon");
   }
 }
 
 TEST_F(JobTest, CancellingADownloadEndsTheJobAtOnce) {
-  const std::tuple<const char*, const char*, bool> cases[] = {
-      {"begin", "1 failure\n", false},  // forgotten by the loop, but not by the response
-      {"response", "1 failure\n", false},
-      {"data", "4 failure\n", false},
-      {"end", "4 failure\n", false},
-      {"end", "4 failure\n", true}};  // what breaks later is told all the same
-  for (const auto& [heldAt, end, breaks] : cases) {
+  const std::tuple<const char*, const char*, bool, size_t> cases[] = {
+      {"begin", "1 failure\n", false, 1},  // forgotten by the loop, but not by the response
+      {"response", "1 failure\n", false, 1},
+      {"data", "4 failure\n", false, 3},
+      {"end", "4 failure\n", false, 3},
+      {"end", "4 failure\n", true, 4}};  // what breaks later is told all the same
+  for (const auto& [heldAt, end, breaks, told] : cases) {
     if (breaks) file.error.emplace();
     make();
     startAndHoldAt(heldAt);
@@ -92,7 +103,10 @@ TEST_F(JobTest, CancellingADownloadEndsTheJobAtOnce) {
     EXPECT_EQ(job->simpleCurrentAction(), SimpleAction::failed);
     journal.release();
     world.threads.waitForAll(world.loop);
-    EXPECT_EQ(journal.take().empty(), !breaks) << heldAt;
+    const std::string later = journal.take();
+    EXPECT_EQ(later.empty(), !breaks) << heldAt;
+    EXPECT_EQ(later.starts_with("2 notice ") && later.ends_with("\n2 interrupted\n"), breaks);
+    EXPECT_EQ(statuses.size(), told) << heldAt;
   }
 }
 

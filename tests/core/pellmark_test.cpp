@@ -32,6 +32,9 @@ class PellmarkTest : public JobTest {
 TEST_F(PellmarkTest, OffersToRelaunchARunningProduct) {
   world.machine.running = {"/Volumes/X/Pellmark.app", "/Applications/Pellmark.app"};
   EXPECT_THAT(run(), HasSubstr(kRelaunch)) << "before the end is told";
+  const HostNotification& offer = world.host.shown.back();
+  EXPECT_EQ(*offer.button1Text + *offer.button2Text, "RelaunchIgnore");
+  EXPECT_EQ(offer.icon->value, *world.host.productPath);
   journal.prefix = nullptr;
   job = nullptr;  // the offer keeps it
   const std::string script = "script tell application \"Pellmark\" to quit (in the background)\n";

@@ -17,6 +17,11 @@ class QueueTest : public AgentTest {
     world.log.onLine = [this](const std::string& line) { journal.add(line); };
     world.host.onShow = [this](const HostNotification& notice) { journal.add(*notice.text); };
     events->onEvent = [this](const std::string& name, const std::vector<Dictionary>& items) {
+      if (agent && (name == "job status" || (name == "job start" && !startsTwice))) {
+        const auto stored = agent->itemSnapshotWithID(textAt(items[0], kKQRWIDKey));
+        EXPECT_EQ(stored == items[0], name == "job status")
+            << "a start is told before it is stored";
+      }
       if (name == "job status") return static_cast<void>(++statuses);
       if (name == "change" || name == "finish") return;
       std::string line = name;
@@ -66,6 +71,7 @@ class QueueTest : public AgentTest {
 
   Journal& journal = world.journal;
   int statuses = 0;
+  bool startsTwice = false;
   const std::string skip = "log updateInfoForItemsWithIDs: update is already in progress. Skip.\n";
   const std::string updatedA = "KQLog A was updated from 1.0 to 2.0 version successfully.\n";
   const std::string updatedB = "KQLog B was updated from 1.0 to 2.0 version successfully.\n";
@@ -98,6 +104,8 @@ TEST_F(QueueTest, TheNextJobIsTakenCareOfBeforeTheEndOfTheLastOneIs) {
   EXPECT_EQ(agent->installerQueueCount(), 3);
   EXPECT_EQ(update({"A", "B"}), "status\n");
   EXPECT_EQ(cancel({"C"}), "status C-\n") << "its record alone hears of it";
+  EXPECT_FALSE(item("C").boolFor(kKQRWInstallerIsInQueueKey));
+  EXPECT_EQ(cancel({"C"}), "status\n");
   EXPECT_EQ(cancel({"A", "C"}),
             "status A-\njob stop A-\njob start B+\nopen http://x/B\nstatus B-\njob stop B-\n"
             "queue stop\nstart\n" +
@@ -125,11 +133,16 @@ TEST_F(QueueTest, AFailedDownloadDropsEveryJobAndKeepsTheRights) {
   world.downloads.files["http://x/A"].error.emplace();
   EXPECT_EQ(updateAndHoldAt("response", {"A", "B", "C"}),
             prompt + "queue start\njob start A+\nstatus A+ B+ C+\n");
+  for (const char* name : {"A", "B"}) {
+    world.disk.install("/Applications/" + std::string(name) + ".app", "1.5");
+  }
   EXPECT_EQ(finishJobs(),
             "Could not establish a connection to the server. Updating failed with error: "
             "Unexpected error.\nlog !!!!! QUEUE INTERRUPTED !!!!!!\nstatus A- B- C-\nqueue stop\n"
             "start\n");
   EXPECT_EQ(agent->totalUpdatesCount(), 0);
+  EXPECT_EQ(textAt(item("A"), kKQRWCurrentVersionKey), "1.5");
+  EXPECT_EQ(textAt(item("B"), kKQRWCurrentVersionKey), "1.0");
   EXPECT_EQ(update({"B"}),
             "queue start\njob start B+\nopen http://x/B\nstatus B-\njob stop B-\nqueue stop\n"
             "root stop\nstart\n" +
@@ -140,12 +153,13 @@ TEST_F(QueueTest, AFailedDownloadDropsEveryJobAndKeepsTheRights) {
 }
 
 TEST_F(QueueTest, AUserWhoRefusesIsAskedOnceInARequest) {
-  catalogue({{"A", "manual"}, {"B", "manual"}, {"C", "manual"}});
+  catalogue({{"A", "manual"}, {"B", "manual"}, {"C", "manual"}, {"D.pkg", "manual"}});
   world.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
   journal.failing = "prompt";
   EXPECT_THAT(update({"A", "B", "C"}), testing::StartsWith(prompt + "queue start\njob start C+\n"));
   EXPECT_EQ(events->events.back().items.size(), 1u);
   EXPECT_EQ(update({"A", "B"}), prompt + "status\n");
+  EXPECT_EQ(update({"D.pkg"}), prompt + "status\n") << "a package, though movable";
   for (const char* link : {"http://x/a.mPkg", "http://x/a.pkg?x=1", "http://x/a.pkg\n"}) {
     const Dictionary offer = {{kKQRWIDownloadLinkKey, link}};
     EXPECT_EQ(itemNeedToBeUpdatedThroughPkgFile({{kKQRWAvailableVersionInfoKey, offer}}),
@@ -154,6 +168,7 @@ TEST_F(QueueTest, AUserWhoRefusesIsAskedOnceInARequest) {
 }
 
 TEST_F(QueueTest, AnEndReportedTwiceIsHandledTwiceAndStartsTheNextJobTwice) {
+  startsTwice = true;
   catalogue({{"A", "downloadAndMount"}, {"B", "auto"}});
   const std::string lines = updateAndHoldAt("begin http://x/B", {"A", "B"}, 2);
   const std::string end = "status A-\njob stop A-\njob start B+\n";
@@ -165,11 +180,13 @@ TEST_F(QueueTest, AnEndReportedTwiceIsHandledTwiceAndStartsTheNextJobTwice) {
 }
 
 TEST_F(QueueTest, ARecordFollowsItsJobAndThenTheDisk) {
-  catalogue({{"A", "auto"}});
+  catalogue({{"B", "auto"}, {"A", "auto"}});
+  world.disk.unmovable = {"/Applications/B.app"};  // its rights are not for A
   world.machine.archives = {"/tmp/U.zip"};
   world.machine.folders["/tmp/U.unpacked"] = {"A.app"};
   world.disk.install("/tmp/U.unpacked/A.app", "2.0");
-  updateAndHoldAt("copy", {"A"});
+  updateAndHoldAt("copy", {"A", "B"});
+  ASSERT_TRUE(world.loop.runUntil([&] { return !agent->updateIsInProgress(); })) << "that of B";
   EXPECT_EQ(item("A").integerFor(kKQRWInstallerCurrentActionKey), 3);
   world.disk.install("/Applications/A.app", "2.0");
   finishJobs();

@@ -139,7 +139,7 @@ struct FakeMachine final : ChildProcesses,
       line += " " + name + "=" + value;
     journal.add(line, child.input ? "< " + *child.input : "", child.collectsOutput ? "> read" : "");
     if (child.program == "/usr/bin/unzip") {
-      return Result{archives.contains(child.arguments[2]) ? 0 : 9, ""};
+      return Result{archives.contains(child.arguments[2]) ? 0 : 1, ""};
     }
     if (child.arguments[0] != "attach" || !images.contains(child.arguments[1])) return std::nullopt;
     return Result{1, child.arguments[3] == "-nobrowse" ? "/Volumes/hidden" : "/Volumes/seen"};
