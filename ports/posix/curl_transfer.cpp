@@ -98,7 +98,11 @@ std::chrono::milliseconds CurlTransfer::idleTimeLeft() const {
 }
 
 std::optional<std::string> CurlTransfer::errorOf(CURLcode code) const {
-  if (code == CURLE_UNSUPPORTED_PROTOCOL) return "The address is neither http nor https";
+  if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+    // An answer without a head is to libcurl one in the first version of HTTP, which it refuses.
+    const bool isAnswer = std::string_view(errorText_.data()).find("HTTP/0.9") != std::string::npos;
+    return isAnswer ? "The answer is not HTTP" : "The address is neither http nor https";
+  }
   if (code == CURLE_URL_MALFORMAT) return "The address is malformed";
   if (code != CURLE_OK) {
     return errorText_[0] != '\0' ? errorText_.data() : curl_easy_strerror(code);

@@ -96,8 +96,6 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
   EXPECT_EQ(run(moved.url("/old.zip")),
             (Events{"response a/zip -1", "destination new.dmg", "data", "finish"}));
   EXPECT_EQ(folder.read("new/folder/file"), "abcde");
-  EXPECT_EQ(moved.requests().at(1),
-            "GET /new.dmg?x=/y.txt HTTP/1.1\r\nHost: " + moved.url("").substr(7) + "\r\n\r\n");
 }
 
 TEST_F(Download, ALargeBodyComesInSeveralTurns) {
@@ -117,10 +115,11 @@ TEST_F(Download, ALargeBodyComesInSeveralTurns) {
 TEST_F(Download, WhatDoesNotComeWholeFailsAndLeavesNoFile) {
   for (const std::string& answer :
        {kOk + "Content-Length: 10\r\n\r\nshort", std::string("HTTP/1.1 200 OK\r\nContent-"),
-        kOk + "Transfer-Encoding: chunked\r\n\r\n2\r\nok\r\n", std::string("no HTTP\r\n\r\n"),
+        kOk + "Transfer-Encoding: chunked\r\n\r\n2\r\nok\r\n",
         std::string("HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\n\r\n")}) {
     expectFailure(run(answer, "/a"));
   }
+  expectFailure(run("no HTTP\r\n\r\n", "/a"), "not HTTP");
   for (const char* url :
        {"file:///etc/hostname", "ftp://127.0.0.1/a", "127.0.0.1/a", "", "http://"}) {
     expectFailure(run(url));
@@ -181,8 +180,7 @@ TEST_F(Download, EndsAtOnceAndRemovesItsOwnFileWhenDestroyed) {
 
 TEST(SuggestedFilename, IsOneHarmlessPathComponent) {
   const std::string url = "http://host.example/a/from%20path.zip?q=/r.txt#/s";
-  std::string accents;
-  for (int i = 0; i < 150; ++i) accents += "é";
+  const std::string e(235, 'e');
   const std::tuple<std::string, std::string, std::optional<std::string>> cases[] = {
       {"", url, "from path.zip"},
       {"", "http://host.example", std::nullopt},
@@ -196,7 +194,7 @@ TEST(SuggestedFilename, IsOneHarmlessPathComponent) {
       {"attachment; filename=..", url, "from path.zip"},
       {"attachment; filename=\"\x1b[2J\tx\x7f\"", url, "[2Jx"},
       {"attachment; filename=\"open\\", url, "open\\"},
-      {"attachment; filename=x" + accents + ".dmg", url, "x" + accents.substr(0, 234) + ".dmg"},
+      {"attachment; filename=" + e + "xé" + e + ".dmg", url, e + "x.dmg"},
   };
   for (const auto& [disposition, address, name] : cases) {
     EXPECT_EQ(suggestedFilename(disposition, address), name) << disposition << " " << address;
