@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -23,9 +22,9 @@ class ChildrenTest : public testing::Test {
   static ChildProcess shell(const std::string& script) {
     return {"/bin/sh", {"-c", script}, {}, {}, true};
   }
-  void writeTool(const std::string& name, const std::string& output, mode_t mode = 0755) {
-    scratch_.write(name, "#!/bin/sh\ncat <<'END'\n" + output + "\nEND\n");
-    chmod(scratch_.file(name).c_str(), mode);
+  void writeTool(const std::string& name, const std::string& output) {
+    scratch_.write(name, "#!/bin/sh\necho " + output + "\n");
+    chmod(scratch_.file(name).c_str(), 0755);
   }
 
   ScratchFolder scratch_;
@@ -58,22 +57,12 @@ TEST_F(ChildrenTest, TakeInputAndGiveOutputInAnyOrderAndSize) {
   EXPECT_EQ(children_.run(child)->exitStatus, 6);
 }
 
-TEST_F(ChildrenTest, EndWithAllTheyStartedAndForGood) {
-  std::thread job([&] {  // the child ends at once, but what it started keeps the output open
-    EXPECT_TRUE(children_.run(shell("sleep 100 & echo >" + scratch_.file("started"))));
-  });
-  while (scratch_.read("started").empty()) std::this_thread::sleep_for(5ms);
-  children_.endAll();
-  job.join();
-  EXPECT_FALSE(children_.run(shell("true")));
-}
-
-TEST_F(ChildrenTest, NoneIsMissedWhenAllEnd) {
+TEST_F(ChildrenTest, NoneIsMissedWhenAllEndNorWhatOneLeftBehind) {
   std::atomic<int> runs = 0;
   std::vector<std::thread> jobs;
   for (int i = 0; i < 4; ++i) {
-    jobs.emplace_back([this, &runs, i] {
-      while (children_.run(shell(++runs < 40 || i % 2 ? "exit 0" : "sleep 100"))) {
+    jobs.emplace_back([this, &runs, i] {  // such a child ends at once, but not its output
+      while (children_.run(shell(++runs < 40 || i % 2 ? "exit 0" : "sleep 1000 &"))) {
       }
     });
   }
@@ -83,25 +72,18 @@ TEST_F(ChildrenTest, NoneIsMissedWhenAllEnd) {
 }
 
 TEST_F(ChildrenTest, AreLookedForInTheHostsPlaces) {
-  const auto outputOf = [&](const std::string& program, std::vector<std::string> arguments = {}) {
-    const auto result = children_.run({program, std::move(arguments), {}, {}, true});
+  const auto outputOf = [&](const std::string& program) {
+    const auto result = children_.run({program, {}, {}, {}, true});
     return result ? result->output : "none";
   };
-  writeTool("path/hdiutil", "path");
-  EXPECT_EQ(outputOf(scratch_.file("path/hdiutil")), "path\n");
-  writeTool("own/hdiutil", "own");
   writeTool("own/unzip", "own");
-  EXPECT_EQ(outputOf(scratch_.file("path/hdiutil")), "own\n");
   EXPECT_EQ(outputOf(scratch_.file("path/unzip")), "none");
-  writeTool("tools/hdiutil", "tools", 0644);
+  for (const std::string place : {"path", "own", "tools"}) {
+    writeTool(place + "/hdiutil", place);
+    EXPECT_EQ(outputOf(scratch_.file("path/hdiutil")), place + "\n");
+  }
+  chmod(scratch_.file("tools/hdiutil").c_str(), 0644);
   EXPECT_EQ(outputOf("/usr/bin/hdiutil"), "own\n");
-  writeTool("tools/hdiutil",
-            "<plist><dict><key>system-entities</key><array><dict/><dict><key>mount-point</key>"
-            "<string>/Volumes/A b</string></dict></array></dict></plist>");
-  outputOf("/usr/bin/hdiutil", {"attach", "x", "-noautoopen"});
-  EXPECT_THAT(workspace_.addresses, testing::IsEmpty());
-  outputOf("/usr/bin/hdiutil", {"attach", "x", "-autoopen"});
-  EXPECT_THAT(workspace_.addresses, testing::ElementsAre("file:///Volumes/A%20b"));
 }
 
 TEST_F(ChildrenTest, UnpackNothingThroughLinksThatAnEarlierArchiveLeft) {

@@ -82,8 +82,6 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
   EXPECT_EQ(run("HTTP/1.1 500 Oops\r\nContent-Encoding: gzip\r\n\r\nraw, to the end", "/"),
             (Events{octets + "-1", "destination (none)", "data", "finish"}));
   EXPECT_EQ(folder.read("new/folder/file"), "raw, to the end");
-  EXPECT_EQ(run(kOk + "Content-Length: 0\r\n\r\n", "/"),
-            (Events{octets + "0", "destination (none)", "finish"}));
   EXPECT_EQ(run("HTTP/1.1 103 Soon\r\nContent-Type: a/b\r\n\r\nHTTP/1.1 204 None\r\n\r\n", "/"),
             (Events{octets + "0", "destination (none)", "finish"}));
   EXPECT_TRUE(fs::is_regular_file(file) && fs::is_empty(file));
@@ -154,8 +152,6 @@ TEST_F(Download, AFileThatCannotBeWrittenWholeIsRemoved) {
   std::signal(SIGXFSZ, SIG_IGN);
   expectFailure(run(kOk + "\r\n" + std::string(2'000'000, 'x'), "/"), "File too large");
   setrlimit(RLIMIT_FSIZE, &old);
-  EXPECT_GT(received, 0);
-  EXPECT_LE(received, 1'000'000);
 }
 
 TEST_F(Download, EndsAtOnceAndRemovesItsOwnFileWhenDestroyed) {

@@ -3,7 +3,7 @@
 
   make_images.py zip FOLDER OUT      an archive (needs zip)
   make_images.py iso FOLDER OUT      an ISO 9660 image with Rock Ridge (needs xorriso)
-  make_images.py hfs FOLDER OUT      an HFS+ volume (needs xorriso)
+  make_images.py hfs FOLDER OUT      an HFS+ volume
   make_images.py dmg FOLDER... OUT   a compressed disk image with such a volume for each folder
 
 Volumes are named after their folder.
@@ -41,12 +41,6 @@ def hfs_volume(folder):
     raise SystemExit("make_images: no HFS+ volume was made")
 
 
-def packed(chunk, number):
-    """By every method in turn; what does not shrink stands as it is."""
-    method, data = (ZLIB, zlib.compress(chunk)) if number % 2 == 0 else (BZIP2, bz2.compress(chunk))
-    return (method, data) if len(data) < len(chunk) else (COPY, chunk)
-
-
 def checksum(data):
     return struct.pack(">III", 2, 32, zlib.crc32(data)) + bytes(124)
 
@@ -56,7 +50,10 @@ def block_table(partition, first_sector, number, data_fork):
     chunks = []
     for start in range(0, len(partition), CHUNK):
         chunk = partition[start:start + CHUNK]
-        method, data = packed(chunk, len(chunks))
+        # By every method in turn; what does not shrink stands as it is.
+        method, data = ((BZIP2, bz2.compress(chunk)) if len(chunks) % 2 else
+                        (ZLIB, zlib.compress(chunk)))
+        method, data = (method, data) if len(data) < len(chunk) else (COPY, chunk)
         chunks.append(struct.pack(">IIQQQQ", method, 0, start // SECTOR, len(chunk) // SECTOR,
                                   len(data_fork), len(data)))
         data_fork += data
@@ -89,17 +86,15 @@ def make_dmg(folders, out):
 
 def main(kind, *paths):
     *folders, out = paths
-    if kind == "zip":
-        subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=folders[0], check=True)
+    if kind == "dmg":
+        make_dmg(folders, out)
     elif kind == "iso":
-        make_iso(folders[0], out)
+        make_iso(*paths)
     elif kind == "hfs":
         with open(out, "wb") as image:
             image.write(hfs_volume(folders[0]))
-    elif kind == "dmg":
-        make_dmg(folders, out)
     else:
-        raise SystemExit(__doc__)
+        subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=folders[0], check=True)
 
 
 if __name__ == "__main__":
