@@ -119,13 +119,9 @@ class Value {
   Value(Array value) : storage_(std::move(value)) {}
   Value(Dictionary value) : storage_(std::move(value)) {}
   template <typename Integer, std::enable_if_t<std::is_integral_v<Integer>, int> = 0>
-  Value(Integer value) {  // takes booleans too, so that no pointer passes for one
-    if constexpr (std::is_same_v<Integer, bool>) {
-      storage_ = value;
-    } else {
-      storage_ = static_cast<int64_t>(value);
-    }
-  }
+  Value(Integer value)  // takes booleans too, so that no pointer passes for one
+      : storage_(
+            static_cast<std::conditional_t<std::is_same_v<Integer, bool>, bool, int64_t>>(value)) {}
 
   /// The value as a T (bool, int64_t, double, std::string, Date, Data, Array, Dictionary), nullptr
   /// when it is of another type. Valid as long as this value.
