@@ -7,7 +7,6 @@
 #include "host/installation.h"
 #include "host/json_values.h"
 #include "ports/linux/launch_application.h"
-#include "ports/linux/temporary_folder.h"
 
 namespace revwarden {
 namespace {
@@ -47,7 +46,7 @@ LinuxHelperManager::Reports helperReports(EventLog& events) {
 }  // namespace
 
 std::unique_ptr<Surroundings> Surroundings::create(const Options& options, std::string& error) {
-  const TemporaryFolder temporary = privateTemporaryFolder();
+  TemporaryFolder temporary = takeTemporaryFolder();
   if (temporary.error) {
     error = "no temporary folder: " + *temporary.error;
     return nullptr;
@@ -57,7 +56,8 @@ std::unique_ptr<Surroundings> Surroundings::create(const Options& options, std::
     error = "the main loop cannot be made";
     return nullptr;
   }
-  std::unique_ptr<Surroundings> made(new Surroundings(options, std::move(loop), temporary.path));
+  std::unique_ptr<Surroundings> made(
+      new Surroundings(options, std::move(loop), std::move(temporary)));
   if (options.eventLog && !made->events.writeTo(*options.eventLog)) {
     error = "cannot open the event log " + *options.eventLog + ": " + std::strerror(errno);
     return nullptr;
@@ -66,15 +66,16 @@ std::unique_ptr<Surroundings> Surroundings::create(const Options& options, std::
 }
 
 Surroundings::Surroundings(const Options& options, std::unique_ptr<GLibRunLoop> loop,
-                           std::string temporaryFolder)
+                           TemporaryFolder temporaryFolder)
     : diagnostics(options.logLevel),
+      temporary(std::move(temporaryFolder)),
       mainLoop(std::move(loop)),
       events(*mainLoop, diagnostics),
       notices(events, *mainLoop),
       log(events),
       userDefaults(options.state + "/defaults.plist",
                    [this](const std::string& problem) { diagnostics.warning(problem); }),
-      files(options.volumes, std::move(temporaryFolder)),
+      files(options.volumes, temporary.path),
       bundles(REVWARDEN_VERSION, options.plugin),
       systemInformation(options.applications),
       productInformation(options.service),

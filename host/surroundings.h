@@ -26,6 +26,7 @@
 #include "ports/linux/logind_wake.h"
 #include "ports/linux/quit_scripts.h"
 #include "ports/linux/service_product_information.h"
+#include "ports/linux/temporary_folder.h"
 #include "ports/posix/curl_connection.h"
 #include "ports/posix/curl_downloads.h"
 #include "ports/posix/libxml_documents.h"
@@ -45,6 +46,7 @@ struct Surroundings {
   std::shared_ptr<const Platform> platform();
 
   const Diagnostics diagnostics;
+  const TemporaryFolder temporary;
   const std::unique_ptr<GLibRunLoop> mainLoop;
   EventLog events;  // depends-on: mainLoop, diagnostics
   Notices notices;  // depends-on: events, mainLoop
@@ -53,7 +55,7 @@ struct Surroundings {
   HostLog log;  // depends-on: events
   EnglishLocalization localization;
   FileUserDefaults userDefaults;  // depends-on: diagnostics
-  LinuxFileManager files;
+  LinuxFileManager files;         // depends-on: temporary
   LinuxBundles bundles;
   NaturalVersions versions;
   LinuxSystemInformation systemInformation;
@@ -73,7 +75,7 @@ struct Surroundings {
 
  private:
   Surroundings(const Options& options, std::unique_ptr<GLibRunLoop> loop,
-               std::string temporaryFolder);
+               TemporaryFolder temporaryFolder);
 };
 
 }  // namespace revwarden

@@ -1,12 +1,14 @@
 #include "ports/linux/temporary_folder.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace revwarden {
 namespace {
@@ -29,7 +31,13 @@ bool othersCanWrite(const std::string& path) {
 TemporaryFolder privateFolderIn(const std::string& shared) {
   std::string path = shared + "/revwarden-" + std::to_string(geteuid());
   std::optional<std::string> error = makePrivateFolder(path);
-  return {std::move(path), std::move(error)};
+  return {std::move(path), std::move(error), {}};
+}
+
+TemporaryFolder namedFolder() {
+  const char* const named = getenv("TMPDIR");
+  if (!named || *named != '/') return temporaryFolderOfUser();
+  return othersCanWrite(named) ? privateFolderIn(named) : TemporaryFolder{named, {}, {}};
 }
 
 }  // namespace
@@ -43,12 +51,22 @@ std::optional<std::string> makePrivateFolder(const std::string& path) {
   return error;
 }
 
-TemporaryFolder temporaryFolderOfUser() { return privateFolderIn("/var/tmp"); }
+TemporaryFolder temporaryFolderOfUser() {
+  return privateFolderIn("/var/tmp");
+}
 
-TemporaryFolder privateTemporaryFolder() {
-  const char* const named = getenv("TMPDIR");
-  if (!named || *named != '/') return temporaryFolderOfUser();
-  return othersCanWrite(named) ? privateFolderIn(named) : TemporaryFolder{named, std::nullopt};
+TemporaryFolder takeTemporaryFolder() {
+  TemporaryFolder folder = namedFolder();
+  const std::string shared = folder.path;
+  for (int number = 2; !folder.error; ++number) {
+    folder.held = FileDescriptor(open(folder.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const bool isTaken =
+        folder.held && flock(folder.held.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (!isTaken) break;
+    folder.path = shared + "/agent-" + std::to_string(number);
+    folder.error = makePrivateFolder(folder.path);
+  }
+  return folder;
 }
 
 }  // namespace revwarden

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "ports/posix/file_descriptor.h"
+
 namespace revwarden {
 
 /// Makes a folder that only this user can use, or checks the one that is there: a folder, no link,
@@ -14,15 +16,18 @@ std::optional<std::string> makePrivateFolder(const std::string& path);
 struct TemporaryFolder {
   std::string path;
   std::optional<std::string> error;
+  FileDescriptor held;  // what makes it this process's alone; none where that is not asked for
 };
 
-/// The private folder "/var/tmp/revwarden-UID", whatever the environment says: for programs that are
-/// run with none.
+/// The private folder "/var/tmp/revwarden-UID", whatever the environment says: for programs that
+/// are run with none.
 TemporaryFolder temporaryFolderOfUser();
 
 /// TMPDIR when it is a full path, else /var/tmp; in a folder that others can write or that is
-/// another user's, such as the latter, a private folder "revwarden-UID". Not to be called while
-/// another thread changes the environment.
-TemporaryFolder privateTemporaryFolder();
+/// another user's, such as the latter, a private folder "revwarden-UID". While another process of
+/// the user has it, a folder "agent-N" in it: two agents must not unpack over each other. Cleaners
+/// of temporary folders leave alone what is held. Not to be called while another thread changes the
+/// environment.
+TemporaryFolder takeTemporaryFolder();
 
 }  // namespace revwarden

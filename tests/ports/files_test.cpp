@@ -223,10 +223,15 @@ TEST_F(FilesTest, TheTemporaryFolderIsPrivate) {
   EXPECT_TRUE(makePrivateFolder(link("link", folder("elsewhere"))));
 
   setenv("TMPDIR", at("home").c_str(), 1);
-  EXPECT_EQ(privateTemporaryFolder().path, at("home"));
+  {
+    const TemporaryFolder first = takeTemporaryFolder();
+    EXPECT_EQ(first.path, at("home"));
+    EXPECT_EQ(takeTemporaryFolder().path, at("home/agent-2")) << "another agent's";
+  }
+  EXPECT_EQ(takeTemporaryFolder().path, at("home"));
   setenv("TMPDIR", folder("open").c_str(), 1);
   chmod(at("open").c_str(), 01777);
-  EXPECT_EQ(privateTemporaryFolder().path, at("open/revwarden-") + std::to_string(geteuid()));
+  EXPECT_EQ(takeTemporaryFolder().path, at("open/revwarden-") + std::to_string(geteuid()));
   unsetenv("TMPDIR");
 }
 

@@ -38,6 +38,7 @@ VolumesFolder openVolumesFolder() {
   TemporaryFolder own = temporaryFolderOfUser();
   if (own.error) return {{}, std::move(own.error)};
   std::string path = own.path + "/volumes";
+  unlink(path.c_str());  // a download may have been called so
   std::optional<std::string> error = makePrivateFolder(path);
   return {std::move(path), std::move(error)};
 }
