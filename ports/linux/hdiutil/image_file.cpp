@@ -23,11 +23,13 @@ struct Signature {
 constexpr Signature kIso = {0x8001, "CD001"};
 constexpr Signature kApplePartitions = {0, "ER"};
 constexpr Signature kOthers[] = {
-    {-512, "koly\0\0\0\4"sv},                      // compressed image
-    kApplePartitions,                              // partitioned disks
-    {512, "EFI PART"},        {1024, "H+\0\4"sv},  // HFS+, its case-sensitive kind, and one in an
-                                                   // older volume
-    {1024, "HX\0\5"sv},       {1024, "BD"},       {32, "NXSB"},  // APFS
+    {-512, "koly\0\0\0\4"sv},  // compressed image
+    kApplePartitions,
+    {512, "EFI PART"},   // partitioned disk
+    {1024, "H+\0\4"sv},  // HFS+
+    {1024, "HX\0\5"sv},  // HFS+ whose names tell upper from lower case
+    {1024, "BD"},        // HFS+ within an older volume
+    {32, "NXSB"},        // APFS
 };
 
 bool isThere(int file, off_t size, const Signature& signature) {
