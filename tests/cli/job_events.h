@@ -7,22 +7,29 @@
 
 namespace revwarden {
 
-/// The record of an outdated application with a download on offer, by its name.
-inline Json outdated(const std::string& name, bool queued = false) {
-  return {
-      {"id", "id-" + name},
-      {"applicationName", name},
-      {"applicationPath", "/Applications/" + name + ".app"},
-      {"currentVersion", "1"},
-      {"isInQueue", queued},
-      {"availableVersionInfo", {{"version", "2"}, {"download_link", " http://d/" + name + "\n"}}}};
+/// The record of an application, by its name; with a download on offer, if a version is.
+inline Json record(const std::string& name, const std::string& installed,
+                   const std::string& offered = "", const std::string& flag = "isInQueue",
+                   bool isSet = false) {
+  Json item = {{"id", "id-" + name},
+               {"applicationName", name},
+               {"applicationPath", "/Applications/" + name + ".app"},
+               {"bundleId", "com.example." + name},
+               {"currentVersion", installed},
+               {flag, isSet}};
+  if (offered.empty()) return item;
+  item["availableVersionInfo"] = {{"version", offered},
+                                  {"download_link", " http://d/" + name + "\n"}};
+  return item;
 }
-
-/// The record of `outdated` with the version installed.
+inline Json outdated(const std::string& name, bool queued = false) {
+  return record(name, "1", "2", "isInQueue", queued);
+}
+inline Json muted(const std::string& name) {
+  return record(name, "1", "2", "isInBlackList", true);
+}
 inline Json updated(const std::string& name) {
-  Json record = outdated(name);
-  record["currentVersion"] = "2";
-  return record;
+  return record(name, "2", "2");
 }
 
 /// The events that the agent sends about a job.

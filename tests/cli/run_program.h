@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <vector>
+
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
@@ -21,37 +23,25 @@ inline std::string callOf(const std::vector<std::string>& arguments) {
   return call;
 }
 
-/// The status that the process ends with.
-inline int exitStatus(pid_t pid) {
-  int status = 0;
-  if (pid < 0 || waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
-}
-
-/// Runs the program without a terminal; with `output` as its standard output, if that is given.
-inline Outcome runProgram(const std::vector<std::string>& arguments, int output = -1) {
+/// Runs the program without a terminal, with its output kept or written to that file.
+inline Outcome runProgram(const std::vector<std::string>& arguments, std::string output = "") {
   const ScratchFolder folder;
-  const std::string call = callOf(arguments) + " </dev/null 2>" + folder.file("err") +
-                           (output < 0 ? " >" + folder.file("out") : "");
-  const pid_t pid = fork();
-  if (pid == 0) {
-    if (output >= 0) dup2(output, STDOUT_FILENO);
-    execl("/bin/sh", "sh", "-c", call.c_str(), nullptr);
-    _exit(127);
-  }
-  const int status = exitStatus(pid);
-  return {status, folder.read("out"), folder.read("err")};
+  if (output.empty()) output = folder.file("out");
+  const std::string call = callOf(arguments) + " </dev/null 2>" + folder.file("err") + " >";
+  const int status = std::system((call + output).c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, folder.read("out"), folder.read("err")};
 }
 
 /// Runs the program on a terminal of that many columns on which `typed` is typed; `out` is all that
 /// it shows.
 inline Outcome runOnTerminal(const std::vector<std::string>& arguments, unsigned short columns,
-                             const std::string& typed) {
+                             const std::string& typed = "") {
   const std::string call = callOf(arguments);
   const winsize size{24, columns, 0, 0};
   int terminal = -1;
   const pid_t pid = forkpty(&terminal, nullptr, nullptr, &size);
   if (pid == 0) {
+    setenv("TERM", "xterm", 1);
     execl("/bin/sh", "sh", "-c", call.c_str(), nullptr);
     _exit(127);
   }
@@ -61,7 +51,8 @@ inline Outcome runOnTerminal(const std::vector<std::string>& arguments, unsigned
   for (ssize_t count; (count = read(terminal, chunk, sizeof chunk)) > 0;) {
     outcome.out.append(chunk, static_cast<size_t>(count));
   }
-  outcome.status = exitStatus(pid);
+  int status = 0;
+  if (waitpid(pid, &status, 0) == pid && WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
   close(terminal);
   return outcome;
 }

@@ -1,10 +1,7 @@
 #pragma once
 
 #include <algorithm>
-#include <functional>
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include "agent/kqrw_agent_delegate.h"
 #include "platform/run_loop.h"

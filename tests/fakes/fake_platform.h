@@ -1,26 +1,14 @@
 #pragma once
 
-#include <atomic>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <optional>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "base/text.h"
 #include "platform/bundle.h"
 #include "platform/file_manager.h"
-#include "platform/host_application.h"
 #include "platform/localization.h"
 #include "platform/log.h"
 #include "platform/platform.h"
 #include "platform/system_information.h"
 #include "platform/url_connection.h"
 #include "platform/user_defaults.h"
-#include "platform/workspace.h"
 #include "ports/posix/libxml_documents.h"
 #include "ports/posix/natural_versions.h"
 #include "tests/fakes/fake_jobs.h"
@@ -33,10 +21,7 @@ namespace revwarden {
 struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   std::map<std::string, std::shared_ptr<const Bundle>, std::less<>> bundles;  // null: unreadable
   std::map<std::string, std::string, std::less<>> links;
-  std::set<std::string> otherVolumes = {"/Volumes/X"};
-  std::set<std::string> hidden;  // there, but not found by the search
   std::set<std::string> flushed;
-  std::string temporary = "/tmp";
   bool temporaryExists = true;
   bool movable = true;
   std::set<std::string, std::less<>> unmovable;
@@ -58,9 +43,8 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   struct Inspector final : PathInspector {
     explicit Inspector(FakeDisk& owner) : disk(owner) {}
     std::optional<std::string> resolvedPath(std::string_view path) override {
-      if (path == disk.temporary) {
-        return disk.temporaryExists ? std::optional("/private" + disk.temporary) : std::nullopt;
-      }
+      if (path == "/tmp" && !disk.temporaryExists) return std::nullopt;
+      if (path == "/tmp") return "/private/tmp";
       const auto link = disk.links.find(path);
       const std::string target(link == disk.links.end() ? path : link->second);
       return disk.bundles.contains(target) ? std::optional(target) : std::nullopt;
@@ -78,10 +62,8 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
       return path.find(".app/") != path.npos;
     }
     std::string localVolumePathFromFullPath(std::string_view path) override {
-      for (const std::string& volume : disk.otherVolumes) {
-        if (path.starts_with(volume + "/")) return std::string(path.substr(volume.size()));
-      }
-      return std::string(path);
+      const std::string_view volume = "/Volumes/X";  // the only other one
+      return std::string(path.starts_with("/Volumes/X/") ? path.substr(volume.size()) : path);
     }
     bool pathIsOnSystemVolume(std::string_view path) override {
       return !path.empty() && localVolumePathFromFullPath(path) == path;
@@ -92,7 +74,7 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   std::unique_ptr<PathInspector> inspectorForPass() override {
     return std::make_unique<Inspector>(*this);
   }
-  std::string temporaryDirectory() const override { return temporary; }
+  std::string temporaryDirectory() const override { return "/tmp"; }
   bool isMovableFileAtPath(std::string_view path) const override {
     return movable && !unmovable.contains(path);
   }
@@ -113,9 +95,7 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
 
   std::vector<std::string> allApplicationsPaths() override {
     std::vector<std::string> paths;
-    for (const auto& [path, bundle] : bundles) {
-      if (!hidden.contains(path)) paths.push_back(path);
-    }
+    for (const auto& [path, bundle] : bundles) paths.push_back(path);
     for (const auto& [path, target] : links) paths.push_back(path);
     return paths;
   }
@@ -170,10 +150,9 @@ struct PlainLocalization final : Localization {
 /// The update service: answers each request with what `answer` makes of it, on the asking thread.
 struct FakeService final : URLConnection, KQProductInformation {
   std::optional<std::string> sendSynchronousRequest(const URLRequest& request) override {
-    {
-      const std::lock_guard lock(mutex);
-      requests.push_back(request);
-    }
+    std::unique_lock lock(mutex);
+    requests.push_back(request);
+    lock.unlock();
     return answer(request);
   }
   std::string URLWithScheme_service_path(std::string_view scheme, std::string_view service,

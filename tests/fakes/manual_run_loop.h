@@ -1,11 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
-#include <functional>
 #include <list>
-#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -19,19 +18,11 @@ namespace revwarden {
 /// A clock that stands still until a test moves it.
 class ManualClock final : public Clock {
  public:
-  Date now() const override {
-    const std::lock_guard lock(mutex_);
-    return now_;
-  }
-  void set(double seconds) {
-    const std::lock_guard lock(mutex_);
-    now_.secondsSince1970 = seconds;
-  }
-  void advance(double seconds) { set(now().secondsSince1970 + seconds); }
+  Date now() const override { return Date{seconds_}; }
+  void advance(double seconds) { seconds_ = seconds_ + seconds; }
 
  private:
-  mutable std::mutex mutex_;
-  Date now_{1000000000};
+  std::atomic<double> seconds_ = 1000000000;
 };
 
 /// The main loop of the thread that made it: runs only when a test says so, its timers by the
@@ -43,10 +34,8 @@ class ManualRunLoop final : public RunLoop {
   bool isMainThread() const override { return std::this_thread::get_id() == main_; }
 
   void post(std::function<void()> call) override {
-    {
-      const std::lock_guard lock(mutex_);
-      calls_.push_back(std::move(call));
-    }
+    const std::lock_guard lock(mutex_);
+    calls_.push_back(std::move(call));
     changed_.notify_all();
   }
 
@@ -69,7 +58,9 @@ class ManualRunLoop final : public RunLoop {
                : Turn::nothingToRun;
   }
 
-  std::unique_ptr<Timer> addTimer(Date fireDate, std::function<void()> action) override;
+  std::unique_ptr<Timer> addTimer(Date fireDate, std::function<void()> action) override {
+    return std::make_unique<Pending>(*this, fireDate.secondsSince1970, std::move(action));
+  }
 
   /// Serves the loop until `condition` holds; false when it does not within ten seconds.
   bool runUntil(const std::function<bool()>& condition) {
@@ -141,38 +132,25 @@ class ManualRunLoop final : public RunLoop {
   std::list<Pending*> timers_;
 };
 
-inline std::unique_ptr<Timer> ManualRunLoop::addTimer(Date fireDate, std::function<void()> action) {
-  return std::make_unique<Pending>(*this, fireDate.secondsSince1970, std::move(action));
-}
-
 /// Real detached threads whose ends a test can wait for.
 class CountedThreads final : public Threads {
  public:
   /// Serves the main thread's calls, but no timer, until every thread has ended, those too that the
   /// calls started.
   void waitForAll(ManualRunLoop& loop) {
-    const auto allEnded = [this] {
-      std::unique_lock lock(mutex_);
-      return ended_.wait_for(lock, std::chrono::milliseconds(1), [&] { return running_ == 0; });
-    };
     do {
-      while (!allEnded()) loop.drain();
+      for (; running_ > 0; std::this_thread::sleep_for(std::chrono::milliseconds(1))) loop.drain();
       loop.drain();
-    } while (!allEnded());
+    } while (running_ > 0);
   }
 
   bool detachNewThread(std::function<void()> body) override {
     if (refuse) return false;
-    {
-      const std::lock_guard lock(mutex_);
-      ++running_;
-    }
+    ++running_;
     std::thread([this, body = std::move(body)]() mutable {
       body();
       body = nullptr;
-      const std::lock_guard lock(mutex_);
       --running_;
-      ended_.notify_all();
     }).detach();
     return true;
   }
@@ -180,9 +158,7 @@ class CountedThreads final : public Threads {
   bool refuse = false;
 
  private:
-  std::mutex mutex_;
-  std::condition_variable ended_;
-  int running_ = 0;
+  std::atomic<int> running_ = 0;
 };
 
 }  // namespace revwarden

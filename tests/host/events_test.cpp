@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include "host/delegate_events.h"
 #include "host/host_log.h"
 #include "host/json_values.h"
 #include "tests/host/host_fixture.h"

@@ -5,6 +5,7 @@
 
 #include "host/json_rpc.h"
 #include "host/json_values.h"
+#include "host/options.h"
 #include "host/rpc_parameters.h"
 
 namespace revwarden {
@@ -50,23 +51,16 @@ class Rpc : public testing::Test {
   RpcMethods methods_;
 };
 
-TEST_F(Rpc, RequestsAreAnsweredUnderTheirId) {
-  EXPECT_EQ(answer(R"({"jsonrpc":"2.0","id":"x","method":"add","params":[4,true]})"),
-            Json({{"jsonrpc", "2.0"}, {"id", "x"}, {"result", 8}}));
-  EXPECT_FALSE(answerLine(R"({"jsonrpc":"2.0","method":"add","params":[4,true]})", methods_));
-}
-
 TEST_F(Rpc, RubbishGetsTheErrorThatTheStandardNames) {
-  for (const char* line : {"", "\r", "{", "nonsense", "{\"a\":\"\xff\"}", "[1,"}) {
+  for (const char* line : {"", "\r", "{", "{\"a\":\"\xff\"}", "[1,"}) {
     EXPECT_EQ(errorOf(line), kRpcParseError) << line;
   }
   for (const char* line :
-       {"1", "null", "{}", R"({"method":"add","id":1})", R"({"jsonrpc":"2.0","method":1})",
+       {"1", "null", "{}", "[]", R"({"method":"add","id":1})", R"({"jsonrpc":"2.0","method":1})",
         R"({"jsonrpc":"2.0","method":"add","params":1,"id":1})",
         R"({"jsonrpc":"2.0","method":"add","id":[]})"}) {
     EXPECT_EQ(errorOf(line), kRpcInvalidRequest) << line;
   }
-  EXPECT_EQ(errorOf(R"({"jsonrpc":"2.0","id":1,"method":"unknown"})"), kRpcMethodNotFound);
   for (const char* params : {"[]", "[1]", "[1,true,2]", "[true,1]", "[1.5,true]", "[-1,true]",
                              "[null,true]", R"(["1",true])", R"({"number":1,"twice":true})"}) {
     const std::string line = R"({"jsonrpc":"2.0","id":1,"method":"add","params":)";
@@ -78,22 +72,32 @@ TEST_F(Rpc, RubbishGetsTheErrorThatTheStandardNames) {
             kRpcInvalidRequest);
 }
 
-TEST_F(Rpc, ABatchIsAnsweredWithAList) {
+TEST_F(Rpc, RequestsAndBatchesAreAnsweredUnderTheirIds) {
+  EXPECT_FALSE(answerLine(R"({"jsonrpc":"2.0","method":"add","params":[4,true]})", methods_));
   const Json replies = answer(
-      R"([{"jsonrpc":"2.0","id":1,"method":"add","params":[1,false]},7,
+      R"([{"jsonrpc":"2.0","id":"x","method":"add","params":[4,true]},7,
           {"jsonrpc":"2.0","method":"add","params":[1,false]},
           {"jsonrpc":"2.0","id":2,"method":"nothing"}])");
   ASSERT_EQ(replies.size(), 3u);
-  EXPECT_EQ(replies[0]["result"], 1);
+  EXPECT_EQ(replies[0], Json({{"jsonrpc", "2.0"}, {"id", "x"}, {"result", 8}}));
   EXPECT_EQ(replies[1]["error"]["code"], kRpcInvalidRequest);
   EXPECT_EQ(replies[2]["error"]["code"], kRpcMethodNotFound);
-  EXPECT_EQ(errorOf("[]"), kRpcInvalidRequest);
 
   int performed = 0;
   methods_["large"] = [&](const Json&) { return ++performed, jsonText(std::string(9 << 20, 'x')); };
   const Json large = answer(Json(100, {{"jsonrpc", "2.0"}, {"id", 1}, {"method", "large"}}).dump());
   EXPECT_EQ(performed, 8);
   EXPECT_EQ(large.back()["error"]["code"], kRpcBatchTooLarge);
+}
+
+TEST(Options, TheUserIsAskedUnlessToldOtherwiseInAWordThatIsKnown) {
+  const auto parse = [](const char* choice) {
+    const char* const arguments[] = {"revwarden-agent", "--log-level=debug", choice};
+    return parseOptions(choice ? 3 : 2, arguments);
+  };
+  EXPECT_EQ(parse(nullptr).options->authorization, Authorization::ask);
+  EXPECT_EQ(parse("--authorization=never").options->authorization, Authorization::never);
+  EXPECT_EQ(parse("--authorization=Always").exitStatus, 2);
 }
 
 }  // namespace
