@@ -94,7 +94,7 @@ def main(kind, *paths):
         with open(out, "wb") as image:
             image.write(hfs_volume(folders[0]))
     else:
-        subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=folders[0], check=True)
+        subprocess.run(["zip", "-qry", "-FS", os.path.abspath(out), "."], cwd=paths[0], check=True)
 
 
 if __name__ == "__main__":
