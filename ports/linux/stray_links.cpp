@@ -24,7 +24,7 @@ bool leadsOut(int folder, const std::string& link) {
   do end = syscall(SYS_openat2, folder, link.c_str(), &how, sizeof how);
   while (end < 0 && errno == EAGAIN);
   if (end < 0) return errno != ENOENT && errno != ENOTDIR && errno != ELOOP;
-  FileDescriptor{static_cast<int>(end)};
+  const FileDescriptor reached(static_cast<int>(end));
   return false;
 }
 

@@ -82,15 +82,17 @@ std::vector<std::string> namesIn(const std::string& folder) {
 // The lock is held: nobody lays out anything now.
 void removeLeftovers(const std::string& folder) {
   const std::string current = thisStartOfTheMachine();
+  const std::string inFolder = folder + "/";
   for (const std::string& name : namesIn(folder)) {
-    if (name.starts_with('.') || !name.starts_with(current)) removeTree(folder + "/" + name);
+    if (name.starts_with('.') || !name.starts_with(current)) removeTree(inFolder + name);
   }
 }
 
 Attachment mountPointsIn(const std::string& attached) {
   Attachment attachment;
+  const std::string inFolder = attached + "/";
   for (const std::string& name : namesIn(attached)) {
-    attachment.mountPoints.push_back(attached + "/" + name);
+    attachment.mountPoints.push_back(inFolder + name);
   }
   if (attachment.mountPoints.empty()) attachment.error = attached + " is empty";
   return attachment;

@@ -13,7 +13,7 @@
 namespace revwarden {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 struct Signature {
   off_t offset;  // from the end when negative
