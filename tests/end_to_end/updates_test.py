@@ -15,7 +15,7 @@ import zipfile
 
 from programs import PATIENCE, ScriptedService, World, logged_events
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../ports"))
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../script"))
 import make_images  # noqa: E402
 
 STOPPED = "didStopQueueInAgent:"

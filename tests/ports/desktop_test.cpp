@@ -12,6 +12,7 @@
 #include "ports/linux/quit_scripts.h"
 #include "ports/linux/running_applications.h"
 #include "ports/posix/spawn.h"
+#include "tests/fakes/mocked_bus.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
@@ -80,9 +81,17 @@ class DesktopTest : public testing::Test {
     return scratch_.file("Apps/" + name + ".app");
   }
 
-  // On a thread that may wait.
+  // On threads that may wait.
   bool openElsewhere(const std::string& url) {
     return std::async(std::launch::async, [&] { return workspace_.openURL(url); }).get();
+  }
+  bool reveal(const std::string& path) {
+    const auto select = [&] { return workspace_.selectFile_inFileViewerRootedAtPath(path, "/"); };
+    return std::async(std::launch::async, select).get();
+  }
+  void report(const std::string& line) {
+    const std::lock_guard lock(mutex_);
+    reports_.push_back(line);
   }
   std::vector<std::string> reports() {
     const std::lock_guard lock(mutex_);
@@ -96,13 +105,15 @@ class DesktopTest : public testing::Test {
   std::mutex mutex_;
   std::vector<std::string> reports_;
   DetachedThreads threads_;
-  LinuxWorkspace workspace_{*loop_,
-                            threads_,
-                            {[this](std::string_view url, bool opened) {
-                               const std::lock_guard lock(mutex_);
-                               reports_.push_back(std::string(url) + (opened ? " +" : " -"));
-                             },
-                             [](auto&&...) {}}};
+  LinuxWorkspace workspace_{
+      *loop_,
+      threads_,
+      {[this](std::string_view url, bool opened) {
+         report(std::string(url) + (opened ? " +" : " -"));
+       },
+       [this](std::string_view path, std::string_view root, bool selected) {
+         report(std::string(path) + " " + std::string(root) + (selected ? " +" : " -"));
+       }}};
 };
 
 TEST_F(DesktopTest, OpensAddressesAsTheyAreAndFilesByTheirPath) {
@@ -115,9 +126,6 @@ TEST_F(DesktopTest, OpensAddressesAsTheyAreAndFilesByTheirPath) {
   for (const std::string& bad : {"-h"s, ""s, "page.html"s, "file://elsewhere/x"s, "http://x\0y"s}) {
     EXPECT_FALSE(openElsewhere(bad)) << bad;
   }
-  const auto reveal = [&] { return workspace_.selectFile_inFileViewerRootedAtPath("/tmp/x", ""); };
-  EXPECT_TRUE(std::async(std::launch::async, reveal).get()) << "without a bus, by its folder";
-  EXPECT_THAT(scratch_.read("handed"), HasSubstr(": /tmp\n"));
   setenv("PATH", scratch_.path().c_str(), 1);
   EXPECT_FALSE(openElsewhere("http://no.opener"));
   EXPECT_EQ(scratch_.read("handed").find("no.opener"), std::string::npos);
@@ -137,6 +145,27 @@ TEST_F(DesktopTest, NothingWaitsOnTheMainThreadAndTheOpenerIsReapedHoweverLongIt
   ASSERT_TRUE(isThere(slow));
   kill(slow, SIGKILL);
   EXPECT_TRUE(eventually([&] { return !isThere(slow); }));
+}
+
+TEST_F(DesktopTest, RevealsInTheFileViewerElseOpensTheFolder) {
+  EXPECT_TRUE(reveal("/tmp/no bus")) << "nor a display to look for one";
+  EXPECT_THAT(scratch_.read("handed"), HasSubstr(": /tmp\n"));
+  scratch_.write("viewer.py",
+                 "BUS_NAME = MAIN_IFACE = 'org.freedesktop.FileManager1'\n"
+                 "MAIN_OBJ = '/org/freedesktop/FileManager1'\n"
+                 "SYSTEM_BUS = False\n"
+                 "def load(mock, parameters):\n"
+                 "    mock.AddMethod(MAIN_IFACE, 'ShowItems', 'ass', '', '')\n");
+  const MockedBus bus("session", scratch_.file("viewer.py"));
+  const auto calls = [&] {
+    return bus.call("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                    "Mock.GetCalls");
+  };
+  ASSERT_TRUE(eventually([&] { return calls() != ""; }));
+  EXPECT_TRUE(reveal("/home/a b%"));
+  EXPECT_THAT(calls(), HasSubstr("[<['file:///home/a%20b%25']>, <''>]"));
+  EXPECT_EQ(scratch_.read("handed").find("/home"), std::string::npos);
+  EXPECT_THAT(reports(), ElementsAre("/tmp/no bus / +", "/home/a b% / +"));
 }
 
 TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
