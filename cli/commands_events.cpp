@@ -50,10 +50,10 @@ std::string jobWords(const AgentEvent& event) {
   if (event.method == "agent:didStopUpdateItem:") return "Update has ended: " + name;
   std::string words = "Update goes on: " + name;
   if (!record.is_object()) return words;
-  const int64_t action = recordNumber(record, kKQRWInstallerCurrentActionKey);
-  words += action == kJobIsDone      ? ", done"
-           : action == kJobHasFailed ? ", failed"
-                                     : ", " + jobText(record);
+  const SimpleAction action = actionOf(record);
+  words += action == SimpleAction::done     ? ", done"
+           : action == SimpleAction::failed ? ", failed"
+                                            : ", " + jobText(record);
   const int64_t received = recordNumber(record, kKQRWInstallerReceivedBytesKey);
   return received > 0 ? words + ", " + std::to_string(received) + " bytes" : words;
 }

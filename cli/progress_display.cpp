@@ -53,7 +53,7 @@ std::string speedText(double bytesPerSecond) {
 // 0 to 100; absent while nobody knows.
 std::optional<int> percentOf(const UpdateJob& job) {
   if (job.hasEnded() && job.end == UpdateJob::End::succeeded) return 100;
-  if (job.phase == UpdateJob::Phase::running && job.action == kJobIsInstalling) return 100;
+  if (job.phase == UpdateJob::Phase::running && job.action == SimpleAction::installing) return 100;
   return downloadedPercent(job.received, job.total);
 }
 
@@ -106,7 +106,7 @@ void ProgressDisplay::show(const std::vector<UpdateJob>& jobs) {
   speeds_.resize(jobs.size());
   for (size_t i = 0; i < jobs.size(); ++i) {
     const bool isLoading =
-        jobs[i].phase == UpdateJob::Phase::running && jobs[i].action == kJobIsDownloading;
+        jobs[i].phase == UpdateJob::Phase::running && jobs[i].action == SimpleAction::downloading;
     if (isLoading) speeds_[i].note(jobs[i].received, now);
     if (!isLoading) speeds_[i] = {};
   }

@@ -90,6 +90,10 @@ int64_t recordNumber(const Json& record, const char* key) {
   return found != record.end() && found->is_number_integer() ? found->get<int64_t>() : 0;
 }
 
+SimpleAction actionOf(const Json& record) {
+  return static_cast<SimpleAction>(recordNumber(record, kKQRWInstallerCurrentActionKey));
+}
+
 Json idsOf(const std::vector<Json>& records) {
   Json ids = Json::array();
   for (const Json& record : records) ids.push_back(recordText(record, kKQRWIDKey));
@@ -128,15 +132,15 @@ std::optional<int> downloadedPercent(int64_t received, int64_t total) {
 }
 
 std::string jobText(const Json& record) {
-  switch (recordNumber(record, kKQRWInstallerCurrentActionKey)) {
-    case kJobIsStarting:
+  switch (actionOf(record)) {
+    case SimpleAction::starting:
       return "starting";
-    case kJobIsDownloading: {
+    case SimpleAction::downloading: {
       const auto percent = downloadedPercent(recordNumber(record, kKQRWInstallerReceivedBytesKey),
                                              recordNumber(record, kKQRWInstallerTotalBytesKey));
       return percent ? "downloading " + std::to_string(*percent) + "%" : "downloading";
     }
-    case kJobIsInstalling:
+    case SimpleAction::installing:
       return "installing";
     default:
       return "in queue";
@@ -144,14 +148,14 @@ std::string jobText(const Json& record) {
 }
 
 std::string stateText(const Json& record, const Versions& versions) {
-  const int64_t action = recordNumber(record, kKQRWInstallerCurrentActionKey);
+  const SimpleAction action = actionOf(record);
   if (recordFlag(record, kKQRWInstallerIsInQueueKey)) return jobText(record);
-  if (action == kJobHasFailed) return "update failed";
+  if (action == SimpleAction::failed) return "update failed";
   if (!record.contains(kKQRWAvailableVersionInfoKey)) {
     return record.contains(kKQRWLastFullCheckDate) ? "no offer" : "not checked";
   }
   if (!hasNewerVersion(record, versions)) return "up to date";
-  return action == kJobIsDone ? "update done" : "outdated";
+  return action == SimpleAction::done ? "update done" : "outdated";
 }
 
 void sortByName(std::vector<Json>& records) {

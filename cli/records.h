@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/version.h"
+#include "updater/job_action.h"
 
 // Item records as the agent sends them, and what a person wants to know about them. A key that is
 // missing or of another type than expected reads as empty: records come from storage and from the
@@ -15,15 +16,8 @@ namespace revwarden {
 
 using Json = nlohmann::json;
 
-/// What a record says of its job's progress (`kKQRWInstallerCurrentActionKey`). It stays in the
-/// record when the job is over.
-enum JobAction : int64_t {
-  kJobIsStarting = 1,
-  kJobIsDownloading = 2,
-  kJobIsInstalling = 3,
-  kJobIsDone = 4,
-  kJobHasFailed = 5,
-};
+/// What the update job of a record is at. It stays in the record when the job is over.
+SimpleAction actionOf(const Json& record);
 
 /// The text for `key` as it stands (clean it before it is printed); "" without one.
 std::string recordText(const Json& record, const char* key);

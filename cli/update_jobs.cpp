@@ -157,7 +157,7 @@ void UpdateJobs::didStart(const Json& record) {
   if (before && before != job) endWith(*before, End::unheard);
   if (!job) return;
   job->phase = Phase::running;
-  job->action = kJobIsStarting;
+  job->action = SimpleAction::starting;
   job->received = job->total = 0;
   job->judged = false;
   job->reason.clear();
@@ -174,9 +174,9 @@ void UpdateJobs::didProgress(const Json& record) {
   if (job->phase != Phase::running) return;
   job->received = recordNumber(record, kKQRWInstallerReceivedBytesKey);
   job->total = recordNumber(record, kKQRWInstallerTotalBytesKey);
-  const int64_t action = recordNumber(record, kKQRWInstallerCurrentActionKey);
+  const SimpleAction action = actionOf(record);
   // Between download and installation it reads as done for a moment.
-  if (action != kJobIsDone) job->action = action;
+  if (action != SimpleAction::done) job->action = action;
 }
 
 void UpdateJobs::didStop(const Json& record) {
@@ -223,7 +223,7 @@ void UpdateJobs::didChangeStatus(const Json& records) {
 
 void UpdateJobs::didLeaveQueue(UpdateJob& job) {
   if (interrupting_ && isInQueue(job)) {
-    endWith(job, job.action == kJobHasFailed ? End::failed : End::interrupted);
+    endWith(job, job.action == SimpleAction::failed ? End::failed : End::interrupted);
   } else if (job.phase == Phase::inQueue) {
     endWith(job, End::cancelled);
   } else if (job.judged && job.end == End::failed) {

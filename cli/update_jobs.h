@@ -39,8 +39,8 @@ struct UpdateJob {
   bool wasQueued = false;  // before the user asked
 
   Phase phase = Phase::asked;
-  End end = End::unheard;  // once it has ended
-  int64_t action = 0;      // while it runs, a JobAction
+  End end = End::unheard;                    // once it has ended
+  SimpleAction action = SimpleAction::idle;  // while it runs
   int64_t received = 0;
   int64_t total = 0;    // below 1: not known
   bool judged = false;  // the agent has told its end

@@ -85,10 +85,10 @@ std::string stepText(const UpdateJob& job) {
       return "in queue";
     case UpdateJob::Phase::running:
     case UpdateJob::Phase::stopped:
-      return job.action == kJobIsDownloading  ? "downloading"
-             : job.action == kJobIsInstalling ? "installing"
-             : job.action == kJobHasFailed    ? "failed"
-                                              : "starting";
+      return job.action == SimpleAction::downloading  ? "downloading"
+             : job.action == SimpleAction::installing ? "installing"
+             : job.action == SimpleAction::failed     ? "failed"
+                                                      : "starting";
     case UpdateJob::Phase::ended:
       break;
   }
