@@ -18,11 +18,8 @@ std::optional<std::string> newApplicationAmong(Bundles& bundles,
     if (bundle && bundle->bundleIdentifier && bundle->bundleIdentifier == sought.bundleIdentifier) {
       return path;
     }
-    if (bundle && bundle->bundleName == sought.name) {
-      fallback = path;
-    } else if (!fallback && lastPathComponent(path) == sought.name + ".app") {
-      fallback = path;
-    }
+    const bool hasName = bundle && bundle->bundleName == sought.name;
+    if (hasName || (!fallback && lastPathComponent(path) == sought.name + ".app")) fallback = path;
   }
   return fallback;
 }

@@ -105,7 +105,7 @@ std::optional<std::string> KQRWAppUpdater::unzipTarget(const std::optional<std::
 std::vector<std::string> KQRWAppUpdater::contentsOf(const std::string& folder) const {
   std::vector<std::string> paths;
   for (const std::string& name : platform_->fileOperations.contentsOfDirectoryAtPath(folder)) {
-    if (isValidUtf8(name)) paths.push_back(folder + "/" + name);
+    if (isValidUtf8(name)) paths.push_back(std::string(folder).append("/").append(name));
   }
   return paths;
 }

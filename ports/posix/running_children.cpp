@@ -77,7 +77,9 @@ class Conversation {
 std::optional<std::vector<std::string>> environmentOf(const ChildProcess& child) {
   if (!child.environment) return std::nullopt;
   std::vector<std::string> variables;
-  for (const auto& [name, value] : *child.environment) variables.push_back(name + "=" + value);
+  for (const auto& [name, value] : *child.environment) {
+    variables.push_back(std::string(name).append("=").append(value));
+  }
   return variables;
 }
 
