@@ -95,6 +95,9 @@ TEST_F(QueueTest, JobsThatEndWithinTheirStartAreToldInCatalogueOrderBeforeTheReq
   EXPECT_FALSE(item("A").boolFor(kKQRWInstallerIsInQueueKey));
   EXPECT_EQ(agent->totalUpdatesCount(), 2) << "a page in the browser counts";
   EXPECT_EQ(update({}), "status\n");
+  agent->moveItemsWithIds_toBlackList({"A"}, true);
+  EXPECT_THAT(update({"A"}), HasSubstr("job start A+\n")) << "ignored, but asked for";
+  finishJobs();
 }
 
 TEST_F(QueueTest, TheNextJobIsTakenCareOfBeforeTheEndOfTheLastOneIs) {
