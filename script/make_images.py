@@ -25,8 +25,11 @@ COPY, ZLIB, BZIP2, END = 0x00000001, 0x80000005, 0x80000006, 0xFFFFFFFF
 
 def make_iso(folder, out, *more):
     name = os.path.basename(os.path.abspath(folder))
-    subprocess.run(["xorriso", "-report_about", "WARNING", "-as", "mkisofs", "-quiet", "-R", *more,
-                    "-V", name, "-o", out, folder], check=True)
+    made = subprocess.run(["xorriso", "-report_about", "WARNING", "-as", "mkisofs", "-quiet", "-R",
+                           *more, "-V", name, "-o", out, folder], check=False, text=True,
+                          stderr=subprocess.PIPE)
+    if made.returncode != 0:
+        raise SystemExit(made.stderr)
 
 
 def hfs_volume(folder):
