@@ -2,12 +2,9 @@
 
 #include <cmath>
 #include <limits>
-#include <set>
 
 #include "base/text.h"
-#include "base/uuid.h"
 #include "base/value.h"
-#include "base/xml_element.h"
 
 namespace revwarden {
 namespace {
@@ -97,27 +94,6 @@ TEST(TextTest, TakesPathsApart) {
   EXPECT_EQ(deletingPathExtension("/a/.."), "/a/..");
   EXPECT_EQ(asciiUpperCase("/Library/\xC3\xA9"), "/LIBRARY/\xC3\xA9");
   EXPECT_EQ(fileURLWithPath("/a b/100%#?;\xC3\xA9~+"), "file:///a%20b/100%25%23%3F%3B%C3%A9~+");
-}
-
-TEST(TextTest, MakesUuidsOfVersionFour) {
-  std::set<std::string> seen;
-  for (int i = 0; i < 1000; ++i) {
-    const std::string uuid = stringWithUUID();
-    ASSERT_EQ(uuid.size(), 36u);
-    EXPECT_EQ(uuid[14], '4');
-    EXPECT_NE(std::string("89AB").find(uuid[19]), std::string::npos);
-    seen.insert(uuid);
-  }
-  EXPECT_EQ(seen.size(), 1000u);
-}
-
-TEST(XmlElementTest, JoinsTextInDocumentOrder) {
-  const auto element = [](std::string text, std::string tail, std::vector<XmlElement> children) {
-    return XmlElement{"e", {}, std::move(text), std::move(children), std::move(tail)};
-  };
-  const XmlElement root =
-      element("a", "x", {element("b", "c", {element("-", "+", {})}), element("", "d", {})});
-  EXPECT_EQ(root.stringValue(), "ab-+cd");
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/progress_display.h"
 #include "cli/update_results.h"
 #include "tests/cli/job_events.h"
 
@@ -140,25 +139,6 @@ TEST(UpdateJobs, ASuccessWithoutAnInstallationIsToldAsWhatItWas) {
                          warning("Failed to update application A")},
                         "auto", jobFailed("A")),
             "-failed: disk full");
-}
-
-TEST(Progress, SpeedIsOfTheLastSecondsAndALineFitsTheScreen) {
-  TransferSpeed speed;
-  const TransferSpeed::Time start{};
-  for (int i = 0; i <= 60; ++i) speed.note(i < 30 ? 0 : (i - 30) * 100'000, start + i * 100ms);
-  EXPECT_NEAR(speed.bytesPerSecond(), 1e6, 1e3);
-  speed.note(10, start + 7s);
-  EXPECT_EQ(speed.bytesPerSecond(), 0) << "another transfer";
-
-  Story story(outdated("Wörterbuch"));
-  story.requested({jobStarts("Wörterbuch"), statusChanges({"Wörterbuch"}, true)})
-      .hear({jobGoesOn("Wörterbuch", 2, 12'345'678, 24'000'000)});
-  const UpdateJob& job = story.jobs.jobs()[0];
-  EXPECT_EQ(progressLine(job, 2.14e6, 79, 10),
-            "Wörterbuch  [#######--------]   51%    12.3 of 24.0 MB    2.1 MB/s  downloading");
-  for (int columns = 1; columns < 100; ++columns) {
-    EXPECT_LE(displayWidth(progressLine(job, 2e6, columns, columns / 3)), columns);
-  }
 }
 
 }  // namespace

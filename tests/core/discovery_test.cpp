@@ -160,28 +160,6 @@ TEST_F(AgentTest, AValidationPassFinishesBeforeItTellsTheChange) {
   EXPECT_EQ(world.loop.pendingTimers().size(), 1u);
 }
 
-TEST_F(AgentTest, AThreadThatCannotBeMadeEndsThePass) {
-  world.disk.install(kA, "1.0");
-  start();
-  world.threads.refuse = true;
-  agent->startUpdateApplicationsList();
-  EXPECT_FALSE(agent->updateIsInProgress());
-  EXPECT_EQ(events->takeNames(), "start finish");
-}
-
-TEST_F(AgentTest, WithoutADelegateItRunsAllTheSame) {
-  world.disk.install(kA, "1.0");
-  start();
-  EXPECT_NE(agent->delegate(), events) << "the proxy, not the object";
-  agent->setDelegate(nullptr);
-  agent->startUpdateApplicationsList();
-  ASSERT_TRUE(world.loop.runUntil([&] { return !agent->updateIsInProgress(); }));
-  EXPECT_EQ(events->takeNames(), "");
-  agent->setDelegate(events);
-  events.reset();
-  agent->setStarred_forItemWithId(true, idAt(kA));
-}
-
 TEST_F(AgentTest, AnAgentThatIsLetGoDuringAPassEndsOnTheMainThread) {
   world.disk.install(kA, "1.0");
   create();

@@ -30,17 +30,6 @@ TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
   EXPECT_EQ(world.defaults.writes, 0) << "loading saves nothing";
 }
 
-TEST_F(AgentTest, TheTemporaryFolderIsTriedAgainUntilItResolves) {
-  world.disk.temporaryExists = false;
-  ExcludedPaths excluded(world.disk);
-  const auto inspector = world.disk.inspectorForPass();
-  EXPECT_FALSE(excluded.isExcludedApplicationPath(*inspector, "/private/tmp/A.app"));
-  world.disk.temporaryExists = true;
-  EXPECT_TRUE(excluded.isExcludedApplicationPath(*inspector, "/private/tmp/A.app"));
-  world.disk.temporaryExists = false;
-  EXPECT_TRUE(excluded.isExcludedApplicationPath(*inspector, "/private/tmp/A.app")) << "kept";
-}
-
 TEST_F(AgentTest, SavingStripsPassingMarksAndKeepsWhatItDoesNotKnow) {
   world.disk.install("/Applications/A.app", "1.0");
   store({record("a", "/Applications/A.app")
@@ -77,21 +66,6 @@ TEST_F(AgentTest, ForgettingTheDateInMemoryLeavesTheStoredOne) {
   EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5}) << "setting it saves nothing";
   settings.savePrefs();
   EXPECT_EQ(stored().dateFor("lastFireDate"), Date{6});
-}
-
-TEST_F(AgentTest, ASwitchSavesOnlyWhenItTurns) {
-  world.disk.install("/Applications/A.app", "1.0");
-  start();
-  const int before = world.defaults.writes;
-  agent->setShowRevwardenNotifications(false);
-  agent->setUpdatesApplicationsFromAllLocalVolumes(false);
-  EXPECT_EQ(world.defaults.writes, before);
-  agent->setShowRevwardenNotifications(true);
-  EXPECT_EQ(world.defaults.writes, before + 1);
-  agent->setUpdatesApplicationsFromAllLocalVolumes(true);
-  EXPECT_EQ(world.defaults.writes, before + 2);
-  EXPECT_TRUE(stored().boolFor("updateAllLocalVolumes"));
-  EXPECT_EQ(events->takeNames(), "") << "no refresh starts";
 }
 
 TEST_F(AgentTest, DamagedSettingsReadAsNone) {

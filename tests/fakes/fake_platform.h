@@ -22,7 +22,6 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   std::map<std::string, std::shared_ptr<const Bundle>, std::less<>> bundles;  // null: unreadable
   std::map<std::string, std::string, std::less<>> links;
   std::set<std::string> flushed;
-  bool temporaryExists = true;
   bool movable = true;
   std::set<std::string, std::less<>> unmovable;
   std::optional<std::string> serial = "C02SERIAL";
@@ -43,7 +42,6 @@ struct FakeDisk final : FileManager, Bundles, KQSystemInformation {
   struct Inspector final : PathInspector {
     explicit Inspector(FakeDisk& owner) : disk(owner) {}
     std::optional<std::string> resolvedPath(std::string_view path) override {
-      if (path == "/tmp" && !disk.temporaryExists) return std::nullopt;
       if (path == "/tmp") return "/private/tmp";
       const auto link = disk.links.find(path);
       const std::string target(link == disk.links.end() ? path : link->second);

@@ -65,18 +65,6 @@ TEST_F(Events, ThreadsShareOneOrderInFileRingAndForTheListener) {
               testing::MatchesRegex("....-..-..T..:..:..\\....Z"));
 }
 
-TEST_F(Events, ALineThatAKilledProcessLeftHalfStaysByItself) {
-  const std::string path = folder_.file("events");
-  std::ofstream(path) << "{\"seq\":1}\n{\"se";
-  EventLog log(loop_, diagnostics_);
-  ASSERT_TRUE(log.writeTo(path));
-  log.append("first", "[]");
-  log.append("second", "[]");
-  EXPECT_THAT(
-      folder_.read("events"),
-      testing::MatchesRegex("\\{\"seq\":1\\}\n\\{\"se\n[^\n]*first[^\n]*\n[^\n]*second.*\n"));
-}
-
 TEST_F(Events, LogLinesKeepTheirLineBreaksForClientsOnlyAndAreCutWhenLong) {
   EventLog log(loop_, diagnostics_);
   HostLog lines(log);

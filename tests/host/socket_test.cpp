@@ -71,21 +71,6 @@ TEST(ControlSocket, RequestsRunInNestedTurnsButOnlySoDeepAndAllAreAnswered) {
   EXPECT_EQ(deepest, ControlSocket::kDeepest);
 }
 
-TEST(ControlSocket, WhatAClientLeftBehindIsDone) {
-  Server server(addEcho);
-  {
-    RawClient gone(server.path());
-    for (int i = 0; i < 200; ++i) gone.request("echo", {"gone"});
-    gone.send("{\"half");
-  }
-  size_t done = 0;
-  for (int i = 0; i < 1000 && done < 200; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    done = linesOf(server.folder.file("events")).size();
-  }
-  EXPECT_EQ(done, 200u);
-}
-
 TEST(ControlSocket, AClientThatNeverReadsIsDroppedAndHoldsNobodyUp) {
   Server server(addEcho, kSmall);
   RawClient mute(server.path()), reader(server.path());

@@ -5,7 +5,6 @@
 
 #include "host/json_rpc.h"
 #include "host/json_values.h"
-#include "host/options.h"
 #include "host/rpc_parameters.h"
 
 namespace revwarden {
@@ -88,16 +87,6 @@ TEST_F(Rpc, RequestsAndBatchesAreAnsweredUnderTheirIds) {
   const Json large = answer(Json(100, {{"jsonrpc", "2.0"}, {"id", 1}, {"method", "large"}}).dump());
   EXPECT_EQ(performed, 8);
   EXPECT_EQ(large.back()["error"]["code"], kRpcBatchTooLarge);
-}
-
-TEST(Options, TheUserIsAskedUnlessToldOtherwiseInAWordThatIsKnown) {
-  const auto parse = [](const char* choice) {
-    const char* const arguments[] = {"revwarden-agent", "--log-level=debug", choice};
-    return parseOptions(choice ? 3 : 2, arguments);
-  };
-  EXPECT_EQ(parse(nullptr).options->authorization, Authorization::ask);
-  EXPECT_EQ(parse("--authorization=never").options->authorization, Authorization::never);
-  EXPECT_EQ(parse("--authorization=Always").exitStatus, 2);
 }
 
 }  // namespace

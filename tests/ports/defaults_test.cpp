@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -47,19 +46,6 @@ class DefaultsTest : public testing::Test {
   const Dictionary one_{{"n", 1}};
   const Dictionary two_{{"n", 2}};
 };
-
-TEST_F(DefaultsTest, StoreInAFreshPrivateFolder) {
-  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));
-  const mode_t mask = umask(0777);
-  EXPECT_TRUE(save(one_));
-  umask(mask);
-  struct stat status {};
-  ASSERT_EQ(stat(file_.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0600u);
-  EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), one_);
-  EXPECT_EQ(FileUserDefaults(file_, diagnose_).dictionaryForKey("KQRWAgent"), one_);
-  EXPECT_THAT(diagnostics_, IsEmpty());
-}
 
 TEST_F(DefaultsTest, KeepForeignKeysAndSeeForeignChanges) {
   write(

@@ -35,27 +35,6 @@ std::string textOf(std::string_view document) {
   return std::get<XmlElement>(result).stringValue();
 }
 
-TEST(XmlDocuments, KeepTheOrderOfMixedContent) {
-  const auto result = LibxmlDocuments().parse(
-      "<?xml version='1.0'?><!-- x --><a xmlns:p='u' p:k='1 &amp; &quot;2'> \n<p:b>x<![CDATA[<&]]>y"
-      "<?skip this?></p:b> tail<c/><!-- no -->&#x1F600;\r\n</a><!-- end -->");
-  const auto& root = std::get<XmlElement>(result);
-  EXPECT_EQ(root.name, "a");
-  EXPECT_EQ(root.attributes, (decltype(root.attributes){{"p:k", "1 & \"2"}}));
-  EXPECT_EQ(root.text, " \n");
-  ASSERT_EQ(root.children.size(), 2u);
-  EXPECT_EQ(root.children[0].name, "p:b");
-  EXPECT_EQ(root.children[0].text, "x<&y");
-  EXPECT_EQ(root.children[0].tail, " tail");
-  EXPECT_EQ(root.children[1].tail, "\xF0\x9F\x98\x80\n");
-}
-
-TEST(XmlDocuments, DecodeTheDeclaredEncoding) {
-  EXPECT_EQ(textOf("<?xml version='1.0' encoding='windows-1252'?><a>\x80</a>"), "\xE2\x82\xAC");
-  EXPECT_THAT(textOf("<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>"),
-              HasSubstr("error: line"));
-}
-
 TEST(XmlDocuments, RefuseWhatIsNotWellFormedOrTooMuch) {
   std::string names;
   for (int i = 0; i < 300'000; ++i) names += " a" + std::to_string(i) + "=''";
@@ -288,16 +267,6 @@ TEST_F(BundleTest, ReadsTheFirstPlaceAgainWhenItChanged) {
   EXPECT_EQ(bundles_.threadSafeBundleWithPath(path), first);  // the very same
   std::filesystem::remove_all(path);
   EXPECT_EQ(nameOf(path), "(null)");
-}
-
-TEST_F(BundleTest, ServesManyThreads) {
-  const std::string path = bundle("Contents/Info.plist", info("name"));
-  const auto ask = [&] {
-    for (int i = 0; i < 300; ++i) EXPECT_EQ(nameOf(path) + nameOf(path + "x"), "name(null)");
-  };
-  std::thread other(ask);
-  ask();
-  other.join();
 }
 
 }  // namespace

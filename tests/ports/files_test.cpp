@@ -16,7 +16,6 @@
 #include "base/text.h"
 #include "ports/linux/application_search.h"
 #include "ports/linux/linux_file_manager.h"
-#include "ports/linux/mount_table.h"
 #include "ports/linux/temporary_folder.h"
 
 namespace revwarden {
@@ -107,21 +106,6 @@ TEST_F(FilesTest, ResolvesWhateverTheSystemResolvesToTheSame) {
   EXPECT_GT(existing, 1000);
 }
 
-TEST_F(FilesTest, FollowsAsManyLinksAsTheKernelDoes) {
-  folder("end");
-  link("l1", "end");
-  for (int i = 2; i <= 45; ++i) link("l" + std::to_string(i), "l" + std::to_string(i - 1));
-  const auto inspector = newInspector();
-  for (const int i : {5, 39, 40, 41, 45}) {  // with what is already known, too
-    EXPECT_EQ(inspector->resolvedPath(at("l" + std::to_string(i))).has_value(), i <= 40) << i;
-  }
-  EXPECT_EQ(inspector->resolvedPath(link("loop", "loop") + "/x"), std::nullopt);
-  for (const std::string& path : {std::string("home"), at(std::string(5000, 'x')), root_ + '\0'}) {
-    EXPECT_EQ(inspector->resolvedPath(path), std::nullopt);
-    EXPECT_FALSE(inspector->fileExistsAtPath(path));
-  }
-}
-
 TEST_F(FilesTest, KnowsTrashAndWhatIsBelowAPackageByThePath) {
   setenv("XDG_DATA_HOME", link("data", folder("real-data")).c_str(), 1);
   folder("volume");
@@ -152,19 +136,6 @@ TEST_F(FilesTest, TakesNamedFoldersForVolumesAndJudgesMissingPathsByTheirFolders
   EXPECT_TRUE(inspector->pathIsOnSystemVolume(at("volumes/A.app")));
   EXPECT_FALSE(inspector->isPathOnStorageDevice("/proc/nothing/A.app"));
   EXPECT_FALSE(inspector->isPathOnStorageDevice("") || inspector->pathIsOnSystemVolume("./x"));
-}
-
-TEST(MountTableTest, TellsLocalFromRemoteAndKernelFileSystems) {
-  const std::pair<std::string, bool> types[] = {
-      {"ext4", true},  {"tmpfs", true},       {"overlay", true}, {"fuse.mergerfs", true},
-      {"nfs4", false}, {"fuse.sshfs", false}, {"proc", false},   {"cgroup2", false}};
-  for (const auto& [type, isStorage] : types) {
-    const std::string line = "36 35 98:12 / /a\\040b rw master:1 shared:2 - " + type + " /dev/x rw";
-    const Mounts mounts = mountsListedIn("junk\n7 1 x:0 / / rw - ext4 x rw\n" + line);
-    EXPECT_EQ(mounts.size(), 1u);
-    EXPECT_EQ(mounts.at(36).device, makedev(98, 12));
-    EXPECT_EQ(mounts.at(36).isStorageDevice, isStorage) << type;
-  }
 }
 
 TEST_F(FilesTest, NoticesMountsAsTheyComeAndGo) {

@@ -2,10 +2,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <thread>
 
-#include "ports/linux/english_localization.h"
 #include "ports/linux/glib_run_loop.h"
 #include "ports/linux/linux_system_information.h"
 #include "ports/linux/logind_wake.h"
@@ -58,23 +56,6 @@ TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
   EXPECT_EQ(first, 1);
 }
 
-TEST(LogindWakeTest, LivesWithoutABusAndDeliversByHand) {
-  setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
-  const auto loop = GLibRunLoop::create();
-  const auto wake = LogindWake::create();
-  LogindWake::create().reset();  // gone before it could connect
-  int wakes = 0;
-  std::unique_ptr<Observation> other;
-  const auto observation = wake->observeDidWake([&] { ++wakes, other.reset(); });
-  other = wake->observeDidWake([&] { wakes += 10; });
-  wake->deliver();
-  EXPECT_EQ(wakes, 1) << "an observation ended by another's handler is over at once";
-  const auto stop =
-      loop->addTimer(Date{SystemClock().now().secondsSince1970 + 0.1}, [&] { loop->end(); });
-  loop->run();
-  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
-}
-
 TEST(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
   const ScratchFolder folder;
   const auto with = [&](const char* serial, const char* release, const char* machine = "i686") {
@@ -92,15 +73,6 @@ TEST(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
     EXPECT_THAT(with("", useless).systemVersionString(), testing::StartsWith("Linux ")) << useless;
   EXPECT_TRUE(with("", "", "ppc64le").isPowerPC() && with("", "", "aarch64").is64BitCapable());
   EXPECT_FALSE(with("", "").isPowerPC() || with("", "").is64BitCapable());
-}
-
-TEST(EnglishLocalizationTest, CountsAndInsertsTextAsItStands) {
-  const EnglishLocalization english;
-  const std::string format = "Updates for %?1$u applications: %2$@. %1";
-  EXPECT_EQ(english.KQLocalizedNumberStringWithFormat(format, 3, "%?1$u %2$@ %s"),
-            "Updates for 3 applications: %?1$u %2$@ %s. %1");
-  EXPECT_EQ(english.KQLocalizedNumberStringWithFormat(format, 1, "A"),
-            "Updates for 1 application: A. %1");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <random>
 
 #include "ports/posix/natural_versions.h"
@@ -43,20 +42,6 @@ TEST(NaturalVersions, SpellingsOfOneVersionAreEquivalent) {
       {"1", "1.0.0"},       {"1.0b3", "1.0.0-Beta.3"}, {"v2.5", "2.5"},   {"1.05", "1.5"},
       {"3 rc 1", "3.0RC1"}, {"1.2 (34)", "1.2,34"},    {" 1.4\n", "1.4"}, {"1.0.2K", "1.0.2k"}};
   for (const auto& [a, b] : pairs) EXPECT_EQ(version(a)->compare(*version(b)), kSame) << a;
-}
-
-TEST(NaturalVersions, WhatIsAVersion) {
-  const NaturalVersions versions;
-  EXPECT_EQ(versions.versionWithValue(nullptr), nullptr);
-  for (const Value& value : {Value(" \t\n"), Value("().-"), Value("\u2014\u00a0"), Value(true),
-                             Value(std::numeric_limits<double>::infinity())})
-    EXPECT_EQ(version(value), nullptr);
-  for (const char* text : {"0", "x", "é", "\xff\xfe", "版"}) EXPECT_NE(version(text), nullptr);
-  EXPECT_EQ(version(1.2)->stringRepresentation(), "1.2");
-  const auto one = version("\t v2.0 (7) \n");
-  EXPECT_EQ(one->stringRepresentation(), "v2.0 (7)");
-  EXPECT_EQ(versions.betterVersionOfShort_andFull(one, version("2.0.7")), one);
-  EXPECT_EQ(versions.betterVersionOfShort_andFull(nullptr, one), one);
 }
 
 // Texts of the pieces that the rules look at, in any order.

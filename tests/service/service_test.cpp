@@ -2,7 +2,6 @@
 #include <httplib.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -146,14 +145,6 @@ TEST_F(Service, NeverLeavesItsFolder) {
         "%2fetc%2fhostname", "app.ZIP%00.html", "fifo", "deep", "", "none"}) {
     EXPECT_EQ(statusOf("/files/" + path), 404) << path;
   }
-}
-
-TEST_F(Service, EndsCleanlyAndLogsLinesWithoutControlCharacters) {
-  statusOf("/files/\x1b[31m\xff");
-  kill(std::exchange(process_, 0), SIGTERM);
-  EXPECT_EQ(pclose(std::exchange(program_, nullptr)), 0);
-  EXPECT_NE(folder_.read("log").find("\"GET /files/?[31m?\" 404"), std::string::npos)
-      << folder_.read("log");
 }
 
 }  // namespace
