@@ -41,7 +41,7 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
 
   InstallQueue(std::shared_ptr<const Platform> platform, ItemCatalogue& catalogue,
                AgentSettings& settings, Mediator& mediator);
-  ~InstallQueue();
+  ~InstallQueue() override;
 
   void startUpdateItemWithIDs(const std::vector<std::string>& ids);
   void cancelUpdateItemWithIDs(const std::vector<std::string>& ids);
