@@ -1,0 +1,127 @@
+#import "ports/macos/platform/main_run_loop.h"
+
+#import <AppKit/AppKit.h>
+#import <Foundation/Foundation.h>
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+#include <utility>
+
+#import "ports/macos/platform/call_object.h"
+#import "ports/macos/platform/retained.h"
+
+namespace revwarden {
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+class ScheduledTimer final : public Timer {
+ public:
+  explicit ScheduledTimer(NSTimer* timer) : timer_(timer) {}
+  ~ScheduledTimer() override { [timer_.get() invalidate]; }
+
+ private:
+  const Retained timer_;
+};
+
+// `notBefore` holds back a date that has passed already.
+NSDate* dateOf(Date date, NSDate* notBefore) {
+  if (std::isnan(date.secondsSince1970)) return notBefore;
+  NSDate* const never = [NSDate distantFuture];
+  if (date.secondsSince1970 > [never timeIntervalSince1970]) return never;
+  return [notBefore laterDate:[NSDate dateWithTimeIntervalSince1970:date.secondsSince1970]];
+}
+
+}  // namespace
+
+bool MainRunLoop::isMainThread() const {
+  return [NSThread isMainThread];
+}
+
+void MainRunLoop::post(std::function<void()> call) {
+  {
+    const std::lock_guard lock(mutex_);
+    queue_.push_back(std::move(call));
+  }
+  wake();
+}
+
+// On the main thread itself the message must be queued as well, which performSelectorOnMainThread:
+// does not promise everywhere.
+void MainRunLoop::wake() {
+  const AutoreleasePool pool;
+  KQRWCall* const server = callObject([this] { serveOne(); });
+  if (![NSThread isMainThread]) {
+    [server performSelectorOnMainThread:@selector(run:) withObject:nil waitUntilDone:NO];
+    return;
+  }
+  NSArray* const modes = [NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode,
+                                                   NSEventTrackingRunLoopMode, nil];
+  [[NSRunLoop currentRunLoop] performSelector:@selector(run:)
+                                       target:server
+                                     argument:nil
+                                        order:0
+                                        modes:modes];
+}
+
+bool MainRunLoop::serveOne() {
+  std::function<void()> call;
+  {
+    const std::lock_guard lock(mutex_);
+    if (queue_.empty()) return false;  // a nested turn was faster
+    call = std::move(queue_.front());
+    queue_.pop_front();
+  }
+  const AutoreleasePool pool;
+  call();
+  return true;
+}
+
+void MainRunLoop::postAndWait(std::function<void()> call) {
+  if (isMainThread()) return call();
+  std::mutex mutex;
+  std::condition_variable done;
+  bool isDone = false;
+  post([&] {
+    call();
+    const std::lock_guard lock(mutex);
+    isDone = true;
+    done.notify_one();  // under the lock: the waiting thread takes all this with it
+  });
+  std::unique_lock lock(mutex);
+  done.wait(lock, [&] { return isDone; });
+}
+
+RunLoop::Turn MainRunLoop::runOneTurn(RunLoopMode mode) {
+  if (serveOne()) return Turn::handledOne;
+  const AutoreleasePool pool;
+  NSString* name = NSDefaultRunLoopMode;
+  if (mode == RunLoopMode::modal) name = NSModalPanelRunLoopMode;
+  const BOOL ran = [[NSRunLoop currentRunLoop] runMode:name beforeDate:[NSDate distantFuture]];
+  return ran ? Turn::handledOne : Turn::nothingToRun;
+}
+
+std::unique_ptr<Timer> MainRunLoop::addTimer(Date fireDate, std::function<void()> action) {
+  const AutoreleasePool pool;
+  NSDate* notBefore = [NSDate date];
+  if (lastFired_) {
+    const std::chrono::duration<double> since = SteadyClock::now() - *lastFired_;
+    notBefore = [notBefore addTimeInterval:std::max(0.0, 1.0 - since.count())];
+  }
+  NSDate* const date = dateOf(fireDate, notBefore);
+  const std::function<void()> fire = [this, action = std::move(action)] {
+    lastFired_ = SteadyClock::now();
+    action();
+  };
+  NSTimer* const timer = [[[NSTimer alloc] initWithFireDate:date
+                                                   interval:0
+                                                     target:callObject(fire)
+                                                   selector:@selector(run:)
+                                                   userInfo:nil
+                                                    repeats:NO] autorelease];
+  [[NSRunLoop currentRunLoop] addTimer:timer forMode:NSDefaultRunLoopMode];
+  return std::make_unique<ScheduledTimer>(timer);
+}
+
+}  // namespace revwarden

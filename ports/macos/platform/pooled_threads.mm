@@ -1,0 +1,22 @@
+#import "ports/macos/platform/pooled_threads.h"
+
+#include <utility>
+
+#import "ports/macos/platform/call_object.h"
+#import "ports/macos/platform/detach_thread.h"
+#import "ports/macos/platform/retained.h"
+
+namespace revwarden {
+
+bool PooledThreads::detachNewThread(std::function<void()> body) {
+  const AutoreleasePool pool;
+  // The thread object may go elsewhere; what the body holds goes on its thread.
+  const std::function<void()> run = [body = std::move(body)]() mutable {
+    const AutoreleasePool ofThread;
+    body();
+    body = nullptr;
+  };
+  return KQRWDetachThread(@selector(run:), callObject(run));
+}
+
+}  // namespace revwarden
