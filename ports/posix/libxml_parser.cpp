@@ -125,9 +125,10 @@ struct LibxmlParser::Callbacks {
     of(data).refuse("external entities are not read");
   }
 
-  static void error(void* data, xmlErrorPtr error) {
+  // Newer releases of libxml2 hand out a const one.
+  static constexpr auto error = [](void* data, auto* error) {
     if (error->level == XML_ERR_FATAL) of(data).refuse(describe(*error));
-  }
+  };
 
   static xmlSAXHandler handler() {
     xmlSAXHandler sax{};

@@ -75,8 +75,10 @@ constexpr bool isAsciiLetter(char c) {
 
 std::strong_ordering compareWords(std::string_view a, std::string_view b) {
   const auto byte = [](char c) { return static_cast<unsigned char>(lowered(c)); };
-  return std::lexicographical_compare_three_way(
-      a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return byte(x) <=> byte(y); });
+  for (size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
+    if (byte(a[i]) != byte(b[i])) return byte(a[i]) <=> byte(b[i]);
+  }
+  return a.size() <=> b.size();
 }
 
 std::strong_ordering compareSteps(const Step& a, const Step& b) {

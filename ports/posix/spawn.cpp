@@ -8,7 +8,11 @@
 #include <cerrno>
 #include <csignal>
 
+#ifdef __APPLE__
+#include <crt_externs.h>
+#else
 extern char** environ;
+#endif
 
 namespace revwarden {
 namespace {
@@ -19,6 +23,14 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
   for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
   pointers.push_back(nullptr);
   return pointers;
+}
+
+char** environmentHere() {
+#ifdef __APPLE__
+  return *::_NSGetEnviron();  // a bundle cannot be linked with the variable itself
+#else
+  return environ;
+#endif
 }
 
 class FileActions {
@@ -52,10 +64,10 @@ class Attributes {
  public:
   explicit Attributes(SpawnRequest::Belongs belongs) {
     ::posix_spawnattr_init(&attributes_);
-    sigset_t signals;
-    ::sigemptyset(&signals);
+    sigset_t signals;  // its functions may be macros
+    sigemptyset(&signals);
     ::posix_spawnattr_setsigmask(&attributes_, &signals);
-    ::sigfillset(&signals);
+    sigfillset(&signals);
     ::posix_spawnattr_setsigdefault(&attributes_, &signals);
     int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
     if (belongs == SpawnRequest::Belongs::inOwnGroup) flags |= POSIX_SPAWN_SETPGROUP;
@@ -94,9 +106,9 @@ Spawned spawn(const SpawnRequest& request) {
       request.environment.value_or(std::vector<std::string>());
   const std::vector<char*> environment = pointersTo(ownEnvironment);
   Spawned spawned;
-  spawned.error =
-      ::posix_spawnp(&spawned.pid, arguments.front(), actions.get(), attributes.get(),
-                     arguments.data(), request.environment ? environment.data() : environ);
+  spawned.error = ::posix_spawnp(&spawned.pid, arguments.front(), actions.get(), attributes.get(),
+                                 arguments.data(),
+                                 request.environment ? environment.data() : environmentHere());
   if (spawned.error != 0) spawned.pid = -1;
   return spawned;
 }
