@@ -9,7 +9,7 @@ class KQRWAgent;
 struct Platform;
 
 /// Changes with every change to what crosses the plug-in's edge.
-inline constexpr uint32_t kPluginABI = 2;
+inline constexpr uint32_t kPluginABI = 3;
 
 /// The name of the factory in the plug-in, for dlsym.
 inline constexpr char kPluginFactoryName[] = "revwarden_create_principal_object";

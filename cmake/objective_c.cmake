@@ -17,11 +17,16 @@ if(NOT REVWARDEN_OBJC)
   return()
 endif()
 
+if(NOT APPLE)  # GNUstep here runs on the runtime of GCC
+  find_program(CMAKE_OBJC_COMPILER gcc)
+  find_program(CMAKE_OBJCXX_COMPILER g++)
+endif()
 enable_language(OBJC OBJCXX)
 add_library(revwarden_cocoa INTERFACE)
-# CMake knows no language level for Objective-C++ with every compiler; and a method cannot leave out
+# CMake does not set the language level with every compiler; and a method cannot leave out
 # the name of a parameter.
 target_compile_options(revwarden_cocoa INTERFACE
+  $<$<COMPILE_LANGUAGE:OBJC>:-std=gnu11>
   $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>
   $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-Wno-unused-parameter>)
 if(APPLE)
@@ -39,7 +44,7 @@ else()
   separate_arguments(objc_libraries UNIX_COMMAND "${objc_libraries}")
   list(FILTER objc_flags EXCLUDE REGEX "^-(g|O.*|MMD|MP|I.*|W.*)$")
   list(FILTER objc_libraries INCLUDE REGEX "^-l|^-pthread$|^-rdynamic$")
-  # A C++ type inside an instance variable's struct has the linkage that g++ fears for.
+  # The blocks inside GNUstep's classes are types without linkage.
   target_compile_options(revwarden_cocoa INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:${objc_flags}>
     $<$<COMPILE_LANGUAGE:OBJCXX>:-Wno-subobject-linkage>)

@@ -127,7 +127,7 @@ void DesktopNotices::send(NoticeId id, const HostNotification& notice) {
   call("Notify",
        g_variant_new("(susss@asa{sv}i)", application_.c_str(), 0u, iconName(notice),
                      application_.c_str(), body, actions(notice), nullptr,
-                     milliseconds(notice.liveTime)),
+                     milliseconds(notice.liveTime.value_or(0))),
        onSent, new Sent{this, id});
 }
 

@@ -20,7 +20,7 @@ std::optional<std::string> iconText(const HostNotification& notice) {
 std::string description(NoticeId id, const HostNotification& notice) {
   return "{\"id\":" + std::to_string(id) + ",\"text\":" + jsonTextOrNull(notice.text) +
          ",\"icon\":" + jsonTextOrNull(iconText(notice)) +
-         ",\"liveTime\":" + jsonText(notice.liveTime) +
+         ",\"liveTime\":" + (notice.liveTime ? jsonText(*notice.liveTime) : kJsonNull) +
          ",\"button1Text\":" + jsonTextOrNull(notice.button1Text) +
          ",\"button1Action\":" + jsonTextOrNull(notice.button1Action) +
          ",\"button2Text\":" + jsonTextOrNull(notice.button2Text) +

@@ -33,7 +33,7 @@ struct HostNotification {
   std::optional<NotificationIcon> icon;
   /// Receives the button's action. Held strongly until the notice is answered or dismissed.
   std::shared_ptr<NotificationTarget> target;
-  double liveTime = 10.0;  // seconds
+  std::optional<double> liveTime;  // seconds
   std::optional<Value> userInfo;
   std::optional<std::string> button1Text;
   /// The selector sent to the target when button 1 is pressed; without one it only dismisses.

@@ -38,6 +38,12 @@
 - (id)instanceWithClassName:(NSString*)name;
 @end
 
+/// What the agent sends to the host product through such an object.
+@protocol KQHostAppProxy
+/// Shows the Revwarden window. Main thread.
+- (void)openRevwarden;
+@end
+
 /// Another agent, the one that watches for removed applications.
 @protocol KQUninstallerAgent <NSObject>
 /// Not to react to the coming removal of the application with this identifier. Main thread.

@@ -38,6 +38,7 @@ class MainRunLoop final : public RunLoop {
 
  private:
   void wake();
+  void timerFired(const std::function<void()>& action);
 
   std::mutex mutex_;
   std::deque<std::function<void()>> queue_;  // by mutex_

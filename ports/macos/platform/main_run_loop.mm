@@ -102,21 +102,24 @@ RunLoop::Turn MainRunLoop::runOneTurn(RunLoopMode mode) {
   return ran ? Turn::handledOne : Turn::nothingToRun;
 }
 
+void MainRunLoop::timerFired(const std::function<void()>& action) {
+  lastFired_ = SteadyClock::now();
+  action();
+}
+
 std::unique_ptr<Timer> MainRunLoop::addTimer(Date fireDate, std::function<void()> action) {
   const AutoreleasePool pool;
   NSDate* notBefore = [NSDate date];
   if (lastFired_) {
     const std::chrono::duration<double> since = SteadyClock::now() - *lastFired_;
-    notBefore = [notBefore addTimeInterval:std::max(0.0, 1.0 - since.count())];
+    notBefore = [notBefore dateByAddingTimeInterval:std::max(0.0, 1.0 - since.count())];
   }
   NSDate* const date = dateOf(fireDate, notBefore);
-  const std::function<void()> fire = [this, action = std::move(action)] {
-    lastFired_ = SteadyClock::now();
-    action();
-  };
+  KQRWCall* const target =
+      callObject(std::bind_front(&MainRunLoop::timerFired, this, std::move(action)));
   NSTimer* const timer = [[[NSTimer alloc] initWithFireDate:date
                                                    interval:0
-                                                     target:callObject(fire)
+                                                     target:target
                                                    selector:@selector(run:)
                                                    userInfo:nil
                                                     repeats:NO] autorelease];

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/user_defaults.h"
+
+namespace revwarden {
+
+/// The standard user defaults, of the application that loaded the plug-in. What is set, stored and
+/// never lost is the system's.
+class FoundationDefaults final : public UserDefaults {
+ public:
+  std::optional<Dictionary> dictionaryForKey(std::string_view key) override;
+  void setDictionary(const Dictionary& dictionary, std::string_view key) override;
+  bool synchronize() override;
+};
+
+}  // namespace revwarden

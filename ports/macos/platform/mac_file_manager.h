@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/file_manager.h"
+
+namespace revwarden {
+
+/// Where paths lie, as the shared library tells it.
+class MacFileManager final : public FileManager {
+ public:
+  std::unique_ptr<PathInspector> inspectorForPass() override;
+  std::string temporaryDirectory() const override;
+  bool isMovableFileAtPath(std::string_view path) const override;
+};
+
+}  // namespace revwarden

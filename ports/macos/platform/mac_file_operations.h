@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/file_operations.h"
+
+namespace revwarden {
+
+/// Changes to the file system: the Trash is the shared library's, copying and removing are the
+/// ports' own.
+class MacFileOperations final : public FileOperations {
+ public:
+  std::string homeDirectory() const override;
+  std::vector<std::string> downloadsDirectories() const override;
+  std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) const override;
+  bool removeItemAtPath(std::string_view path) override;
+  bool moveItemAtPathToTrash(std::string_view path) override;
+  std::optional<std::string> copyDirectoryAtPath_toPath(std::string_view source,
+                                                        std::string_view destination) override;
+};
+
+}  // namespace revwarden

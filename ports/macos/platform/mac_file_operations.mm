@@ -1,0 +1,50 @@
+#import "ports/macos/platform/mac_file_operations.h"
+
+#include <filesystem>
+
+#import "ports/macos/platform/foundation_values.h"
+#import "ports/macos/platform/retained.h"
+#import "ports/macos/platform/shared_utils.h"
+#include "ports/posix/folder_copy.h"
+#include "ports/posix/remove_tree.h"
+
+namespace revwarden {
+
+std::string MacFileOperations::homeDirectory() const {
+  const AutoreleasePool pool;
+  return textOf(NSHomeDirectory());
+}
+
+std::vector<std::string> MacFileOperations::downloadsDirectories() const {
+  const AutoreleasePool pool;
+  return textsOf(NSSearchPathForDirectoriesInDomains(NSDownloadsDirectory, NSUserDomainMask, YES));
+}
+
+// The order is the file system's, which Foundation does not promise.
+std::vector<std::string> MacFileOperations::contentsOfDirectoryAtPath(std::string_view path) const {
+  std::vector<std::string> names;
+  std::error_code failed;
+  const std::filesystem::directory_iterator end;
+  for (std::filesystem::directory_iterator entry(path, failed); !failed && entry != end;
+       entry.increment(failed)) {
+    names.push_back(entry->path().filename().string());
+  }
+  if (failed) names.clear();
+  return names;
+}
+
+bool MacFileOperations::removeItemAtPath(std::string_view path) {
+  return removeTree(std::string(path));
+}
+
+bool MacFileOperations::moveItemAtPathToTrash(std::string_view path) {
+  const AutoreleasePool pool;
+  return [[NSFileManager defaultManager] moveItemAtPathToTrash:foundationText(path)];
+}
+
+std::optional<std::string> MacFileOperations::copyDirectoryAtPath_toPath(
+    std::string_view source, std::string_view destination) {
+  return copyTree(std::string(source), std::string(destination));
+}
+
+}  // namespace revwarden

@@ -1,0 +1,90 @@
+#import "ports/macos/platform/mac_platform.h"
+
+#include <utility>
+
+#import "ports/macos/platform/agent_reference.h"
+#import "ports/macos/platform/foundation_bundles.h"
+#include "ports/macos/platform/foundation_defaults.h"
+#include "ports/macos/platform/foundation_property_lists.h"
+#include "ports/macos/platform/mac_child_processes.h"
+#include "ports/macos/platform/mac_file_manager.h"
+#include "ports/macos/platform/mac_file_operations.h"
+#include "ports/macos/platform/mac_scripts.h"
+#include "ports/macos/platform/mac_workspace.h"
+#include "ports/macos/platform/main_run_loop.h"
+#include "ports/macos/platform/pooled_threads.h"
+#include "ports/macos/platform/shared_helpers.h"
+#include "ports/macos/platform/shared_information.h"
+#include "ports/macos/platform/shared_localization.h"
+#include "ports/macos/platform/shared_log.h"
+#include "ports/macos/platform/shared_versions.h"
+#include "ports/posix/curl_connection.h"
+#include "ports/posix/curl_downloads.h"
+#include "ports/posix/libxml_documents.h"
+#include "ports/posix/system_clock.h"
+
+namespace revwarden {
+namespace {
+
+struct Surroundings {
+  Surroundings(std::shared_ptr<const AgentReference> agent, Protocol* userInterface,
+               HostAgent::TargetObject targetObject)
+      : localization(agent),
+        bundles(agent->agentClass),
+        host(userInterface, std::move(targetObject)) {}
+
+  MainRunLoop mainLoop;
+  PooledThreads threads;
+  SystemClock clock;
+  SharedLog log;
+  SharedLocalization localization;
+  FoundationDefaults userDefaults;
+  MacFileManager files;
+  FoundationBundles bundles;
+  SharedVersions versions;
+  SharedSystemInformation systemInformation;
+  SharedProductInformation productInformation;
+  LibxmlDocuments xml;
+  CurlConnection connection{[](const ExchangeEnd&) {}};
+  MacWorkspace workspace;
+  HostAgent host;
+  CurlDownloads downloads;
+  MacChildProcesses children;
+  MacFileOperations fileOperations;
+  FoundationPropertyLists propertyLists;
+  MacScripts scripts;
+  SharedHelpers helpers;
+};
+
+}  // namespace
+
+std::shared_ptr<const Platform> macPlatform(std::shared_ptr<const AgentReference> agent,
+                                            Protocol* userInterface,
+                                            HostAgent::TargetObject targetObject) {
+  auto& s = *new Surroundings(std::move(agent), userInterface, std::move(targetObject));
+  return std::make_shared<const Platform>(Platform{s.mainLoop,
+                                                   s.threads,
+                                                   s.clock,
+                                                   s.log,
+                                                   s.localization,
+                                                   s.userDefaults,
+                                                   s.files,
+                                                   s.bundles,
+                                                   s.versions,
+                                                   s.systemInformation,
+                                                   s.productInformation,
+                                                   s.xml,
+                                                   s.connection,
+                                                   s.workspace,
+                                                   s.host,
+                                                   s.downloads,
+                                                   s.children,
+                                                   s.fileOperations,
+                                                   s.propertyLists,
+                                                   s.workspace,
+                                                   s.scripts,
+                                                   s.helpers,
+                                                   s.host});
+}
+
+}  // namespace revwarden

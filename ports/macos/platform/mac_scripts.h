@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/workspace.h"
+
+namespace revwarden {
+
+/// AppleScript.
+class MacScripts final : public AppleScripts {
+ public:
+  std::optional<std::string> executeSource(std::string_view source) override;
+};
+
+}  // namespace revwarden

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/workspace.h"
+
+namespace revwarden {
+
+/// The shared workspace, and its notification centre for wakes.
+class MacWorkspace final : public Workspace, public WakeNotifications {
+ public:
+  bool openURL(std::string_view url) override;
+  bool selectFile_inFileViewerRootedAtPath(std::string_view path, std::string_view root) override;
+  std::vector<std::string> launchedApplicationPaths() override;
+
+  [[nodiscard]] std::unique_ptr<Observation> observeDidWake(std::function<void()> handler) override;
+};
+
+}  // namespace revwarden

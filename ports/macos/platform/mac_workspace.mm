@@ -1,0 +1,60 @@
+#import "ports/macos/platform/mac_workspace.h"
+
+#import <AppKit/AppKit.h>
+
+#import "ports/macos/platform/call_object.h"
+#import "ports/macos/platform/foundation_values.h"
+#import "ports/macos/platform/retained.h"
+
+namespace revwarden {
+namespace {
+
+// A centre does not retain its observers: the call lives as long as this.
+class WakeObservation final : public Observation {
+ public:
+  explicit WakeObservation(KQRWCall* call) : call_(call) {
+    [center() addObserver:call
+                 selector:@selector(run:)
+                     name:NSWorkspaceDidWakeNotification
+                   object:nil];
+  }
+  ~WakeObservation() override {
+    const AutoreleasePool pool;
+    [center() removeObserver:call_.get()];
+  }
+
+ private:
+  static NSNotificationCenter* center() {
+    return [[NSWorkspace sharedWorkspace] notificationCenter];
+  }
+
+  const Retained call_;
+};
+
+}  // namespace
+
+bool MacWorkspace::openURL(std::string_view url) {
+  const AutoreleasePool pool;
+  NSURL* const address = [NSURL URLWithString:foundationText(url)];
+  return address && [[NSWorkspace sharedWorkspace] openURL:address];
+}
+
+bool MacWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,
+                                                       std::string_view root) {
+  const AutoreleasePool pool;
+  return [[NSWorkspace sharedWorkspace] selectFile:foundationText(path)
+                          inFileViewerRootedAtPath:foundationText(root)];
+}
+
+std::vector<std::string> MacWorkspace::launchedApplicationPaths() {
+  const AutoreleasePool pool;
+  return textsOf(
+      [[[NSWorkspace sharedWorkspace] launchedApplications] valueForKey:@"NSApplicationPath"]);
+}
+
+std::unique_ptr<Observation> MacWorkspace::observeDidWake(std::function<void()> handler) {
+  const AutoreleasePool pool;
+  return std::make_unique<WakeObservation>(callObject(std::move(handler)));
+}
+
+}  // namespace revwarden
