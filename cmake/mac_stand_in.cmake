@@ -1,0 +1,16 @@
+# Lets the build for a Mac be configured, not built, where there is none: cmake -C this-file ...
+# So what it would compile, link and lay out can be looked at, and stays free of mistakes in CMake.
+set(CMAKE_SYSTEM_NAME Darwin CACHE STRING "")
+set(CMAKE_OSX_SYSROOT / CACHE PATH "")
+find_program(CMAKE_INSTALL_NAME_TOOL true)
+foreach(language CXX OBJC OBJCXX)
+  set(CMAKE_${language}_COMPILER_WORKS ON CACHE BOOL "")
+endforeach()
+find_program(CMAKE_CXX_COMPILER clang++)
+find_program(CMAKE_OBJC_COMPILER clang)
+find_program(CMAKE_OBJCXX_COMPILER clang++)
+find_path(CURL_INCLUDE_DIR curl/curl.h PATH_SUFFIXES ${CMAKE_LIBRARY_ARCHITECTURE} x86_64-linux-gnu)
+set(CURL_LIBRARY_RELEASE of-the-sdk CACHE STRING "")
+set(LIBXML2_INCLUDE_DIR ${CURL_INCLUDE_DIR} CACHE PATH "")
+set(LIBXML2_LIBRARY of-the-sdk CACHE STRING "")
+set(REVWARDEN_TESTS OFF CACHE BOOL "")
