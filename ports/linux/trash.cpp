@@ -11,6 +11,7 @@
 
 #include "ports/linux/place_in_trash.h"
 #include "ports/linux/user_folders.h"
+#include "ports/posix/entry_copy.h"
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/hidden_folder.h"
 #include "ports/posix/place.h"

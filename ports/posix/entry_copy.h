@@ -5,14 +5,9 @@
 #include <vector>
 
 #include "ports/posix/contents_copy.h"
+#include "ports/posix/owner.h"
 
 namespace revwarden {
-
-/// Whose a copy is.
-enum class Owner {
-  copier,    // of the user who copies and that user's group, as everything that user makes
-  asBefore,  // as in the source, as far as the copying user may give things away
-};
 
 /// Copies single files and links between open folders, and the attributes that files and folders
 /// have: mode, times to the nanosecond, extended attributes with access lists. A bit that runs a

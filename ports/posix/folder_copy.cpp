@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "ports/posix/entry_copy.h"
 #include "ports/posix/folder_entries.h"
 #include "ports/posix/folder_trail.h"
 #include "ports/posix/hidden_folder.h"
@@ -108,6 +109,10 @@ FileDescriptor duplicateOf(int descriptor) {
 }
 
 }  // namespace
+
+std::optional<std::string> copyTree(const std::string& source, const std::string& destination) {
+  return copyTree(source, destination, Owner::copier);
+}
 
 std::optional<std::string> copyTree(const std::string& source, const std::string& destination,
                                     Owner owner) {

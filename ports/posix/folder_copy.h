@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "ports/posix/entry_copy.h"
+#include "ports/posix/owner.h"
 
 namespace revwarden {
 
@@ -16,13 +16,25 @@ namespace revwarden {
 /// - `source` is a folder, not a link to one. Links are copied as links and nothing is followed out
 ///   of the source, whatever others exchange meanwhile. Files with several names become several
 ///   files. FIFOs, sockets and devices hold nothing and are left out.
-/// - With `Owner::copier` what root copies belongs to root: it lands where only an administrator
-///   may write, and whoever unpacked it must not keep a hand in it.
+/// - The copy is the copier's: what root copies belongs to root, as it lands where only an
+///   administrator may write, and whoever unpacked it must not keep a hand in it.
 /// - Any depth and number of files: only a few descriptors are open, names are kept only of folders
 ///   on the way.
 ///
+/// On a Mac the folder is cloned in one call where the volume can, else copied by copyfile(3), and
+/// nobody copies as root: the product's helper does what an administrator must allow. There
+///
+/// - files lose the bits that would run them as their owner or group;
+/// - a copy between volumes may keep the group, where the user is in it;
+/// - a clone may bring FIFOs and their kind along;
+/// - the source is found by its path: links are still not followed, but of what others exchange
+///   meanwhile the copy may hold the one or the other.
+///
 /// Absent on success, else the path and the reason in one text.
+std::optional<std::string> copyTree(const std::string& source, const std::string& destination);
+
+/// The same for an owner of choice; not on a Mac.
 std::optional<std::string> copyTree(const std::string& source, const std::string& destination,
-                                    Owner owner = Owner::copier);
+                                    Owner owner);
 
 }  // namespace revwarden

@@ -1,0 +1,192 @@
+#include <copyfile.h>
+#include <sys/clonefile.h>
+#include <sys/stat.h>
+#include <sys/stdio.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <type_traits>
+
+#include "ports/posix/folder_copy.h"
+#include "ports/posix/remove_tree.h"
+
+namespace revwarden {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kPrefix = ".revwarden-";
+constexpr std::string_view kExtension = ".bundle";  // of a package that is no application
+
+std::string reason(const std::string& path, int error) {
+  return path + ": " + std::generic_category().message(error);
+}
+
+bool isThere(const std::string& path) {
+  struct stat facts;
+  return ::lstat(path.c_str(), &facts) == 0;
+}
+
+// Behind a link a slash would stand for what the link leads to.
+std::string withoutSlashesAtEnd(const std::string& path) {
+  return path.substr(0, path.find_last_not_of('/') + 1);
+}
+
+std::string folderOf(const std::string& path) {
+  const std::string above = fs::path(path).parent_path();
+  return above.empty() ? "." : above;
+}
+
+// What copies into itself never ends.
+bool isWithin(const std::string& folder, const std::string& top) {
+  std::error_code failed;
+  fs::path at = fs::canonical(folder, failed);
+  while (!failed && !fs::equivalent(at, top, failed) && at.has_relative_path()) {
+    at = at.parent_path();
+  }
+  return !failed && at.has_relative_path();
+}
+
+// The process that made a hidden folder with this name; 0 when the name is none of ours.
+pid_t makerOf(std::string_view name) {
+  pid_t maker = 0;
+  if (!name.starts_with(kPrefix) || !name.ends_with(kExtension)) return 0;
+  name.remove_prefix(kPrefix.size());
+  std::from_chars(name.data(), name.data() + name.size(), maker);
+  return maker;
+}
+
+bool hasEnded(pid_t process) {
+  return ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
+// What processes left in a folder that were killed while they copied.
+void removeAbandoned(const std::string& folder) {
+  std::error_code failed;
+  const fs::directory_iterator end;
+  for (fs::directory_iterator entry(folder, failed); !failed && entry != end;
+       entry.increment(failed)) {
+    const pid_t maker = makerOf(entry->path().filename().string());
+    if (maker > 0 && hasEnded(maker)) removeTree(entry->path());
+  }
+}
+
+// A free name beside the destination; what is there when this object ends is removed.
+class HiddenSibling {
+ public:
+  explicit HiddenSibling(const std::string& folder) {
+    static std::atomic<unsigned> count = 0;
+    path_ = folder + "/" + std::string(kPrefix) + std::to_string(::getpid()) + "-" +
+            std::to_string(++count) + std::string(kExtension);
+    removeTree(path_);  // of an earlier process with this one's number
+  }
+  HiddenSibling(const HiddenSibling&) = delete;
+  HiddenSibling& operator=(const HiddenSibling&) = delete;
+  ~HiddenSibling() { removeTree(path_); }
+
+  const std::string& path() const { return path_; }
+
+  /// Gives what is there this path, which must be free. Whether it has it, else see `errno`.
+  bool appearAs(const std::string& path) {
+    if (::renamex_np(path_.c_str(), path.c_str(), RENAME_EXCL) == 0) return true;
+    if (errno != ENOTSUP) return false;
+    // The volume cannot do it in one step; at worst an empty folder is replaced.
+    if (!isThere(path)) return std::rename(path_.c_str(), path.c_str()) == 0;
+    errno = EEXIST;
+    return false;
+  }
+
+ private:
+  std::string path_;
+};
+
+// One copy by copyfile(3), which tells of every step.
+class PlainCopy {
+ public:
+  std::optional<std::string> run(const std::string& source, const std::string& target) {
+    constexpr copyfile_flags_t kFlags = COPYFILE_ALL | COPYFILE_RECURSIVE | COPYFILE_NOFOLLOW;
+    const std::unique_ptr<Handle, Free> state(copyfile_state_alloc());
+    if (!state) return reason(source, ENOMEM);
+    copyfile_state_set(state.get(), COPYFILE_STATE_STATUS_CB,
+                       reinterpret_cast<const void*>(&onStep));
+    copyfile_state_set(state.get(), COPYFILE_STATE_STATUS_CTX, this);
+    if (::copyfile(source.c_str(), target.c_str(), state.get(), kFlags) != 0 && !failure_) {
+      failure_ = reason(source, errno);
+    }
+    return failure_;
+  }
+
+ private:
+  using Handle = std::remove_pointer_t<copyfile_state_t>;
+  struct Free {
+    void operator()(copyfile_state_t state) const { copyfile_state_free(state); }
+  };
+
+  static int onStep(int what, int stage, copyfile_state_t, const char* source, const char* target,
+                    void* self) {
+    // An extended attribute that the volume does not take is left out.
+    if (what == COPYFILE_COPY_XATTR) return COPYFILE_CONTINUE;
+    auto* const copy = static_cast<PlainCopy*>(self);
+    if (stage == COPYFILE_ERR) return copy->stopAt(source);
+    if (what != COPYFILE_RECURSE_FILE) return COPYFILE_CONTINUE;
+    if (stage == COPYFILE_START && !isFileOrLink(source)) return COPYFILE_SKIP;
+    if (stage == COPYFILE_FINISH && !dropForeignIdentity(target)) return copy->stopAt(target);
+    return COPYFILE_CONTINUE;
+  }
+
+  int stopAt(const char* path) {
+    if (!failure_) failure_ = reason(path ? path : "", errno);
+    return COPYFILE_QUIT;
+  }
+
+  static bool isFileOrLink(const char* path) {
+    struct stat facts;
+    return ::lstat(path, &facts) != 0 || S_ISREG(facts.st_mode) || S_ISLNK(facts.st_mode);
+  }
+
+  // Takes away what would make it run as its owner or group, as a clone does.
+  static bool dropForeignIdentity(const char* path) {
+    constexpr mode_t kForeign = S_ISUID | S_ISGID;
+    struct stat facts;
+    if (::lstat(path, &facts) != 0) return false;
+    if (!S_ISREG(facts.st_mode) || (facts.st_mode & kForeign) == 0) return true;
+    return ::chmod(path, facts.st_mode & 0777) == 0;
+  }
+
+  std::optional<std::string> failure_;  // the first one
+};
+
+std::optional<std::string> cloneOrCopy(const std::string& source, const std::string& target) {
+  constexpr uint32_t kFlags = CLONE_NOFOLLOW | CLONE_NOOWNERCOPY;
+  if (::clonefile(source.c_str(), target.c_str(), kFlags) == 0) return std::nullopt;
+  if (errno != ENOTSUP && errno != EXDEV) return reason(source, errno);
+  removeTree(target);
+  return PlainCopy().run(source, target);
+}
+
+}  // namespace
+
+std::optional<std::string> copyTree(const std::string& source, const std::string& destination) {
+  const std::string from = withoutSlashesAtEnd(source), to = withoutSlashesAtEnd(destination);
+  struct stat facts;
+  if (::lstat(from.c_str(), &facts) != 0) return reason(from, errno);
+  if (!S_ISDIR(facts.st_mode)) return reason(from, ENOTDIR);
+  if (isThere(to)) return reason(to, EEXIST);
+  const std::string above = folderOf(to);
+  if (isWithin(above, from)) return reason(to, EINVAL);
+  removeAbandoned(above);
+  HiddenSibling hidden(above);
+  if (auto error = cloneOrCopy(from, hidden.path())) return error;
+  if (!hidden.appearAs(to)) return reason(to, errno);
+  return std::nullopt;
+}
+
+}  // namespace revwarden

@@ -1,0 +1,5 @@
+#pragma once
+#include <cstdint>
+
+constexpr uint32_t REMOVEFILE_RECURSIVE = 1;
+int removefile(const char* path, void* state, uint32_t flags);

@@ -1,0 +1,5 @@
+#pragma once
+#include <cstdint>
+
+constexpr uint32_t CLONE_NOFOLLOW = 1, CLONE_NOOWNERCOPY = 2;
+int clonefile(const char* from, const char* to, uint32_t flags);
