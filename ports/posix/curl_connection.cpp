@@ -15,10 +15,10 @@ class Exchange final : CurlTransfer {
   Exchange(const URLRequest& request, const CurlConnection::Limits& limits)
       : CurlTransfer(limits.idle), request_(request), limits_(limits) {}
 
-  ExchangeEnd run() {
+  ExchangeEnd run(const ProxyFor& proxyFor) {
     ExchangeEnd end;
     end.address = request_.url;
-    if (!setUp(request_.url) || !setMethod() || !setProgress()) {
+    if (!setUp(request_.url, proxyFor) || !setMethod() || !setProgress()) {
       end.error = "The request could not be made";
       return end;
     }
@@ -83,14 +83,14 @@ class Exchange final : CurlTransfer {
 
 }  // namespace
 
-CurlConnection::CurlConnection(Ended ended, Limits limits)
-    : ended_(std::move(ended)), limits_(limits) {
+CurlConnection::CurlConnection(Ended ended, Limits limits, ProxyFor proxyFor)
+    : ended_(std::move(ended)), limits_(limits), proxyFor_(std::move(proxyFor)) {
   prepareCurl();
 }
 
 std::optional<std::string> CurlConnection::sendSynchronousRequest(const URLRequest& request) {
   Exchange exchange(request, limits_);
-  const ExchangeEnd end = exchange.run();
+  const ExchangeEnd end = exchange.run(proxyFor_);
   if (ended_) ended_(end);
   if (end.error) return std::nullopt;
   return exchange.body();

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/url_connection.h"
+#include "ports/posix/proxy_for.h"
 
 namespace revwarden {
 
@@ -25,7 +26,8 @@ struct ExchangeEnd {
 /// GET and POST over http and https. Beyond the request line go only Host and, with a POST,
 /// Content-Length. Up to 20 redirects are followed, to http and https only: after 301, 302 and 303
 /// a POST goes on as a GET, after 307 and 308 it is sent again with its body. The body comes as it
-/// was sent, without content decoding; the proxy variables of the environment are heeded.
+/// was sent, without content decoding; it comes through the proxy that was chosen, else as the
+/// proxy variables of the environment say.
 ///
 /// There is no limit to the whole time. The exchange fails when for the idle time nothing moved:
 /// no step of connecting, no byte of a body in either direction, no header line. It may be noticed
@@ -44,13 +46,14 @@ class CurlConnection final : public URLConnection {
 
   /// `ended` is called once for each request, on its thread, before the answer is returned.
   explicit CurlConnection(Ended ended) : CurlConnection(std::move(ended), Limits()) {}
-  CurlConnection(Ended ended, Limits limits);
+  CurlConnection(Ended ended, Limits limits, ProxyFor proxyFor = {});
 
   std::optional<std::string> sendSynchronousRequest(const URLRequest& request) override;
 
  private:
   const Ended ended_;
   const Limits limits_;
+  const ProxyFor proxyFor_;
 };
 
 }  // namespace revwarden

@@ -26,11 +26,11 @@ bool isHttp(const std::string& url) {
 class CurlDownload final : public URLDownload, CurlTransfer {
  public:
   CurlDownload(const std::string& url, URLDownloadDelegate& delegate,
-               const CurlDownloads::Limits& limits)
+               const CurlDownloads::Limits& limits, const ProxyFor& proxyFor)
       : CurlTransfer(limits.idle), delegate_(delegate) {
     if (!isHttp(url)) {
       fail(*errorOf(CURLE_UNSUPPORTED_PROTOCOL));
-    } else if (!multi_ || !setUp(url) || !set(CURLOPT_BUFFERSIZE, kReceiveBuffer) ||
+    } else if (!multi_ || !setUp(url, proxyFor) || !set(CURLOPT_BUFFERSIZE, kReceiveBuffer) ||
                curl_multi_add_handle(multi_.get(), curl()) != CURLM_OK) {
       fail("The download could not be begun");
     }
@@ -179,13 +179,14 @@ class CurlDownload final : public URLDownload, CurlTransfer {
 
 }  // namespace
 
-CurlDownloads::CurlDownloads(Limits limits) : limits_(limits) {
+CurlDownloads::CurlDownloads(Limits limits, ProxyFor proxyFor)
+    : limits_(limits), proxyFor_(std::move(proxyFor)) {
   prepareCurl();
 }
 
 std::unique_ptr<URLDownload> CurlDownloads::beginDownload(const std::string& url,
                                                           URLDownloadDelegate& delegate) {
-  return std::make_unique<CurlDownload>(url, delegate, limits_);
+  return std::make_unique<CurlDownload>(url, delegate, limits_, proxyFor_);
 }
 
 }  // namespace revwarden

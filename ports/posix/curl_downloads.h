@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/url_download.h"
+#include "ports/posix/proxy_for.h"
 
 namespace revwarden {
 
@@ -19,13 +20,14 @@ class CurlDownloads final : public URLDownloads {
   };
 
   CurlDownloads() : CurlDownloads(Limits()) {}
-  explicit CurlDownloads(Limits limits);
+  explicit CurlDownloads(Limits limits, ProxyFor proxyFor = {});
 
   std::unique_ptr<URLDownload> beginDownload(const std::string& url,
                                              URLDownloadDelegate& delegate) override;
 
  private:
   const Limits limits_;
+  const ProxyFor proxyFor_;
 };
 
 }  // namespace revwarden

@@ -49,8 +49,14 @@ CurlTransfer::HeaderList CurlTransfer::withoutHeaders() {
   return list;
 }
 
-bool CurlTransfer::setUp(const std::string& url) {
-  return curl_ && headers_ && set(CURLOPT_URL, url.c_str()) && setRules() && setCallbacks();
+bool CurlTransfer::setUp(const std::string& url, const ProxyFor& proxyFor) {
+  return curl_ && headers_ && set(CURLOPT_URL, url.c_str()) && setRules() && setCallbacks() &&
+         setProxy(proxyFor ? proxyFor(url) : std::nullopt);
+}
+
+// Who chose has thought of exceptions already: those of the environment are for its own proxies.
+bool CurlTransfer::setProxy(const std::optional<std::string>& proxy) {
+  return !proxy || (set(CURLOPT_PROXY, proxy->c_str()) && set(CURLOPT_NOPROXY, ""));
 }
 
 bool CurlTransfer::setRules() {

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "ports/posix/proxy_for.h"
+
 namespace revwarden {
 
 /// Prepares libcurl for the process, and has the process ignore SIGPIPE unless it handles it. Any
@@ -17,8 +19,9 @@ void prepareCurl();
 
 /// What all transfers with libcurl have in common: http and https only, also after any of up to 20
 /// redirects; no header line beyond those that HTTP demands; the body as it was sent, without
-/// content decoding; the proxy variables of the environment heeded; all sockets close-on-exec; no
-/// limit to the whole time, but a clock for the time in which nothing moved.
+/// content decoding; through the proxy that was chosen, else as the proxy variables of the
+/// environment say; all sockets close-on-exec; no limit to the whole time, but a clock for the time
+/// in which nothing moved.
 ///
 /// Used by one thread. The address and the limit are for the whole life of the object.
 class CurlTransfer {
@@ -32,8 +35,9 @@ class CurlTransfer {
   explicit CurlTransfer(std::chrono::milliseconds idle) : idle_(idle) {}
   virtual ~CurlTransfer() = default;
 
-  /// Sets all of the above for a GET of this address. False when there is no memory.
-  bool setUp(const std::string& url);
+  /// Sets all of the above for a GET of this address. `proxyFor` may be empty. False when there is
+  /// no memory.
+  bool setUp(const std::string& url, const ProxyFor& proxyFor);
 
   template <typename T>
   bool set(CURLoption option, T value) {
@@ -68,6 +72,7 @@ class CurlTransfer {
 
   static HeaderList withoutHeaders();
   bool setRules();
+  bool setProxy(const std::optional<std::string>& proxy);
   bool setCallbacks();
   void addHeaderLine(std::string_view line);
 

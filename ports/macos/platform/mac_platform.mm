@@ -22,9 +22,20 @@
 #include "ports/posix/curl_downloads.h"
 #include "ports/posix/libxml_documents.h"
 #include "ports/posix/system_clock.h"
+#ifdef __APPLE__
+#include "ports/macos/platform/system_proxies.h"
+#endif
 
 namespace revwarden {
 namespace {
+
+ProxyFor proxyFor() {
+#ifdef __APPLE__
+  return systemProxyFor;
+#else
+  return {};
+#endif
+}
 
 struct Surroundings {
   Surroundings(std::shared_ptr<const AgentReference> agent, Protocol* userInterface,
@@ -45,10 +56,10 @@ struct Surroundings {
   SharedSystemInformation systemInformation;
   SharedProductInformation productInformation;
   LibxmlDocuments xml;
-  CurlConnection connection{[](const ExchangeEnd&) {}};
+  CurlConnection connection{[](const ExchangeEnd&) {}, {}, proxyFor()};
   MacWorkspace workspace;
   HostAgent host;
-  CurlDownloads downloads;
+  CurlDownloads downloads{{}, proxyFor()};
   MacChildProcesses children;
   MacFileOperations fileOperations;
   FoundationPropertyLists propertyLists;
