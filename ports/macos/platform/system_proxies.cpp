@@ -1,5 +1,6 @@
 #include "ports/macos/platform/system_proxies.h"
 
+#ifdef __APPLE__
 #include <CFNetwork/CFNetwork.h>
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -70,3 +71,5 @@ std::optional<std::string> systemProxyFor(const std::string& url) {
 }
 
 }  // namespace revwarden
+
+#endif
