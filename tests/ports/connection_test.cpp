@@ -109,26 +109,20 @@ TEST(Connection, FollowsRedirectsLikeABrowser) {
 }
 
 TEST(Connection, GoesThroughTheProxyThatIsChosenElseAsTheEnvironmentSays) {
-  const std::string answer = kOk + "Content-Length: 2\r\n\r\nhi";
-  ScriptedServer proxy(std::vector(3, ScriptedServer::says(answer))),
-      server({ScriptedServer::says(answer)});
+  const ScriptedServer::Script answer = ScriptedServer::says(kOk + "Content-Length: 2\r\n\r\nhi");
+  ScriptedServer proxy({answer, answer}), server({answer});
   const auto get = [](const std::string& url, const std::optional<std::string>& chosen) {
-    const auto choose = [&](const std::string& asked) {
-      EXPECT_EQ(asked, url);
-      return chosen;
-    };
+    const auto choose = [&](const std::string& asked) { return asked == url ? chosen : "no://"; };
     return CurlConnection({}, {}, choose).sendSynchronousRequest({url, "GET", ""});
   };
-  setenv("no_proxy", "*", 1);
-  EXPECT_EQ(get("http://a.invalid/x", proxy.url("")), "hi");
-  unsetenv("no_proxy");
+  setenv("no_proxy", "a.invalid", 1);
   setenv("http_proxy", proxy.url("").c_str(), 1);
+  EXPECT_EQ(get("http://a.invalid/x", proxy.url("")), "hi");
   EXPECT_EQ(get("http://b.invalid/", std::nullopt), "hi");
-  EXPECT_EQ(CurlConnection(nullptr).sendSynchronousRequest({"http://c.invalid/", "GET", ""}), "hi");
-  EXPECT_EQ(get(server.url("/direct"), ""), "hi");
-  unsetenv("http_proxy");
+  EXPECT_EQ(get(server.url(), ""), "hi");
+  EXPECT_TRUE(unsetenv("no_proxy") == 0 && unsetenv("http_proxy") == 0);
   EXPECT_TRUE(proxy.requests().at(0).starts_with("GET http://a.invalid/x HTTP/1.1\r\n"));
-  EXPECT_TRUE(server.requests().at(0).starts_with("GET /direct HTTP/1.1\r\n"));
+  EXPECT_TRUE(server.requests().at(0).starts_with("GET / HTTP/1.1\r\n"));
 }
 
 }  // namespace
