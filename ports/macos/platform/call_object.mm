@@ -21,8 +21,9 @@ using Function = std::function<void()>;
 }
 
 - (void)run:(id)sender {
-  [[self retain] autorelease];
+  [self retain];
   (*static_cast<Function*>(function))();
+  [self release];
 }
 
 @end
