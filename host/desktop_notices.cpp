@@ -18,8 +18,9 @@ const char* iconName(const HostNotification& notice) {
                                                          : "software-update-available";
 }
 
-int32_t milliseconds(double seconds) {
-  return seconds > 0 ? static_cast<int32_t>(std::min(seconds, kLongestLiveTime) * 1000) : 0;
+int32_t milliseconds(std::optional<double> seconds) {
+  if (!seconds) return -1;  // as the desktop likes
+  return *seconds > 0 ? static_cast<int32_t>(std::min(*seconds, kLongestLiveTime) * 1000) : 0;
 }
 
 GVariant* actions(const HostNotification& notice) {
@@ -127,7 +128,7 @@ void DesktopNotices::send(NoticeId id, const HostNotification& notice) {
   call("Notify",
        g_variant_new("(susss@asa{sv}i)", application_.c_str(), 0u, iconName(notice),
                      application_.c_str(), body, actions(notice), nullptr,
-                     milliseconds(notice.liveTime.value_or(0))),
+                     milliseconds(notice.liveTime)),
        onSent, new Sent{this, id});
 }
 

@@ -33,6 +33,7 @@ class Desktop : public testing::Test, public NotificationTarget {
   bool show(int count, size_t bubbles) {
     HostNotification notice;
     notice.text = "AT&T";
+    notice.liveTime = 10.0;
     notice.button1Text = "OK";
     notice.button1Action = "act";
     notice.button2Text = "Cancel";

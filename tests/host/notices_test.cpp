@@ -54,7 +54,7 @@ TEST_F(NoticesTest, ClientsReadEveryFieldAndNullForWhatIsNotSet) {
   notices_.show(full);
   const Json heard = Json::parse(events_.eventsAfter(0));
   EXPECT_EQ(heard[0]["method"], "showNotification:");
-  EXPECT_EQ(heard[0]["params"], Json::parse(R"([{"id":1,"text":null,"icon":null,"liveTime":10.0,
+  EXPECT_EQ(heard[0]["params"], Json::parse(R"([{"id":1,"text":null,"icon":null,"liveTime":null,
       "button1Text":null,"button1Action":null,"button2Text":null,"userInfo":null}])"));
   EXPECT_EQ(heard[1]["params"], Json::parse(R"([{"id":2,"text":null,"icon":"/A.app",
       "liveTime":10.0,"button1Text":"OK","button1Action":"act","button2Text":null,
