@@ -43,6 +43,12 @@ class ReportedRemovals final : public KQUninstallerAgent {
 
 }  // namespace
 
+HostNotification AgentHost::notificationInstance() {
+  HostNotification notice;
+  notice.liveTime = 10.0;
+  return notice;
+}
+
 void AgentHost::showNotification(const HostNotification& notification) {
   notices_.show(notification);
 }

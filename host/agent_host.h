@@ -24,7 +24,7 @@ class AgentHost final : public HostApplication, public HostJobSupport {
         hostAppPath_(std::move(hostAppPath)),
         launch_(std::move(launch)) {}
 
-  HostNotification notificationInstance() override { return {.liveTime = 10.0}; }
+  HostNotification notificationInstance() override;
   void showNotification(const HostNotification& notification) override;
   std::optional<std::string> hostAppPath() override { return hostAppPath_; }
 

@@ -6,16 +6,17 @@
 
 #include "agent/kqrw_agent_delegate.h"
 #import "ports/macos/face/kqrw_protocols.h"
+#import "ports/macos/platform/guard.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {
 
 /// Sends the agent's events to an Objective-C delegate, which it retains: a proxy that does not
-/// retain in its turn. The Objective-C agent outlives it.
+/// retain in its turn. Lives no longer than the Objective-C agent.
 class DelegateEvents final : public KQRWAgentDelegate {
  public:
   DelegateEvents(::KQRWAgent* agent, id<KQRWAgentDelegate> delegate)
-      : agent_(agent), delegate_(delegate) {}
+      : agent_(agent), delegate_(KQRWGuarded(delegate)) {}
 
   void itemsDidChangeInAgent(KQRWAgent& agent) override;
   void agentDidStartValidateItem(KQRWAgent& agent) override;

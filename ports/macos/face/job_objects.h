@@ -10,8 +10,8 @@ namespace revwarden {
 
 class KQRWAppUpdater;
 
-/// The Objective-C object that stands for a job and keeps it alive; one object for each job, which
-/// lives until the process ends. Any thread.
-::KQRWAppUpdater* objectForJob(std::shared_ptr<KQRWAppUpdater> job);
+/// A new Objective-C object that stands for a job as the target of a notice. It lives until the
+/// process ends, and keeps the host product's job alive. Any thread.
+::KQRWAppUpdater* objectForJob(const std::shared_ptr<KQRWAppUpdater>& job);
 
 }  // namespace revwarden

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "agent/principal_agent.h"
-#include "platform/run_loop.h"
 #import "ports/macos/face/delegate_events.h"
 #import "ports/macos/face/job_objects.h"
 #import "ports/macos/platform/agent_reference.h"
@@ -22,7 +21,6 @@ using revwarden::textsOf;
 
 struct KQRWAgentCore {
   std::shared_ptr<AgentReference> reference;
-  std::shared_ptr<const revwarden::Platform> platform;
   std::shared_ptr<PrincipalAgent> agent;
   std::shared_ptr<DelegateEvents> events;
 };
@@ -32,8 +30,8 @@ namespace {
 id targetObject(const AgentReference& reference,
                 const std::shared_ptr<revwarden::NotificationTarget>& target) {
   if (std::dynamic_pointer_cast<PrincipalAgent>(target)) return reference.agent;
-  auto job = std::dynamic_pointer_cast<revwarden::KQRWAppUpdater>(target);
-  return job ? revwarden::objectForJob(std::move(job)) : nil;
+  const auto job = std::dynamic_pointer_cast<revwarden::KQRWAppUpdater>(target);
+  return job ? revwarden::objectForJob(job) : nil;
 }
 
 KQRWAgentCore* makeCore(KQRWAgent* agent) {
@@ -41,7 +39,12 @@ KQRWAgentCore* makeCore(KQRWAgent* agent) {
   auto platform = revwarden::macPlatform(
       reference, @protocol(KQRWAgentDelegate),
       [reference](const auto& target) { return targetObject(*reference, target); });
-  return new KQRWAgentCore{reference, platform, nullptr, nullptr};
+  return new KQRWAgentCore{reference, PrincipalAgent::create(std::move(platform)), nullptr};
+}
+
+// For requests: whom they tell may let the agent go.
+std::shared_ptr<PrincipalAgent> held(const KQRWAgentCore* core) {
+  return core->agent;
 }
 
 NSArray* contentsOf(const revwarden::LiveRecords& records) {
@@ -58,20 +61,12 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 - (id)init {
   if (!(self = [super init])) return nil;
   core = makeCore(self);
-  core->agent = PrincipalAgent::create(core->platform);
   return self;
 }
 
 // The proxy is not released: whoever asked for it may be using it still.
 - (void)dealloc {
-  core->reference->agent = nil;
-  core->events.reset();
-  // The agent behind goes on the main thread, whichever lets go of this one.
-  if (![NSThread isMainThread]) {
-    std::shared_ptr<PrincipalAgent>& agent = core->agent;
-    std::function<void()> letGo = [agent = std::move(agent)] {};
-    core->platform->mainLoop.post(std::move(letGo));
-  }
+  if (core) core->reference->agent = nil;
   delete core;
   [super dealloc];
 }
@@ -101,11 +96,11 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)setStarred:(BOOL)starred forItemWithId:(NSString*)identifier {
-  core->agent->setStarred_forItemWithId(starred, textOf(identifier));
+  held(core)->setStarred_forItemWithId(starred, textOf(identifier));
 }
 
 - (void)moveItemsWithIds:(NSArray*)identifiers toBlackList:(BOOL)listed {
-  core->agent->moveItemsWithIds_toBlackList(textsOf(identifiers), listed);
+  held(core)->moveItemsWithIds_toBlackList(textsOf(identifiers), listed);
 }
 
 - (BOOL)itemWithIdIsInBlackList:(NSString*)identifier {
@@ -113,15 +108,15 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)startFullRescan {
-  core->agent->startFullRescan();
+  held(core)->startFullRescan();
 }
 
 - (void)startUpdateApplicationsList {
-  core->agent->startUpdateApplicationsList();
+  held(core)->startUpdateApplicationsList();
 }
 
 - (void)startUpdateInfoForItemsWithIDs:(NSArray*)identifiers {
-  core->agent->startUpdateInfoForItemsWithIDs(textsOf(identifiers));
+  held(core)->startUpdateInfoForItemsWithIDs(textsOf(identifiers));
 }
 
 - (BOOL)updateIsInProgress {
@@ -129,15 +124,15 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)startUpdateItemWithIDs:(NSArray*)identifiers {
-  core->agent->startUpdateItemWithIDs(textsOf(identifiers));
+  held(core)->startUpdateItemWithIDs(textsOf(identifiers));
 }
 
 - (void)cancelUpdateItemWithIDs:(NSArray*)identifiers {
-  core->agent->cancelUpdateItemWithIDs(textsOf(identifiers));
+  held(core)->cancelUpdateItemWithIDs(textsOf(identifiers));
 }
 
 - (void)startUpdatePellmark {
-  core->agent->startUpdatePellmark();
+  held(core)->startUpdatePellmark();
 }
 
 - (BOOL)installerQueueIsInProgress {
@@ -153,7 +148,7 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)setShowRevwardenNotifications:(BOOL)show {
-  core->agent->setShowRevwardenNotifications(show);
+  held(core)->setShowRevwardenNotifications(show);
 }
 
 - (BOOL)updatesApplicationsFromAllLocalVolumes {
@@ -161,7 +156,7 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)setUpdatesApplicationsFromAllLocalVolumes:(BOOL)all {
-  core->agent->setUpdatesApplicationsFromAllLocalVolumes(all);
+  held(core)->setUpdatesApplicationsFromAllLocalVolumes(all);
 }
 
 - (NSDate*)lastFireDate {
@@ -174,7 +169,7 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)openRevwarden {
-  core->agent->openRevwarden();
+  held(core)->openRevwarden();
 }
 
 @end

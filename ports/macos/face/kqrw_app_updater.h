@@ -2,7 +2,11 @@
 
 #import <Foundation/Foundation.h>
 
+#import "ports/macos/face/kqrw_export.h"
+
 /// An update job as its delegate and the notices about it see it. Made by the agent. Any thread.
+/// A job that is over and forgotten answers nil and 0.
+KQRW_EXPORTED_CLASS
 @interface KQRWAppUpdater : NSObject {
  @private
   struct KQRWAppUpdaterCore* core;
@@ -24,6 +28,7 @@
 @end
 
 /// The update job of the host product.
+KQRW_EXPORTED_CLASS
 @interface KQRWPellmarkUpdater : KQRWAppUpdater
 /// Has the product quit and launches it again. Returns at once.
 - (void)relaunchPellmark;

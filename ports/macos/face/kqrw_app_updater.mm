@@ -1,21 +1,29 @@
 #import "ports/macos/face/kqrw_app_updater.h"
 
-#include <map>
-#include <mutex>
-#include <utility>
+#include <optional>
+#include <string>
 
 #import "ports/macos/face/job_objects.h"
 #import "ports/macos/platform/foundation_values.h"
 #include "queue/kqrw_pellmark_updater.h"
 
 struct KQRWAppUpdaterCore {
-  std::shared_ptr<revwarden::KQRWAppUpdater> job;
+  std::weak_ptr<revwarden::KQRWAppUpdater> job;
+  std::shared_ptr<revwarden::KQRWAppUpdater> kept;  // null unless a notice may still act on it
 };
 
-@interface KQRWAppUpdater (Creation)
+@interface KQRWAppUpdater ()
 - (id)initWithCore:(struct KQRWAppUpdaterCore*)taken;
 - (void)performJobAction:(const char*)selector;
 @end
+
+namespace {
+
+NSString* textOrNil(const std::optional<std::string>& text) {
+  return text ? revwarden::foundationText(*text) : nil;
+}
+
+}  // namespace
 
 @implementation KQRWAppUpdater
 
@@ -24,44 +32,54 @@ struct KQRWAppUpdaterCore {
   return self;
 }
 
+// Only the agent makes them.
+- (id)init {
+  [self release];
+  return nil;
+}
+
 - (void)dealloc {
   delete core;
   [super dealloc];
 }
 
 - (NSString*)originalAppItemID {
-  const auto& identifier = core->job->originalAppItemID();
-  return identifier ? revwarden::foundationText(*identifier) : nil;
+  const auto job = core->job.lock();
+  return textOrNil(job ? job->originalAppItemID() : std::nullopt);
 }
 
 - (int64_t)simpleCurrentAction {
-  return static_cast<int64_t>(core->job->simpleCurrentAction());
+  const auto job = core->job.lock();
+  return job ? static_cast<int64_t>(job->simpleCurrentAction()) : 0;
 }
 
 - (int64_t)currentAction {
-  return static_cast<int64_t>(core->job->currentAction());
+  const auto job = core->job.lock();
+  return job ? static_cast<int64_t>(job->currentAction()) : 0;
 }
 
 - (int64_t)totalBytes {
-  return core->job->totalBytes();
+  const auto job = core->job.lock();
+  return job ? job->totalBytes() : 0;
 }
 
 - (int64_t)receivedBytes {
-  return core->job->receivedBytes();
+  const auto job = core->job.lock();
+  return job ? job->receivedBytes() : 0;
 }
 
 - (NSString*)downloadPath {
-  const auto path = core->job->downloadPath();
-  return path ? revwarden::foundationText(*path) : nil;
+  const auto job = core->job.lock();
+  return textOrNil(job ? job->downloadPath() : std::nullopt);
 }
 
 - (NSString*)resourcesPath {
-  const auto path = core->job->resourcesPath();
-  return path ? revwarden::foundationText(*path) : nil;
+  const auto job = core->job.lock();
+  return textOrNil(job ? job->resourcesPath() : std::nullopt);
 }
 
 - (void)performJobAction:(const char*)selector {
-  core->job->performAction(selector);
+  if (const auto job = core->job.lock()) job->performAction(selector);
 }
 
 @end
@@ -76,18 +94,12 @@ struct KQRWAppUpdaterCore {
 
 namespace revwarden {
 
-// A notice does not retain its target, nor does it say when it was dismissed: so targets stay.
-::KQRWAppUpdater* objectForJob(std::shared_ptr<KQRWAppUpdater> job) {
-  static std::mutex& mutex = *new std::mutex;
-  static auto& objects = *new std::map<const KQRWAppUpdater*, ::KQRWAppUpdater*>;
-  const std::lock_guard lock(mutex);
-  ::KQRWAppUpdater*& object = objects[job.get()];
-  if (!object) {
-    const bool isOfHost = dynamic_cast<KQRWPellmarkUpdater*>(job.get()) != nullptr;
-    const Class kind = isOfHost ? [::KQRWPellmarkUpdater class] : [::KQRWAppUpdater class];
-    object = [[kind alloc] initWithCore:new KQRWAppUpdaterCore{std::move(job)}];
-  }
-  return object;
+// Notices neither retain their target nor tell when they are gone: so the object stays, and with it
+// the one kind of job whose notice has a button that does something.
+::KQRWAppUpdater* objectForJob(const std::shared_ptr<KQRWAppUpdater>& job) {
+  const bool isOfHost = std::dynamic_pointer_cast<KQRWPellmarkUpdater>(job) != nullptr;
+  const Class kind = isOfHost ? [::KQRWPellmarkUpdater class] : [::KQRWAppUpdater class];
+  return [[kind alloc] initWithCore:new KQRWAppUpdaterCore{job, isOfHost ? job : nullptr}];
 }
 
 }  // namespace revwarden

@@ -2,6 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
+#import "ports/macos/face/kqrw_export.h"
+
 // Texts that the agent shares with the host's user interface. Their meanings stand in
 // agent/record_keys.h, check/version_info_keys.h and updater/update_methods.h.
 
@@ -10,49 +12,49 @@ extern "C" {
 #endif
 
 // Keys of an item record.
-extern NSString* const kKQRWIDKey;
-extern NSString* const kKQRWApplicationPathKey;
-extern NSString* const kKQRWApplicationNameKey;
-extern NSString* const kKQRWBundleIdKey;
-extern NSString* const kKQRWCurrentVersionKey;
-extern NSString* const kKQRWIsFavouriteKey;
-extern NSString* const kKQRWIsInBlackList;
-extern NSString* const kKQRWAvailableVersionInfoKey;
-extern NSString* const kKQRWLastFullCheckDate;
-extern NSString* const kKQRWNotifiedVersionKey;
-extern NSString* const kKQRWInstallerIsInQueueKey;
-extern NSString* const kKQRWInstallerTotalBytesKey;
-extern NSString* const kKQRWInstallerReceivedBytesKey;
-extern NSString* const kKQRWInstallerCurrentActionKey;
-extern NSString* const kKQRWInstallerDownloadPathKey;
-extern NSString* const kKQRWInstallerResourcesPathKey;
-extern NSString* const kKQRWItemStatusKey;
-extern NSString* const kKQRWItemUpToDateKey;
+KQRW_EXPORT extern NSString* const kKQRWIDKey;
+KQRW_EXPORT extern NSString* const kKQRWApplicationPathKey;
+KQRW_EXPORT extern NSString* const kKQRWApplicationNameKey;
+KQRW_EXPORT extern NSString* const kKQRWBundleIdKey;
+KQRW_EXPORT extern NSString* const kKQRWCurrentVersionKey;
+KQRW_EXPORT extern NSString* const kKQRWIsFavouriteKey;
+KQRW_EXPORT extern NSString* const kKQRWIsInBlackList;
+KQRW_EXPORT extern NSString* const kKQRWAvailableVersionInfoKey;
+KQRW_EXPORT extern NSString* const kKQRWLastFullCheckDate;
+KQRW_EXPORT extern NSString* const kKQRWNotifiedVersionKey;
+KQRW_EXPORT extern NSString* const kKQRWInstallerIsInQueueKey;
+KQRW_EXPORT extern NSString* const kKQRWInstallerTotalBytesKey;
+KQRW_EXPORT extern NSString* const kKQRWInstallerReceivedBytesKey;
+KQRW_EXPORT extern NSString* const kKQRWInstallerCurrentActionKey;
+KQRW_EXPORT extern NSString* const kKQRWInstallerDownloadPathKey;
+KQRW_EXPORT extern NSString* const kKQRWInstallerResourcesPathKey;
+KQRW_EXPORT extern NSString* const kKQRWItemStatusKey;
+KQRW_EXPORT extern NSString* const kKQRWItemUpToDateKey;
 
 // Keys of an answer of the update service about one application, all of whose values are strings.
-extern NSString* const kKQRWINameKey;
-extern NSString* const kKQRWIVersionKey;
-extern NSString* const kKQRWIOSKey;
-extern NSString* const kKQRWINewInVersionKey;
-extern NSString* const kKQRWIShortDescrKey;
-extern NSString* const kKQRWIFullDescrKey;
-extern NSString* const kKQRWILicenseKey;
-extern NSString* const kKQRWILimitationsKey;
-extern NSString* const kKQRWIPriceKey;
-extern NSString* const kKQRWISupportedMacOSXKey;
-extern NSString* const kKQRWIDateAddKey;
-extern NSString* const kKQRWIDownloadLinkKey;
-extern NSString* const kKQRWIFileSizeKey;
-extern NSString* const kKQRWIFileSizeByteKey;
-extern NSString* const kKQRWIFileSizeByteNumberKey;
-extern NSString* const kKQRWIUpdateMethodKey;
-extern NSString* const kKQRWIBundleIDKey;
+KQRW_EXPORT extern NSString* const kKQRWINameKey;
+KQRW_EXPORT extern NSString* const kKQRWIVersionKey;
+KQRW_EXPORT extern NSString* const kKQRWIOSKey;
+KQRW_EXPORT extern NSString* const kKQRWINewInVersionKey;
+KQRW_EXPORT extern NSString* const kKQRWIShortDescrKey;
+KQRW_EXPORT extern NSString* const kKQRWIFullDescrKey;
+KQRW_EXPORT extern NSString* const kKQRWILicenseKey;
+KQRW_EXPORT extern NSString* const kKQRWILimitationsKey;
+KQRW_EXPORT extern NSString* const kKQRWIPriceKey;
+KQRW_EXPORT extern NSString* const kKQRWISupportedMacOSXKey;
+KQRW_EXPORT extern NSString* const kKQRWIDateAddKey;
+KQRW_EXPORT extern NSString* const kKQRWIDownloadLinkKey;
+KQRW_EXPORT extern NSString* const kKQRWIFileSizeKey;
+KQRW_EXPORT extern NSString* const kKQRWIFileSizeByteKey;
+KQRW_EXPORT extern NSString* const kKQRWIFileSizeByteNumberKey;
+KQRW_EXPORT extern NSString* const kKQRWIUpdateMethodKey;
+KQRW_EXPORT extern NSString* const kKQRWIBundleIDKey;
 
 // What an update job does with an update.
-extern NSString* const kKQRWUpdateMethodAuto;
-extern NSString* const kKQRWUpdateMethodDownloadAndReveal;
-extern NSString* const kKQRWUpdateMethodDownloadAndMount;
-extern NSString* const kKQRWUpdateMethodManual;
+KQRW_EXPORT extern NSString* const kKQRWUpdateMethodAuto;
+KQRW_EXPORT extern NSString* const kKQRWUpdateMethodDownloadAndReveal;
+KQRW_EXPORT extern NSString* const kKQRWUpdateMethodDownloadAndMount;
+KQRW_EXPORT extern NSString* const kKQRWUpdateMethodManual;
 
 #ifdef __cplusplus
 }

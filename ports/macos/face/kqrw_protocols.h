@@ -25,7 +25,7 @@
 - (void)openRevwarden;
 @end
 
-/// Hears of the events of one update job. Main thread.
+/// Hears of the events of one update job. Main thread. Inside the agent its install queue does.
 @protocol KQRWAppInstallerDelegate
 - (void)appInstallerDidStart:(KQRWAppUpdater*)appInstaller;
 - (void)appInstaller:(KQRWAppUpdater*)appInstaller didFinishSuccessfully:(BOOL)successfully;

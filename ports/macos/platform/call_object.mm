@@ -4,7 +4,7 @@
 
 using Function = std::function<void()>;
 
-@interface KQRWCall (Creation)
+@interface KQRWCall ()
 - (id)initWithFunction:(void*)taken;
 @end
 

@@ -14,11 +14,10 @@ namespace revwarden {
 namespace {
 
 std::optional<Value> textOrNumberFor(NSString* key, NSDictionary* information) {
-  std::optional<Value> value = valueOf([information objectForKey:key]);
-  if (value && (value->as<std::string>() || value->as<int64_t>() || value->as<double>())) {
-    return value;
-  }
-  return std::nullopt;
+  const id value = [information objectForKey:key];
+  const bool isEither =
+      [value isKindOfClass:[NSString class]] || [value isKindOfClass:[NSNumber class]];
+  return isEither ? valueOf(value) : std::nullopt;
 }
 
 // As the file has it: localised names are for the eyes.
@@ -28,7 +27,7 @@ std::shared_ptr<const Bundle> informationOf(NSBundle* bundle) {
   auto read = std::make_shared<Bundle>();
   read->bundleIdentifier = optionalTextOf([bundle bundleIdentifier]);
   if (read->bundleIdentifier == "") read->bundleIdentifier.reset();
-  read->bundleName = dictionaryOf(information).textFor("CFBundleName");
+  read->bundleName = optionalTextOf([information objectForKey:@"CFBundleName"]);
   read->shortVersionString = textOrNumberFor(kKQBundleShortVersionStringKey, information);
   read->bundleVersion = textOrNumberFor(@"CFBundleVersion", information);
   return read;

@@ -4,8 +4,8 @@
 
 namespace revwarden {
 
-/// The standard user defaults, of the application that loaded the plug-in. What is set, stored and
-/// never lost is the system's.
+/// The standard user defaults, of the application that loaded the plug-in. Keeping them whole on
+/// the disk is the system's part; it tells of no failure to write.
 class FoundationDefaults final : public UserDefaults {
  public:
   std::optional<Dictionary> dictionaryForKey(std::string_view key) override;

@@ -21,18 +21,19 @@ NSArray* foundationArray(const std::vector<Dictionary>& dictionaries);
 NSDictionary* foundationDictionary(const Dictionary& dictionary);
 NSDate* foundationDate(Date date);
 
-/// Half of a surrogate pair becomes a replacement character. "" for nil.
-std::string textOf(NSString* text);
-/// Absent for nil.
-std::optional<std::string> optionalTextOf(NSString* text);
+/// Half of a surrogate pair becomes a replacement character. "" for what is no text.
+std::string textOf(id text);
+/// Absent for what is no text.
+std::optional<std::string> optionalTextOf(id text);
 /// The texts in an array or a set; what is no text is left out.
 std::vector<std::string> textsOf(id collection);
 
-/// Absent for nil and for what is no property list, or one nested deeper than 128 levels. Of arrays
-/// and dictionaries what is no property list is left out, and so are keys that are no text. Numbers
-/// that 64 bits with a sign cannot hold become reals, as decimal numbers do.
+/// Absent for nil and for what is no property list, for one nested deeper than 128 levels and for
+/// one of more than a million values. Of arrays and dictionaries what is no property list is left
+/// out, and so are keys that are no text. Numbers that 64 bits with a sign cannot hold become
+/// reals, as decimal numbers do.
 std::optional<Value> valueOf(id object);
-/// Empty for what is no dictionary.
+/// The same without a limit to the number of values; empty for what is no dictionary.
 Dictionary dictionaryOf(id object);
 
 }  // namespace revwarden

@@ -1,5 +1,6 @@
 #import "ports/macos/platform/foundation_values.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -8,7 +9,10 @@
 namespace revwarden {
 namespace {
 
+constexpr std::string_view kNoBreakSpace = "\xEF\xBB\xBF";  // of no width, U+FEFF
 constexpr int kDeepest = 128;
+// More than any honest list has. In memory one part may stand in many places, and so on below it.
+constexpr int kMostValues = 1'000'000;
 
 NSString* stringWithBytes(std::string_view bytes) {
   return [[[NSString alloc] initWithBytes:bytes.data()
@@ -53,54 +57,89 @@ Value numberOf(NSNumber* number) {
   }
 }
 
-std::optional<Value> valueAtDepth(id object, int depth);
+// Reads one object with all that is in it.
+class ValueReader {
+ public:
+  explicit ValueReader(int64_t mostValues) : left_(mostValues) {}
 
-Array arrayAtDepth(NSArray* array, int depth) {
-  std::vector<Value> elements;
-  elements.reserve([array count]);
-  NSEnumerator* const objects = [array objectEnumerator];
-  while (id object = [objects nextObject]) {
-    if (auto value = valueAtDepth(object, depth)) elements.push_back(std::move(*value));
+  std::optional<Value> read(id object) {
+    std::optional<Value> value = valueOf(object, 0);
+    return isTooMuch_ ? std::nullopt : value;
   }
-  return Array(std::move(elements));
-}
 
-Dictionary dictionaryAtDepth(NSDictionary* dictionary, int depth) {
-  DictionaryBuilder builder;
-  builder.reserve([dictionary count]);
-  NSEnumerator* const keys = [dictionary keyEnumerator];
-  while (id key = [keys nextObject]) {
-    if (![key isKindOfClass:[NSString class]]) continue;
-    if (auto value = valueAtDepth([dictionary objectForKey:key], depth)) {
-      builder.set(textOf(key), std::move(*value));
+ private:
+  std::optional<Value> valueOf(id object, int depth) {
+    isTooMuch_ = isTooMuch_ || depth > kDeepest || --left_ < 0;
+    if (isTooMuch_) return std::nullopt;
+    if ([object isKindOfClass:[NSString class]]) return textOf(object);
+    if ([object isKindOfClass:[NSNumber class]]) return numberOf(object);
+    if ([object isKindOfClass:[NSDate class]]) return Date{[object timeIntervalSince1970]};
+    if ([object isKindOfClass:[NSData class]]) return dataOf(object);
+    if ([object isKindOfClass:[NSArray class]]) return arrayOf(object, depth + 1);
+    if ([object isKindOfClass:[NSDictionary class]]) return dictionaryOf(object, depth + 1);
+    return std::nullopt;
+  }
+
+  static Data dataOf(NSData* data) {
+    return {std::string(static_cast<const char*>([data bytes]), [data length])};
+  }
+
+  Array arrayOf(NSArray* array, int depth) {
+    std::vector<Value> elements;
+    NSEnumerator* const objects = [array objectEnumerator];
+    while (id object = [objects nextObject]) {
+      if (auto value = valueOf(object, depth)) elements.push_back(std::move(*value));
+    }
+    return Array(std::move(elements));
+  }
+
+  Dictionary dictionaryOf(NSDictionary* dictionary, int depth) {
+    DictionaryBuilder builder;
+    NSEnumerator* const keys = [dictionary keyEnumerator];
+    while (id key = [keys nextObject]) {
+      if (![key isKindOfClass:[NSString class]]) continue;
+      if (auto value = valueOf([dictionary objectForKey:key], depth)) {
+        builder.set(textOf(key), std::move(*value));
+      }
+    }
+    return builder.build();
+  }
+
+  int64_t left_;
+  bool isTooMuch_ = false;
+};
+
+// In one form that every encoder takes.
+NSString* withoutHalvesOfPairs(NSString* text) {
+  NSMutableString* const mended = [[text mutableCopy] autorelease];
+  for (NSUInteger i = 0; i < [mended length]; ++i) {
+    const unichar unit = [mended characterAtIndex:i];
+    const unichar next = i + 1 < [mended length] ? [mended characterAtIndex:i + 1] : 0;
+    const bool isFirst = unit >= 0xD800 && unit < 0xDC00;
+    const bool isSecond = unit >= 0xDC00 && unit < 0xE000;
+    if (isFirst && next >= 0xDC00 && next < 0xE000) {
+      ++i;
+    } else if (isFirst || isSecond) {
+      [mended replaceCharactersInRange:NSMakeRange(i, 1) withString:@"\uFFFD"];
     }
   }
-  return builder.build();
-}
-
-std::optional<Value> valueAtDepth(id object, int depth) {
-  if (depth > kDeepest) return std::nullopt;
-  if ([object isKindOfClass:[NSString class]]) return textOf(object);
-  if ([object isKindOfClass:[NSNumber class]]) return numberOf(object);
-  if ([object isKindOfClass:[NSDate class]]) return Date{[object timeIntervalSince1970]};
-  if ([object isKindOfClass:[NSData class]]) {
-    return Data{std::string(static_cast<const char*>([object bytes]), [object length])};
-  }
-  if ([object isKindOfClass:[NSArray class]]) return arrayAtDepth(object, depth + 1);
-  if ([object isKindOfClass:[NSDictionary class]]) return dictionaryAtDepth(object, depth + 1);
-  return std::nullopt;
+  return mended;
 }
 
 }  // namespace
 
 NSString* foundationText(std::string_view text) {
+  // Foundation would take it for a mark of the byte order.
+  if (text.starts_with(kNoBreakSpace)) {
+    text.remove_prefix(kNoBreakSpace.size());
+    return [@"\uFEFF" stringByAppendingString:foundationText(text)];
+  }
   if (NSString* const whole = stringWithBytes(text)) return whole;
   NSMutableString* const mended = [NSMutableString stringWithCapacity:text.size()];
   while (!text.empty()) {
     size_t length = std::min<size_t>(4, text.size());
     while (length > 0 && !isValidUtf8(text.substr(0, length))) --length;
-    NSString* const piece = length > 0 ? stringWithBytes(text.substr(0, length)) : nil;
-    [mended appendString:piece ? piece : @"\uFFFD"];
+    [mended appendString:length > 0 ? stringWithBytes(text.substr(0, length)) : @"\uFFFD"];
     text.remove_prefix(std::max<size_t>(1, length));
   }
   return mended;
@@ -130,13 +169,15 @@ NSDate* foundationDate(Date date) {
   return [NSDate dateWithTimeIntervalSince1970:date.secondsSince1970];
 }
 
-std::string textOf(NSString* text) {
-  NSData* const bytes = [text dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
+std::string textOf(id text) {
+  if (![text isKindOfClass:[NSString class]]) return {};
+  NSData* bytes = [text dataUsingEncoding:NSUTF8StringEncoding];
+  if (!bytes) bytes = [withoutHalvesOfPairs(text) dataUsingEncoding:NSUTF8StringEncoding];
   return std::string(static_cast<const char*>([bytes bytes]), [bytes length]);
 }
 
-std::optional<std::string> optionalTextOf(NSString* text) {
-  if (!text) return std::nullopt;
+std::optional<std::string> optionalTextOf(id text) {
+  if (![text isKindOfClass:[NSString class]]) return std::nullopt;
   return textOf(text);
 }
 
@@ -150,12 +191,13 @@ std::vector<std::string> textsOf(id collection) {
 }
 
 std::optional<Value> valueOf(id object) {
-  return valueAtDepth(object, 0);
+  return ValueReader(kMostValues).read(object);
 }
 
 Dictionary dictionaryOf(id object) {
-  if (![object isKindOfClass:[NSDictionary class]]) return {};
-  return dictionaryAtDepth(object, 0);
+  const std::optional<Value> value = ValueReader(INT64_MAX).read(object);
+  const Dictionary* const dictionary = value ? value->as<Dictionary>() : nullptr;
+  return dictionary ? *dictionary : Dictionary();
 }
 
 }  // namespace revwarden

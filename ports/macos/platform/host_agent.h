@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "platform/host_application.h"
 
@@ -12,8 +13,8 @@ namespace revwarden {
 /// The agent application that has loaded the plug-in: the delegate of the application object.
 class HostAgent final : public HostApplication, public HostJobSupport {
  public:
-  /// The Objective-C object that receives a notice's actions on behalf of a target; it must live
-  /// for good, as notices do not retain theirs.
+  /// The Objective-C object that receives a notice's actions on behalf of a target. Notices do not
+  /// retain theirs, nor tell when they are gone: it must live as long as the agent.
   using TargetObject = std::function<id(const std::shared_ptr<NotificationTarget>& target)>;
 
   /// `userInterface` is the one protocol that the agent speaks with the host product.
@@ -24,7 +25,6 @@ class HostAgent final : public HostApplication, public HostJobSupport {
   /// notice is shown, and its defaults stay.
   HostNotification notificationInstance() override { return {}; }
   void showNotification(const HostNotification& notification) override;
-  /// As the application tells it.
   std::optional<std::string> hostAppPath() override;
   std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(
       std::string_view targetId, std::string_view protocolName) override;

@@ -2,7 +2,11 @@
 
 #import <AppKit/AppKit.h>
 
+#include <filesystem>
+#include <system_error>
+
 #import "ports/macos/platform/foundation_values.h"
+#import "ports/macos/platform/guard.h"
 #import "ports/macos/platform/host_agent_application.h"
 #import "ports/macos/platform/retained.h"
 
@@ -24,7 +28,7 @@ class ApplicationTarget final : public NotificationTarget {
 
 class UserInterfaceProxy final : public HostAppProxy {
  public:
-  explicit UserInterfaceProxy(id proxy) : proxy_(proxy) {}
+  explicit UserInterfaceProxy(id proxy) : proxy_(KQRWGuarded(proxy)) {}
 
   void openRevwarden() override {
     const AutoreleasePool pool;
@@ -59,6 +63,7 @@ NSImage* image(const NotificationIcon& icon) {
 void HostAgent::showNotification(const HostNotification& notification) {
   const AutoreleasePool pool;
   const id<KQHostNotification> notice = [application() notificationInstance];
+  if (!notice) return;
   if (notification.text) [notice setText:foundationText(*notification.text)];
   if (notification.icon) [notice setIcon:image(*notification.icon)];
   if (dynamic_cast<ApplicationTarget*>(notification.target.get()) != nullptr) {
@@ -78,7 +83,11 @@ void HostAgent::showNotification(const HostNotification& notification) {
 
 std::optional<std::string> HostAgent::hostAppPath() {
   const AutoreleasePool pool;
-  return optionalTextOf([application() hostAppPath]);
+  const std::optional<std::string> path = optionalTextOf([application() hostAppPath]);
+  if (!path) return std::nullopt;
+  std::error_code failed;
+  const std::string resolved = std::filesystem::canonical(*path, failed);
+  return failed ? path : resolved;
 }
 
 std::shared_ptr<HostAppProxy> HostAgent::hostAppProxyWithTargetId_protocol(

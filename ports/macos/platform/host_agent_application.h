@@ -10,7 +10,7 @@
 @protocol KQHostNotification <NSObject>
 - (void)setText:(NSString*)text;
 - (void)setIcon:(NSImage*)icon;
-/// Receives the buttons' actions. It stays valid for the life of the process.
+/// Receives the buttons' actions. Not retained; it is valid as long as the agent.
 - (void)setTarget:(id)target;
 /// In seconds.
 - (void)setLiveTime:(NSTimeInterval)seconds;

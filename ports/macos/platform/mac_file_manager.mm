@@ -1,31 +1,25 @@
 #import "ports/macos/platform/mac_file_manager.h"
 
-#include <limits.h>
-#include <stdlib.h>
-
-#include <array>
+#include <filesystem>
+#include <system_error>
 
 #include "base/text.h"
 #import "ports/macos/platform/foundation_values.h"
+#include "ports/macos/platform/full_path.h"
 #import "ports/macos/platform/retained.h"
 #import "ports/macos/platform/shared_utils.h"
 
 namespace revwarden {
 namespace {
 
-bool isFullPath(std::string_view path) {
-  return path.starts_with('/') && path.find('\0') == path.npos;
-}
-
 class SharedPathInspector final : public PathInspector {
  public:
   std::optional<std::string> resolvedPath(std::string_view path) override {
-    std::array<char, PATH_MAX> resolved;
-    if (!isFullPath(path) || !realpath(std::string(path).c_str(), resolved.data()) ||
-        !isValidUtf8(resolved.data())) {
-      return std::nullopt;
-    }
-    return resolved.data();
+    if (!isFullPath(path)) return std::nullopt;
+    std::error_code failed;
+    std::string resolved = std::filesystem::canonical(path, failed);
+    if (failed || !isValidUtf8(resolved)) return std::nullopt;
+    return resolved;
   }
 
   bool fileExistsAtPath(std::string_view path) override {

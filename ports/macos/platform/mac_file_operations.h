@@ -4,8 +4,7 @@
 
 namespace revwarden {
 
-/// Changes to the file system: the Trash is the shared library's, copying and removing are the
-/// ports' own.
+/// Changes to the file system. The Trash is the shared library's.
 class MacFileOperations final : public FileOperations {
  public:
   std::string homeDirectory() const override;

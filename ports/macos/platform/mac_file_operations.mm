@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #import "ports/macos/platform/foundation_values.h"
+#include "ports/macos/platform/full_path.h"
 #import "ports/macos/platform/retained.h"
 #import "ports/macos/platform/shared_utils.h"
 #include "ports/posix/folder_copy.h"
@@ -39,7 +40,8 @@ bool MacFileOperations::removeItemAtPath(std::string_view path) {
 
 bool MacFileOperations::moveItemAtPathToTrash(std::string_view path) {
   const AutoreleasePool pool;
-  return [[NSFileManager defaultManager] moveItemAtPathToTrash:foundationText(path)];
+  return isFullPath(path) &&
+         [[NSFileManager defaultManager] moveItemAtPathToTrash:foundationText(path)];
 }
 
 std::optional<std::string> MacFileOperations::copyDirectoryAtPath_toPath(

@@ -22,7 +22,8 @@ std::optional<std::string> MacScripts::executeSource(std::string_view source) {
   if (!script) return "The script cannot be made";
   NSDictionary* error = nil;
   [script executeAndReturnError:&error];
-  return optionalTextOf([error description]);
+  if (!error) return std::nullopt;
+  return textOf([error description]);
 }
 
 }  // namespace revwarden

@@ -26,7 +26,8 @@ class MainRunLoop final : public RunLoop {
   /// Served in the common modes: also while a panel or a menu is up.
   void post(std::function<void()> call) override;
   void postAndWait(std::function<void()> call) override;
-  /// A turn may serve several of the process's own events, but only one posted call.
+  /// Posted calls go first. A turn without one ends with the first event of the process, which a
+  /// timer is not; `nothingToRun` when the mode has nothing that could bring one.
   Turn runOneTurn(RunLoopMode mode) override;
   /// Keeps to the machine's clock of running time: neither a clock that is set nor sleep moves the
   /// timer, so whoever waits for a date plans anew on waking.

@@ -67,12 +67,17 @@ void MainRunLoop::wake() {
 
 bool MainRunLoop::serveOne() {
   std::function<void()> call;
+  bool isLast = false;
   {
     const std::lock_guard lock(mutex_);
     if (queue_.empty()) return false;  // a nested turn was faster
     call = std::move(queue_.front());
     queue_.pop_front();
+    isLast = queue_.empty();
   }
+  // The run loop may have taken the wakes for the others together with this one: should the call
+  // run the loop itself, as a panel does, they would not be served before its end.
+  if (!isLast) wake();
   const AutoreleasePool pool;
   call();
   return true;

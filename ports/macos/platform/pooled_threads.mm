@@ -11,12 +11,12 @@ namespace revwarden {
 bool PooledThreads::detachNewThread(std::function<void()> body) {
   const AutoreleasePool pool;
   // The thread object may go elsewhere; what the body holds goes on its thread.
-  const std::function<void()> run = [body = std::move(body)]() mutable {
+  std::function<void()> run = [body = std::move(body)]() mutable {
     const AutoreleasePool ofThread;
     body();
     body = nullptr;
   };
-  return KQRWDetachThread(@selector(run:), callObject(run));
+  return KQRWDetachThread(@selector(run:), callObject(std::move(run)));
 }
 
 }  // namespace revwarden

@@ -23,8 +23,8 @@ class Retained {
   id object_;
 };
 
-/// An autorelease pool for the length of a block. Every operation of the platform has its own, as a
-/// thread that stays in C++ for long would otherwise hoard what they leave behind.
+/// An autorelease pool for the length of a block. An operation of the platform that leaves objects
+/// behind has its own: a thread that stays in C++ for long would hoard them.
 class AutoreleasePool {
  public:
   AutoreleasePool() : pool_([[NSAutoreleasePool alloc] init]) {}

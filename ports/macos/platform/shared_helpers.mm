@@ -8,7 +8,8 @@ namespace revwarden {
 namespace {
 
 std::optional<std::string> errorText(id error) {
-  return optionalTextOf([error description]);
+  if (!error) return std::nullopt;
+  return textOf([error description]);
 }
 
 class SharedHelperTask final : public KQHelperTask {

@@ -16,7 +16,8 @@ std::string SharedLocalization::KQLocalizedNumberStringWithFormat(std::string_vi
                                                                   uint32_t count,
                                                                   std::string_view text) const {
   const AutoreleasePool pool;
-  return textOf(_KQLocalizedNumberStringWithFormat(agent_->agent, foundationText(format), count,
+  const id owner = agent_->agent ? agent_->agent : agent_->agentClass;
+  return textOf(_KQLocalizedNumberStringWithFormat(owner, foundationText(format), count,
                                                    foundationText(text)));
 }
 
