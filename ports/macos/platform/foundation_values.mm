@@ -109,21 +109,21 @@ class ValueReader {
   bool isTooMuch_ = false;
 };
 
-// In one form that every encoder takes.
+// Foundation itself leaves them out or, in GNUstep, refuses the text.
 NSString* withoutHalvesOfPairs(NSString* text) {
-  NSMutableString* const mended = [[text mutableCopy] autorelease];
-  for (NSUInteger i = 0; i < [mended length]; ++i) {
-    const unichar unit = [mended characterAtIndex:i];
-    const unichar next = i + 1 < [mended length] ? [mended characterAtIndex:i + 1] : 0;
-    const bool isFirst = unit >= 0xD800 && unit < 0xDC00;
-    const bool isSecond = unit >= 0xDC00 && unit < 0xE000;
+  std::vector<unichar> units([text length]);
+  [text getCharacters:units.data()];
+  for (size_t i = 0; i < units.size(); ++i) {
+    const unichar next = i + 1 < units.size() ? units[i + 1] : 0;
+    const bool isFirst = units[i] >= 0xD800 && units[i] < 0xDC00;
+    const bool isSecond = units[i] >= 0xDC00 && units[i] < 0xE000;
     if (isFirst && next >= 0xDC00 && next < 0xE000) {
       ++i;
     } else if (isFirst || isSecond) {
-      [mended replaceCharactersInRange:NSMakeRange(i, 1) withString:@"\uFFFD"];
+      units[i] = 0xFFFD;
     }
   }
-  return mended;
+  return [NSString stringWithCharacters:units.data() length:units.size()];
 }
 
 }  // namespace
@@ -131,8 +131,10 @@ NSString* withoutHalvesOfPairs(NSString* text) {
 NSString* foundationText(std::string_view text) {
   // Foundation would take it for a mark of the byte order.
   if (text.starts_with(kNoBreakSpace)) {
-    text.remove_prefix(kNoBreakSpace.size());
-    return [@"\uFEFF" stringByAppendingString:foundationText(text)];
+    NSMutableString* const whole = [NSMutableString stringWithCapacity:text.size()];
+    [whole appendString:@"\uFEFF"];
+    [whole appendString:foundationText(text.substr(kNoBreakSpace.size()))];
+    return [[whole copy] autorelease];
   }
   if (NSString* const whole = stringWithBytes(text)) return whole;
   NSMutableString* const mended = [NSMutableString stringWithCapacity:text.size()];
@@ -142,7 +144,7 @@ NSString* foundationText(std::string_view text) {
     [mended appendString:length > 0 ? stringWithBytes(text.substr(0, length)) : @"\uFFFD"];
     text.remove_prefix(std::max<size_t>(1, length));
   }
-  return mended;
+  return [[mended copy] autorelease];
 }
 
 id foundationValue(const Value& value) {
