@@ -27,6 +27,9 @@ struct KQRWAgentCore {
 
 namespace {
 
+// A protocol that nobody speaks of is not there by name at run time.
+[[maybe_unused]] Protocol* const kJobDelegate = @protocol(KQRWAppInstallerDelegate);
+
 id targetObject(const AgentReference& reference,
                 const std::shared_ptr<revwarden::NotificationTarget>& target) {
   if (std::dynamic_pointer_cast<PrincipalAgent>(target)) return reference.agent;
