@@ -1,16 +1,19 @@
 """The real programs as separate processes in a scratch home, and a client of the agent's socket."""
 
 import contextlib
+import io
 import json
 import os
 import plistlib
 import shutil
 import socket
 import socketserver
+import stat
 import subprocess
 import tempfile
 import threading
 import time
+import zipfile
 
 PROGRAMS = os.environ["REVWARDEN_PROGRAMS"]
 PATIENCE = float(os.environ.get("REVWARDEN_PATIENCE", "1"))  # larger for slow, sanitized builds
@@ -157,3 +160,57 @@ class World:
     def stored(self):
         with open(self.defaults, "rb") as file:
             return plistlib.load(file)
+
+
+class Downloads(ScriptedService):
+    """Answers a GET by what is set for its path: bytes, or a function of the connection."""
+
+    def __init__(self):
+        super().__init__()
+        self.answers = {}
+
+    def finish_request(self, request, _):
+        with request.makefile("rb") as file, contextlib.suppress(OSError):
+            head = b"".join(iter(file.readline, b"\r\n")).decode()
+            answer = self.answers[head.split()[1]]
+            if callable(answer):
+                return answer(request)
+            request.sendall(b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\n"
+                            b"Content-Length: %d\r\n\r\n" % len(answer) + answer)
+
+
+def archive(files):
+    """A zip archive of (name, contents) pairs; a name that ends in @ is a link to its contents."""
+    made = io.BytesIO()
+    with zipfile.ZipFile(made, "w") as file:
+        for name, contents in files:
+            entry = zipfile.ZipInfo(name.rstrip("@"))
+            entry.external_attr = (stat.S_IFLNK | 0o777 if name[-1] == "@" else 0o100755) << 16
+            file.writestr(entry, contents)
+    return made.getvalue()
+
+
+class UpdateWorld(World):
+    """A scratch home with applications that are offered updates."""
+
+    def open_world(self):
+        super().open_world()
+        self.offers, self.downloads = [], Downloads()
+
+    def new_app(self, name, **more):
+        """The new version of an application as files of an archive."""
+        info = {"CFBundleIdentifier": name.lower(), "CFBundleShortVersionString": "2", **more}
+        return [(f"{name}.app/Contents/Info.plist", plistlib.dumps(info)),
+                (f"{name}.app/Contents/MacOS/{name}", b"#!/bin/sh\n")]
+
+    def offer(self, name, download, path=None):
+        """An old application and an offer to update it from what stands behind the path."""
+        self.make_app(f"{name}.app", name.lower(), "1")
+        path = path or f"/{name}.zip"
+        self.downloads.answers[path] = download
+        self.offers.append({"bundle_id": name.lower(), "version": "2",
+                            "download_link": f"http://{self.downloads.address}{path}"})
+
+    def installed(self, name):
+        with open(self.path(f"apps/{name}.app/Contents/Info.plist"), "rb") as file:
+            return plistlib.load(file)["CFBundleShortVersionString"]

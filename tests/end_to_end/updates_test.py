@@ -1,19 +1,16 @@
 """Updates that are downloaded and installed for real, each story in a home of its own."""
 
 import contextlib
-import io
 import os
 import plistlib
 import random
 import shutil
-import stat
 import sys
 import threading
 import time
 import unittest
-import zipfile
 
-from programs import PATIENCE, ScriptedService, World, logged_events
+from programs import PATIENCE, UpdateWorld, archive
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../script"))
 import make_images  # noqa: E402
@@ -25,60 +22,17 @@ PASSING = {"agent:didChangeUpdatedStatusForItem:", "itemsDidChangeInAgent:", "up
            "agentDidFinishUpdatingApplicationList:"}
 
 
-class Downloads(ScriptedService):
-    """Answers a GET by what is set for its path: bytes, or a function of the connection."""
-
-    def __init__(self):
-        super().__init__()
-        self.answers = {}
-
-    def finish_request(self, request, _):
-        with request.makefile("rb") as file, contextlib.suppress(OSError):
-            head = b"".join(iter(file.readline, b"\r\n")).decode()
-            answer = self.answers[head.split()[1]]
-            if callable(answer):
-                return answer(request)
-            request.sendall(b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\n"
-                            b"Content-Length: %d\r\n\r\n" % len(answer) + answer)
-
-
-def archive(files):
-    """A zip archive of (name, contents) pairs; a name that ends in @ is a link to its contents."""
-    made = io.BytesIO()
-    with zipfile.ZipFile(made, "w") as file:
-        for name, contents in files:
-            entry = zipfile.ZipInfo(name.rstrip("@"))
-            entry.external_attr = (stat.S_IFLNK | 0o777 if name[-1] == "@" else 0o100755) << 16
-            file.writestr(entry, contents)
-    return made.getvalue()
-
-
-class Updates(World, unittest.TestCase):
+class Updates(UpdateWorld, unittest.TestCase):
     def setUp(self):
         self.open_world()
         self.addCleanup(self.close_world)
         os.makedirs(self.path("tools"))
         self.env["PATH"] = self.path("tools") + ":" + os.environ["PATH"]
         self.env["XDG_DATA_HOME"] = self.path("home/share")
-        self.offers, self.downloads = [], Downloads()
 
     def stub(self, name, script):
         self.write(f"tools/{name}", b"#!/bin/sh\n" + script.encode())
         os.chmod(self.path(f"tools/{name}"), 0o755)
-
-    def new_app(self, name, **more):
-        """The new version of an application as files of an archive."""
-        info = {"CFBundleIdentifier": name.lower(), "CFBundleShortVersionString": "2", **more}
-        return [(f"{name}.app/Contents/Info.plist", plistlib.dumps(info)),
-                (f"{name}.app/Contents/MacOS/{name}", b"#!/bin/sh\n")]
-
-    def offer(self, name, download, path=None):
-        """An old application and an offer to update it from what stands behind the path."""
-        self.make_app(f"{name}.app", name.lower(), "1")
-        path = path or f"/{name}.zip"
-        self.downloads.answers[path] = download
-        self.offers.append({"bundle_id": name.lower(), "version": "2",
-                            "download_link": f"http://{self.downloads.address}{path}"})
 
     def unpacked(self, name):
         """A folder with the new version of an application."""
@@ -92,10 +46,6 @@ class Updates(World, unittest.TestCase):
         client.ids = {name: record["id"] for name, record in client.records().items()}
         client.events.clear()
         return agent, client
-
-    def installed(self, name):
-        with open(self.path(f"apps/{name}.app/Contents/Info.plist"), "rb") as file:
-            return plistlib.load(file)["CFBundleShortVersionString"]
 
     def in_trash(self):
         with contextlib.suppress(FileNotFoundError):

@@ -1,0 +1,90 @@
+#import "ports/macos/platform/foundation_values.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <typeinfo>
+
+#import "ports/macos/platform/retained.h"
+
+namespace revwarden {
+namespace {
+
+class FoundationValues : public testing::Test {
+ private:
+  const AutoreleasePool pool_;
+};
+
+// Values of different kinds are equal when they stand for the same number.
+void expectValue(id object, const Value& expected) {
+  SCOPED_TRACE([[object description] UTF8String]);
+  const auto kindOf = [](const auto& held) { return std::string(typeid(held).name()); };
+  const auto value = valueOf(object);
+  ASSERT_TRUE(value);
+  EXPECT_EQ(*value, expected);
+  EXPECT_EQ(value->visit(kindOf), expected.visit(kindOf));
+}
+
+TEST_F(FoundationValues, EveryKindComesBack) {
+  const Dictionary inner = {{"", true}, {"é", Array({Dictionary(), Array({1, "", 0.5})})}};
+  const Array outer({inner, true, 1, 1.0, Date{0.5}, Data{}, "", Array(), false, 0, 0.0});
+  const std::string odd = "\uFEFF👩‍🚀 e\u0301 \uFFFD\uFEFF\x01";
+  for (const Value& value :
+       {Value(true), Value(0), Value(1.0), Value(inner), Value(outer), Value(odd),
+        Value(odd + '\0' + odd), Value(INT64_MIN), Value(INT64_MAX), Value(0.1), Value(-DBL_MAX),
+        Value(5e-324), Value(HUGE_VAL), Value(1e15), Value(Date{-1.5}), Value(Date{-6e10}),
+        Value(Date{1234567890.123456}), Value(Data{std::string("\0\xFF\0", 3)})}) {
+    expectValue(foundationValue(value), value);
+  }
+}
+
+TEST_F(FoundationValues, NumbersKeepTheirKind) {
+  expectValue([NSNumber numberWithBool:YES], true);
+  expectValue([NSNumber numberWithInt:1], 1);
+  expectValue([NSNumber numberWithChar:0], 0);
+  expectValue([NSNumber numberWithUnsignedLongLong:INT64_MAX], INT64_MAX);
+  expectValue([NSNumber numberWithUnsignedLongLong:UINT64_MAX], 0x1p64);
+  expectValue([NSNumber numberWithFloat:0.25F], 0.25);
+  expectValue([NSDecimalNumber decimalNumberWithString:@"2.5"], 2.5);
+}
+
+TEST_F(FoundationValues, BrokenTextIsMended) {
+  NSMutableString* const halves = [NSMutableString stringWithString:foundationText("🚀a🚀b🚀")];
+  [halves deleteCharactersInRange:NSMakeRange(0, 1)];
+  [halves deleteCharactersInRange:NSMakeRange([halves length] - 1, 1)];
+  EXPECT_EQ(textOf(halves), "\uFFFDa🚀b\uFFFD");
+  EXPECT_TRUE([foundationText("\xFF\xC3\xA9\x80z\xC3") isEqual:@"\uFFFD\u00E9\uFFFDz\uFFFD"]);
+  EXPECT_FALSE(optionalTextOf(nil));
+}
+
+TEST_F(FoundationValues, WhatIsNoPropertyListIsLeftOut) {
+  EXPECT_FALSE(valueOf(nil));
+  EXPECT_FALSE(valueOf([NSNull null]));
+  NSDictionary* const odd = [NSDictionary dictionaryWithObject:@"" forKey:[NSNull null]];
+  expectValue([NSArray arrayWithObjects:@"a", [NSSet set], odd, nil], Array({"a", Dictionary()}));
+  EXPECT_EQ(textsOf([NSSet setWithObjects:@"a", odd, nil]), std::vector<std::string>{"a"});
+  EXPECT_EQ(dictionaryOf(@"text"), Dictionary());
+  id deep = [NSArray array];
+  for (int i = 0; i < 128; ++i) deep = [NSArray arrayWithObject:deep];
+  EXPECT_TRUE(valueOf(deep));
+  EXPECT_FALSE(valueOf([NSArray arrayWithObject:deep]));
+  id wide = [NSArray array];
+  for (int i = 0; i < 60; ++i) wide = [NSArray arrayWithObjects:wide, wide, nil];
+  EXPECT_FALSE(valueOf(wide));
+}
+
+TEST_F(FoundationValues, NothingStaysMutable) {
+  NSMutableString* const text = [NSMutableString stringWithString:@"before"];
+  const auto value = valueOf(text);
+  [text setString:@"after"];
+  EXPECT_EQ(value, Value("before"));
+  NSDictionary* const outer = foundationDictionary({{"a", Array({Dictionary{{"b", "c"}}})}});
+  NSArray* const inner = [outer objectForKey:@"a"];
+  EXPECT_FALSE([outer isKindOfClass:[NSMutableDictionary class]]);
+  EXPECT_FALSE([inner isKindOfClass:[NSMutableArray class]]);
+  EXPECT_FALSE([[inner objectAtIndex:0] isKindOfClass:[NSMutableDictionary class]]);
+}
+
+}  // namespace
+}  // namespace revwarden

@@ -1,0 +1,110 @@
+#import "ports/macos/platform/main_run_loop.h"
+
+#import <AppKit/AppKit.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+#include "ports/macos/platform/pooled_threads.h"
+#import "ports/macos/platform/retained.h"
+
+namespace revwarden {
+namespace {
+
+constexpr auto kHandledOne = RunLoop::Turn::handledOne;
+constexpr Date kPast{0};
+
+class MainLoop : public testing::Test {
+ protected:
+  // As the process turns it, until that many notes were taken.
+  void turnUntil(size_t count, NSString* mode = NSDefaultRunLoopMode) {
+    NSDate* const deadline = [NSDate dateWithTimeIntervalSinceNow:20];
+    while (notes.size() < count && [deadline timeIntervalSinceNow] > 0) {
+      [[NSRunLoop currentRunLoop] runMode:mode
+                               beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.01]];
+    }
+    ASSERT_EQ(notes.size(), count);
+  }
+  std::function<void()> note(char name) {
+    return [=, this] { notes += loop.isMainThread() ? name : '?'; };
+  }
+
+  MainRunLoop& loop = *new MainRunLoop;
+  std::string notes;
+
+ private:
+  const AutoreleasePool pool_;
+};
+
+TEST_F(MainLoop, CallsKeepTheirOrderAndAreWaitedFor) {
+  loop.post(note('b'));
+  loop.postAndWait(note('a'));
+  EXPECT_EQ(notes, "a") << "ahead of what is queued, which never runs inline";
+  std::thread other([this] {
+    EXPECT_FALSE(loop.isMainThread());
+    loop.post(note('c'));
+    loop.postAndWait([this] {
+      loop.post(note('e'));
+      notes += 'd';
+    });
+    EXPECT_GE(notes.size(), 4);
+  });
+  turnUntil(5);
+  other.join();
+  EXPECT_EQ(notes, "abcde");
+}
+
+TEST_F(MainLoop, NestedTurnsServeWhatIsBehindAndWaitForMore) {
+  std::thread other;
+  loop.post([&] {
+    while (notes.size() < 1) ASSERT_EQ(loop.runOneTurn(RunLoopMode::modal), kHandledOne);
+    other = std::thread([this] { loop.postAndWait(note('c')); });
+    while (notes.size() < 3) ASSERT_EQ(loop.runOneTurn(RunLoopMode::defaultMode), kHandledOne);
+    notes += '.';
+  });
+  loop.post(note('a'));
+  loop.post(note('b'));
+  turnUntil(4);
+  other.join();
+  EXPECT_EQ(notes, "abc.");
+}
+
+TEST_F(MainLoop, TimersFireOnceAndInTheDefaultModeOnly) {
+  std::unique_ptr<Timer> timer;
+  const std::string held(100, 't');
+  timer = loop.addTimer(kPast, [=, this, &timer] {
+    timer.reset();
+    notes += held[99];  // the action outlives its timer
+  });
+  const auto never = loop.addTimer(Date{HUGE_VAL}, note('n'));
+  loop.addTimer(kPast, note('x')).reset();
+  loop.post(note('p'));
+  turnUntil(1, NSModalPanelRunLoopMode);
+  turnUntil(2);
+  const auto later = loop.addTimer(Date{[[NSDate date] timeIntervalSince1970]}, note('l'));
+  turnUntil(3);
+  EXPECT_EQ(notes, "ptl");
+}
+
+TEST_F(MainLoop, AThreadDestroysItsOwnBody) {
+  std::thread::id ran;
+  std::atomic<std::thread::id> destroyed;
+  std::shared_ptr<int> held(new int, [&](const int* number) {
+    delete number;
+    destroyed = std::this_thread::get_id();
+  });
+  std::function<void()> body = [=, &ran] {
+    ran = std::this_thread::get_id();
+    [NSString stringWithFormat:@"%p", held.get()];  // leaves something in a pool
+  };
+  held.reset();
+  ASSERT_TRUE(PooledThreads().detachNewThread(std::move(body)));
+  while (destroyed.load() == std::thread::id()) std::this_thread::yield();
+  EXPECT_EQ(destroyed.load(), ran);
+  EXPECT_NE(ran, std::this_thread::get_id());
+}
+
+}  // namespace
+}  // namespace revwarden
