@@ -6,6 +6,7 @@
 #include <cmath>
 #include <typeinfo>
 
+#include "ports/macos/platform/foundation_property_lists.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {
@@ -56,6 +57,9 @@ TEST_F(FoundationValues, BrokenTextIsMended) {
   EXPECT_EQ(textOf(halves), "\uFFFDa🚀b\uFFFD");
   EXPECT_TRUE([foundationText("\xFF\xC3\xA9\x80z\xC3") isEqual:@"\uFFFD\u00E9\uFFFDz\uFFFD"]);
   EXPECT_FALSE(optionalTextOf(nil));
+  std::string marks;
+  for (int i = 0; i < 400'000; ++i) marks += "\uFEFF";
+  EXPECT_EQ(textOf(foundationText(marks)), marks);
 }
 
 TEST_F(FoundationValues, WhatIsNoPropertyListIsLeftOut) {
@@ -72,6 +76,17 @@ TEST_F(FoundationValues, WhatIsNoPropertyListIsLeftOut) {
   id wide = [NSArray array];
   for (int i = 0; i < 60; ++i) wide = [NSArray arrayWithObjects:wide, wide, nil];
   EXPECT_FALSE(valueOf(wide));
+}
+
+TEST_F(FoundationValues, PropertyListsAreReadAndNothingElse) {
+  const FoundationPropertyLists lists;
+  const std::string whole =
+      "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>mount-point</key>"
+      "<string>/Volumes/A</string></dict></plist>";
+  EXPECT_EQ(lists.propertyListFromData(whole), Value(Dictionary{{"mount-point", "/Volumes/A"}}));
+  for (const auto& bad : {whole.substr(0, 50), std::string("bplist00\xFF"), std::string()}) {
+    EXPECT_FALSE(lists.propertyListFromData(bad)) << bad;
+  }
 }
 
 TEST_F(FoundationValues, NothingStaysMutable) {

@@ -29,7 +29,7 @@ std::optional<std::string> optionalTextOf(id text);
 std::vector<std::string> textsOf(id collection);
 
 /// Absent for nil and for what is no property list, for one nested deeper than 128 levels and for
-/// one of more than a million values. Of arrays and dictionaries what is no property list is left
+/// one of more than 100,000 values. Of arrays and dictionaries what is no property list is left
 /// out, and so are keys that are no text. Numbers that 64 bits with a sign cannot hold become
 /// reals, as decimal numbers do.
 std::optional<Value> valueOf(id object);

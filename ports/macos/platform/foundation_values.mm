@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kNoBreakSpace = "\xEF\xBB\xBF";  // of no width, U+FEFF
 constexpr int kDeepest = 128;
 // More than any honest list has. In memory one part may stand in many places, and so on below it.
-constexpr int kMostValues = 1'000'000;
+constexpr int kMostValues = 100'000;
 
 NSString* stringWithBytes(std::string_view bytes) {
   return [[[NSString alloc] initWithBytes:bytes.data()
@@ -129,11 +129,13 @@ NSString* withoutHalvesOfPairs(NSString* text) {
 }  // namespace
 
 NSString* foundationText(std::string_view text) {
-  // Foundation would take it for a mark of the byte order.
+  // Foundation would take the first for a mark of the byte order.
   if (text.starts_with(kNoBreakSpace)) {
     NSMutableString* const whole = [NSMutableString stringWithCapacity:text.size()];
-    [whole appendString:@"\uFEFF"];
-    [whole appendString:foundationText(text.substr(kNoBreakSpace.size()))];
+    for (; text.starts_with(kNoBreakSpace); text.remove_prefix(kNoBreakSpace.size())) {
+      [whole appendString:@"\uFEFF"];
+    }
+    [whole appendString:foundationText(text)];
     return [[whole copy] autorelease];
   }
   if (NSString* const whole = stringWithBytes(text)) return whole;
