@@ -27,17 +27,21 @@ void expectValue(id object, const Value& expected) {
   EXPECT_EQ(value->visit(kindOf), expected.visit(kindOf));
 }
 
+void expectBack(const Value& value) {
+  expectValue(foundationValue(value), value);
+}
+
 TEST_F(FoundationValues, EveryKindComesBack) {
   const Dictionary inner = {{"", true}, {"é", Array({Dictionary(), Array({1, "", 0.5})})}};
-  const Array outer({inner, true, 1, 1.0, Date{0.5}, Data{}, "", Array(), false, 0, 0.0});
   const std::string odd = "\uFEFF👩‍🚀 e\u0301 \uFFFD\uFEFF\x01";
-  for (const Value& value :
-       {Value(true), Value(0), Value(1.0), Value(inner), Value(outer), Value(odd),
-        Value(odd + '\0' + odd), Value(INT64_MIN), Value(INT64_MAX), Value(0.1), Value(-DBL_MAX),
-        Value(5e-324), Value(HUGE_VAL), Value(1e15), Value(Date{-1.5}), Value(Date{-6e10}),
-        Value(Date{1234567890.123456}), Value(Data{std::string("\0\xFF\0", 3)})}) {
-    expectValue(foundationValue(value), value);
-  }
+  expectBack(Array({inner, true, 1, 1.0, Date{0.5}, Data{}, "", Array(), false, 0, 0.0}));
+  expectBack(odd);
+  expectBack(odd + '\0' + odd);
+  expectBack(Data{std::string("\0\xFF\0", 3)});
+  for (const bool flag : {true, false}) expectBack(flag);
+  for (const int64_t number : {INT64_MIN, INT64_MAX, int64_t{1}}) expectBack(number);
+  for (const double number : {1.0, 0.1, -DBL_MAX, 5e-324, HUGE_VAL, 1e15}) expectBack(number);
+  for (const double date : {-1.5, -6e10, 1234567890.123456}) expectBack(Date{date});
 }
 
 TEST_F(FoundationValues, NumbersKeepTheirKind) {

@@ -45,6 +45,8 @@ void tell(NSString* event, id subject) {
 }
 @end
 
+static BOOL isAway;  // for one message
+
 static id recorder(Protocol* protocol, NSString* prefix) {
   Recorder* const made = [[Recorder alloc] init];
   made->protocol = protocol;
@@ -61,6 +63,9 @@ static id recorder(Protocol* protocol, NSString* prefix) {
 }
 - (void)forwardInvocation:(NSInvocation*)invocation {
   NSString* const selector = NSStringFromSelector([invocation selector]);
+  const BOOL wasAway = isAway;
+  isAway = NO;
+  if (wasAway) [NSException raise:@"Away" format:@"nobody is there"];
   const NSInteger last = [[invocation methodSignature] numberOfArguments] - 1;
   union {
     id object;
@@ -122,6 +127,9 @@ static BOOL isAsleep;
       postNotificationName:NSWorkspaceDidWakeNotification
                     object:nil];
 }
+- (void)goAway {
+  isAway = YES;
+}
 - (void)makeOtherAgents {
   [[[[agent class] alloc] init] release];  // while its first pass runs
   KQRWAgent* const other = [[[agent class] alloc] init];
@@ -136,7 +144,9 @@ static BOOL isAsleep;
 
 - (void)run:(NSDictionary*)message {
   const SEL selector = NSSelectorFromString([message objectForKey:@"method"]);
-  const id receiver = [agent respondsToSelector:selector] ? (id)agent : self;
+  id receiver = agent;
+  if (![receiver respondsToSelector:selector]) receiver = self;
+  if (![receiver respondsToSelector:selector]) receiver = shown->target;
   NSMethodSignature* const signature = [receiver methodSignatureForSelector:selector];
   NSInvocation* const invocation = [NSInvocation invocationWithMethodSignature:signature];
   [invocation setSelector:selector];
