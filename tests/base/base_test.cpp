@@ -84,17 +84,5 @@ TEST(TextTest, FillsFormatsWithoutReadingTheArguments) {
   EXPECT_EQ(formatted("%2$@ %1$@ 100%% %d %", {{"a"}, {"b"}}), "b a 100% %d %");
 }
 
-TEST(TextTest, TakesPathsApart) {
-  EXPECT_EQ(lastPathComponent("/a/b.app/"), "b.app");
-  EXPECT_EQ(lastPathComponent("/"), "/");
-  EXPECT_EQ(pathExtension("/a.b/c"), "");
-  EXPECT_EQ(pathExtension("/a/.hidden"), "");
-  EXPECT_EQ(pathExtension("x.tar.gz"), "gz");
-  EXPECT_EQ(deletingPathExtension("/a.b/My App.APP/"), "/a.b/My App");
-  EXPECT_EQ(deletingPathExtension("/a/.."), "/a/..");
-  EXPECT_EQ(asciiUpperCase("/Library/\xC3\xA9"), "/LIBRARY/\xC3\xA9");
-  EXPECT_EQ(fileURLWithPath("/a b/100%#?;\xC3\xA9~+"), "file:///a%20b/100%25%23%3F%3B%C3%A9~+");
-}
-
 }  // namespace
 }  // namespace revwarden
