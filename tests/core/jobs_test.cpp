@@ -29,14 +29,6 @@ TEST_F(JobTest, EndsAtOnceWhenNothingIsToBeDownloaded) {
   }
 }
 
-TEST(JobActionTest, EveryActionShowsAsOneOfSix) {
-  std::string shown;
-  for (int64_t code = -1; code <= 13; ++code) {
-    shown += std::to_string(static_cast<int64_t>(simpleAction(static_cast<JobAction>(code))));
-  }
-  EXPECT_EQ(shown, "001542433334450");
-}
-
 TEST_F(JobTest, JudgesContentByItsTypeAsItIsSpelled) {
   const std::string log = "1 log [RWInstaller] Invalid content. Open target URL in browser.\n";
   const std::pair<const char*, bool> types[] = {{"application/x-zip-compressed", true},

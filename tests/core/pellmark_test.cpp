@@ -59,19 +59,5 @@ TEST_F(PellmarkTest, OffersToLaunchWhateverHappenedButAFailure) {
   EXPECT_THAT(run(), testing::Not(HasSubstr("Would you")));
 }
 
-TEST_F(AgentTest, TheFirstRecordAtTheProductsPathIsUpdatedByTheJobThatOffers) {
-  Dictionary item = record("first", *world.host.productPath);
-  item = item.with(
-      kKQRWAvailableVersionInfoKey,
-      Dictionary{{kKQRWIDownloadLinkKey, "http://x/U"}, {kKQRWIUpdateMethodKey, "downloadOnly"}});
-  store({record("other", "/Applications/A.app"), item, item.with(kKQRWIDKey, "second")});
-  createWithoutRefresh();
-  events->takeNames();
-  agent->startUpdatePellmark();
-  EXPECT_EQ(textAt(events->events.back().items.at(0), kKQRWIDKey), "first");
-  world.threads.waitForAll(world.loop);
-  EXPECT_EQ(world.host.shown.size(), 1u);
-}
-
 }  // namespace
 }  // namespace revwarden

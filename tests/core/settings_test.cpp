@@ -68,20 +68,5 @@ TEST_F(AgentTest, ForgettingTheDateInMemoryLeavesTheStoredOne) {
   EXPECT_EQ(stored().dateFor("lastFireDate"), Date{6});
 }
 
-TEST_F(AgentTest, DamagedSettingsReadAsNone) {
-  world.defaults.setDictionary({{"itemsPrefsKey", "no list"},
-                                {"showRevwardenNotifications", Date{1}},
-                                {"updateAllLocalVolumes", "YES"},
-                                {"lastFireDate", "yesterday"},
-                                {"TotalUpdatesCount", Data{"x"}}},
-                               "KQRWAgent");
-  createWithoutRefresh();
-  EXPECT_TRUE(agent->itemsSnapshot().empty());
-  EXPECT_FALSE(agent->showRevwardenNotifications());
-  EXPECT_TRUE(agent->updatesApplicationsFromAllLocalVolumes());
-  EXPECT_EQ(agent->lastFireDate(), std::nullopt);
-  EXPECT_EQ(agent->totalUpdatesCount(), 0);
-}
-
 }  // namespace
 }  // namespace revwarden

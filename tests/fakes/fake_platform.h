@@ -173,15 +173,9 @@ struct FakeHost final : HostApplication, WakeNotifications {
     shown.push_back(notice);
   }
   std::optional<std::string> hostAppPath() override { return productPath; }
-  std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(
-      std::string_view target, std::string_view protocol) override {
-    if (target != "KQRevwarden" || protocol != "KQRWAgentDelegate") return nullptr;
-    struct Window final : HostAppProxy {
-      explicit Window(int& count) : opened(count) {}
-      void openRevwarden() override { ++opened; }
-      int& opened;
-    };
-    return std::make_shared<Window>(windowsOpened);
+  std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(std::string_view,
+                                                                  std::string_view) override {
+    return nullptr;
   }
   std::unique_ptr<Observation> observeDidWake(std::function<void()> handler) override {
     wake = std::move(handler);
@@ -196,7 +190,6 @@ struct FakeHost final : HostApplication, WakeNotifications {
   std::vector<HostNotification> shown;
   std::function<void(const HostNotification&)> onShow;
   std::optional<std::string> productPath = "/Applications/Pellmark.app";
-  int windowsOpened = 0;
   std::function<void()> wake;
 };
 
