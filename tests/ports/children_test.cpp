@@ -22,14 +22,10 @@ class ChildrenTest : public testing::Test {
   static ChildProcess shell(const std::string& script) {
     return {"/bin/sh", {"-c", script}, {}, {}, true};
   }
-  void writeTool(const std::string& name, const std::string& output) {
-    scratch_.write(name, "#!/bin/sh\necho " + output + "\n");
-    chmod(scratch_.file(name).c_str(), 0755);
-  }
 
   ScratchFolder scratch_;
   OpenedAddresses workspace_;
-  LinuxChildProcesses children_{{scratch_.file("tools"), scratch_.file("own")}, workspace_};
+  LinuxChildProcesses children_{{scratch_.file("tools"), ""}, workspace_};
 };
 
 TEST_F(ChildrenTest, GetWhatTheyAreGivenAndNothingElse) {
@@ -71,27 +67,13 @@ TEST_F(ChildrenTest, NoneIsMissedWhenAllEndNorWhatOneLeftBehind) {
   for (std::thread& job : jobs) job.join();
 }
 
-TEST_F(ChildrenTest, AreLookedForInTheHostsPlaces) {
-  const auto outputOf = [&](const std::string& program) {
-    const auto result = children_.run({program, {}, {}, {}, true});
-    return result ? result->output : "none";
-  };
-  writeTool("own/unzip", "own");
-  EXPECT_EQ(outputOf(scratch_.file("path/unzip")), "none");
-  for (const std::string place : {"path", "own", "tools"}) {
-    writeTool(place + "/hdiutil", place);
-    EXPECT_EQ(outputOf(scratch_.file("path/hdiutil")), place + "\n");
-  }
-  chmod(scratch_.file("tools/hdiutil").c_str(), 0644);
-  EXPECT_EQ(outputOf("/usr/bin/hdiutil"), "own\n");
-}
-
 TEST_F(ChildrenTest, UnpackNothingThroughLinksThatAnEarlierArchiveLeft) {
   namespace fs = std::filesystem;
   fs::create_directories(scratch_.file("new/sub"));
   fs::create_directory_symlink(scratch_.path(), scratch_.file("new/sub/out"));
   fs::create_directory_symlink("sub", scratch_.file("new/inside"));
-  writeTool("tools/unzip", "");
+  scratch_.write("tools/unzip", "#!/bin/sh\n");
+  chmod(scratch_.file("tools/unzip").c_str(), 0755);
   const ChildProcess unzip{"/usr/bin/unzip", {"x.zip", "-d", scratch_.file("new")}, {}, {}, false};
   EXPECT_TRUE(children_.run(unzip));
   EXPECT_FALSE(fs::is_symlink(scratch_.file("new/sub/out")));

@@ -3,7 +3,6 @@
 
 #include <future>
 #include <mutex>
-#include <thread>
 
 #include "ports/linux/detached_threads.h"
 #include "ports/linux/glib_run_loop.h"
@@ -12,6 +11,7 @@
 #include "ports/linux/quit_scripts.h"
 #include "ports/linux/running_applications.h"
 #include "ports/posix/spawn.h"
+#include "tests/fakes/eventually.h"
 #include "tests/fakes/mocked_bus.h"
 #include "tests/fakes/scratch_folder.h"
 
@@ -23,13 +23,6 @@ using namespace std::chrono_literals;
 using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-bool eventually(const std::function<bool()>& condition) {
-  for (int attempt = 0; attempt < 1000; ++attempt, std::this_thread::sleep_for(10ms)) {
-    if (condition()) return true;
-  }
-  return false;
-}
 
 /// As a zombie too.
 bool isThere(pid_t pid) {

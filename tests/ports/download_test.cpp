@@ -96,15 +96,6 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
   EXPECT_EQ(folder.read("new/folder/file"), "abcde");
 }
 
-TEST_F(Download, ComesThroughTheProxyThatIsChosen) {
-  ScriptedServer proxy({ScriptedServer::says(kOk + "Content-Length: 2\r\n\r\nhi")});
-  CurlDownloads downloads({}, [&](const std::string&) { return proxy.url(""); });
-  const auto download = downloads.beginDownload("http://a.invalid/x", *this);
-  while (download->runOneTurn()) {
-  }
-  EXPECT_EQ(events.back(), "finish");
-}
-
 TEST_F(Download, ALargeBodyComesInSeveralTurns) {
   std::string chunked = kOk + "Transfer-Encoding: chunked\r\n\r\n", body;
   for (char letter = 'a'; letter < 'm'; ++letter) {

@@ -226,24 +226,6 @@ TEST_F(FileOperationsTest, DeepTreesNeedFewDescriptors) {
   });
 }
 
-TEST_F(FileOperationsTest, RemovesWhatTheUserOwnsAndSaysWhatIsLeft) {
-  EXPECT_TRUE(removeTree(at("missing")));
-  asNobody([&] {
-    const std::string app = makeApplication(root_, "A.app");
-    for (const int mode : {0, 0400, 0200, 0500}) {
-      const std::string folder = "A.app/Contents/empty/" + std::to_string(mode);
-      root_.write(folder + "/below/file", "x");
-      chmod(at(folder + "/below").c_str(), mode);
-      chmod(at(folder).c_str(), mode);
-    }
-    EXPECT_TRUE(removeTree(app));
-    EXPECT_FALSE(fs::exists(app));
-    root_.write("closed/C.app/file", "x");
-    chmod(at("closed").c_str(), 0555);
-    EXPECT_FALSE(removeTree(at("closed/C.app")));  // the folder above is not touched
-  });
-}
-
 TEST_F(FileOperationsTest, TrashTakesAllByRenamingOrByCopying) {
   const auto moves = [&](const ScratchFolder& from) {
     for (const char* name : {"A.app", "A.2.app"}) {

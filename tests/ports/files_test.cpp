@@ -8,15 +8,13 @@
 #include <unistd.h>
 
 #include <climits>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <random>
 
 #include "base/text.h"
 #include "ports/linux/application_search.h"
 #include "ports/linux/linux_file_manager.h"
 #include "ports/linux/temporary_folder.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
 namespace {
@@ -29,16 +27,13 @@ constexpr uid_t kNobody = 65534;
 class FilesTest : public testing::Test {
  protected:
   FilesTest() {
-    std::string path = testing::TempDir() + "/files_XXXXXX";
-    root_ = fs::canonical(mkdtemp(path.data()));
-    chmod(root_.c_str(), 0755);
+    chmod(scratch_.path().c_str(), 0755);
     folder("home");
     setenv("HOME", at("home").c_str(), 1);
     unsetenv("XDG_DATA_HOME");
   }
-  ~FilesTest() override { fs::remove_all(root_); }
 
-  std::string at(const std::string& path) const { return root_ + "/" + path; }
+  std::string at(const std::string& path) const { return scratch_.file(path); }
   std::string folder(const std::string& path) {
     fs::create_directories(at(path));
     return at(path);
@@ -65,7 +60,7 @@ class FilesTest : public testing::Test {
     return waitpid(child, &status, 0) == child && status == 0;
   }
 
-  std::string root_;
+  const ScratchFolder scratch_;
   std::optional<LinuxFileManager> files_;
 };
 
@@ -75,7 +70,7 @@ TEST_F(FilesTest, ResolvesWhateverTheSystemResolvesToTheSame) {
   const auto any = [&](const Names& list) { return list[random() % list.size()]; };
   const Names names = {"a", "b", "line\nbreak", "bad\xFF", "caf\xC3\xA9.app"};
   const Names targets = {"a", "../b", "b/", "../../a/b", "bad\xFF", "./a//."};
-  Names folders = {root_};
+  Names folders = {scratch_.path()};
   for (int i = 0; i < 120; ++i) {
     const std::string place = any(folders) + "/" + any(names);
     const std::string target = random() % 2 ? any(targets) : any(folders) + "/" + any(targets);

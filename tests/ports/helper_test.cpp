@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <functional>
 #include <thread>
 
 #include "gmock/gmock.h"
@@ -14,6 +13,7 @@
 #include "ports/linux/helper_manager.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
+#include "tests/fakes/eventually.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {
@@ -24,14 +24,6 @@ using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 constexpr auto absent = std::nullopt;
-
-bool soon(const std::function<bool()>& condition) {
-  for (int i = 0; i < 1000; ++i) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
-}
 
 bool hasChildren() {
   return ::waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0;
@@ -88,7 +80,7 @@ TEST_F(HelperTest, IsGrantedOnlyWhenTheHelperItselfAnswers) {
   }
   EXPECT_EQ(manager(Authorization::never).rootTaskWithPrompt("Please"), nullptr);
   EXPECT_EQ(asked.size(), 6u);
-  EXPECT_TRUE(soon([] { return !hasChildren(); }));
+  EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
 TEST_F(HelperTest, ReplacesAnApplicationAndAnswersEachOperationOnce) {
@@ -104,7 +96,7 @@ TEST_F(HelperTest, ReplacesAnApplicationAndAnswersEachOperationOnce) {
   task->stop();
   EXPECT_NE(task->moveItemAtPathToTrash(app), absent);
   EXPECT_EQ(ended.size(), 5u) << "stopped once";
-  EXPECT_TRUE(soon([] { return !hasChildren(); }));
+  EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
 TEST_F(HelperTest, RefusesWhatNoUpdateAsksFor) {
@@ -174,14 +166,15 @@ TEST_F(HelperTest, EndsAskingProgramsHelpersAndScriptsAtOnce) {
     EXPECT_NE(runScript(*task, "sleep 60 & echo $! >" + folder.file("pid") + "; wait"), absent);
   });
   EXPECT_TRUE(
-      soon([&] { return fs::exists(folder.file("prompt")) && !folder.read("pid").empty(); }));
+      eventually([&] { return fs::exists(folder.file("prompt")) && !folder.read("pid").empty(); }));
   asking.endAll();
   always.endAll();
   prompt.join();
   script.join();
   const pid_t below = std::atoi(folder.read("pid").c_str());
-  EXPECT_TRUE(soon([&] { return ::kill(below, 0) != 0; })) << "what the script started lives on";
-  EXPECT_TRUE(soon([] { return !hasChildren(); }));
+  EXPECT_TRUE(eventually([&] { return ::kill(below, 0) != 0; }))
+      << "what the script started lives on";
+  EXPECT_TRUE(eventually([] { return !hasChildren(); }));
   EXPECT_EQ(always.rootTaskWithPrompt("Please"), nullptr);
 }
 

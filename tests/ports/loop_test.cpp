@@ -42,17 +42,6 @@ class LoopTest : public testing::Test {
   std::vector<std::string> events_;
 };
 
-TEST_F(LoopTest, KeepsTheOrderOfPostsAndRunsAWaitedCallOfTheMainThreadAheadOfThem) {
-  loop_->post([&] {
-    loop_->post([&] { note("last"); });
-    loop_->postAndWait([&] { note("inline"); });
-  });
-  loop_->post([&] { note("second"); });
-  for (int turn = 0; turn < 3; ++turn)
-    EXPECT_EQ(loop_->runOneTurn(RunLoopMode::modal), Turn::handledOne);
-  EXPECT_THAT(events_, ElementsAre("inline", "second", "last"));
-}
-
 TEST_F(LoopTest, ServesManyThreadsEachInItsOwnOrder) {
   constexpr int kThreads = 8, kCalls = 400;
   int seen[kThreads] = {}, running = kThreads;  // touched by the main thread alone

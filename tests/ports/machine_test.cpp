@@ -1,13 +1,13 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 #include "ports/linux/glib_run_loop.h"
 #include "ports/linux/linux_system_information.h"
 #include "ports/linux/logind_wake.h"
 #include "ports/posix/system_clock.h"
+#include "tests/fakes/eventually.h"
 #include "tests/fakes/mocked_bus.h"
 #include "tests/fakes/scratch_folder.h"
 
@@ -23,14 +23,6 @@ bool announce(const MockedBus& bus, const std::string& goesToSleep) {
 bool someoneListens(const MockedBus& bus) {
   return bus.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "Debug.Stats.GetAllMatchRules")
              .find("PrepareForSleep") != std::string::npos;
-}
-
-bool eventually(const std::function<bool()>& condition) {
-  for (int attempt = 0; attempt < 500; ++attempt) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return false;
 }
 
 TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {

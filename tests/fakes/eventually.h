@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+namespace revwarden {
+
+/// Waits at most ten seconds for what happens elsewhere, of which nobody tells; whether it did.
+inline bool eventually(const std::function<bool()>& condition) {
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
+
+}  // namespace revwarden
