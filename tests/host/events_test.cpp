@@ -18,7 +18,6 @@ class Events : public testing::Test {
     return numbers;
   }
 
-  ScratchFolder folder_;
   const Diagnostics diagnostics_{LogLevel::error};
   ManualClock clock_;
   ManualRunLoop loop_{clock_};
@@ -34,35 +33,6 @@ TEST_F(Events, TheLatestAreKeptWithinBothLimits) {
   EXPECT_THAT(keptAfter(log, 0), testing::ElementsAre(6));
   log.append("too large", "[\"" + std::string(2000, 'x') + "\"]");
   EXPECT_THAT(keptAfter(log, 0), testing::IsEmpty());
-}
-
-TEST_F(Events, ThreadsShareOneOrderInFileRingAndForTheListener) {
-  EventLog log(loop_, diagnostics_);
-  const std::string path = folder_.file("events");
-  ASSERT_TRUE(log.writeTo(path));
-  std::vector<Json> heard;
-  log.setListener([&](std::string_view method, std::string_view params) {
-    heard.push_back({std::string(method), Json::parse(params)});
-  });
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([&, thread] {
-      for (int i = 0; i < 40; ++i) log.append("thread", jsonList({std::to_string(thread)}));
-    });
-  }
-  log.append("main", "[]");
-  for (std::thread& thread : threads) thread.join();
-
-  const std::vector<Json> lines = linesOf(path);
-  EXPECT_EQ(Json(lines), Json::parse(log.eventsAfter(0)));
-  ASSERT_EQ(lines.size(), 161u);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_EQ(lines[i]["seq"], i + 1);
-    EXPECT_EQ(lines[i]["main"], lines[i]["method"] == "main");
-    EXPECT_EQ(Json({lines[i]["method"], lines[i]["params"]}), heard[i]);
-  }
-  EXPECT_THAT(lines[0]["time"].get<std::string>(),
-              testing::MatchesRegex("....-..-..T..:..:..\\....Z"));
 }
 
 TEST_F(Events, LogLinesKeepTheirLineBreaksForClientsOnlyAndAreCutWhenLong) {
