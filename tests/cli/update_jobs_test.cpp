@@ -129,12 +129,6 @@ TEST(UpdateJobs, ASuccessWithoutAnInstallationIsToldAsWhatItWas) {
             "+not installed; the download is a page, which was opened: http://d/A");
   EXPECT_EQ(resultAfter({}, "manual"),
             "-to be updated by hand, but its page could not be opened: http://d/A");
-  EXPECT_EQ(resultAfter({{"selectFile:inFileViewerRootedAtPath:", {"/D\x1b[2J/a", "/D", false}}}),
-            "+downloaded: /D/a");
-  EXPECT_EQ(resultAfter({logged("[RWInstaller] Install method requires to mount image (path=%@) "
-                                "and finish install.",
-                                {"/mnt/a"}, "NSLog")}),
-            "+mounted, to be installed by hand: /mnt/a");
   EXPECT_EQ(resultAfter({{"rootTask", {"performAction:withArguments:", Json::array(), "disk full"}},
                          warning("Failed to update application A")},
                         "auto", jobFailed("A")),

@@ -75,20 +75,6 @@ TEST(Update, TellsEachStepAndResultInWordsInBarsOnATerminalAndInJson) {
   EXPECT_EQ(json.status, 1);
 }
 
-TEST(Update, WhatThereIsNothingToDoFor) {
-  FakeAgent agent({{"itemsSnapshot", answering({updated("A")})}});
-  const Outcome all = agent.run({"update", "--all"});
-  EXPECT_EQ(all.status, 0);
-  EXPECT_EQ(all.out, "Nothing newer is on offer.\n");
-  EXPECT_EQ(agent.run({"update", "a"}).out, "A: nothing newer than 2 is on offer\n");
-  EXPECT_EQ(agent.run({"update", "B"}).status, 2);
-  for (const char* command : {"update", "cancel"}) {
-    EXPECT_EQ(agent.run({command}).status, 2);
-    EXPECT_EQ(agent.run({command, "A", "--all"}).status, 2);
-  }
-  for (const Json& call : agent.calls()) EXPECT_EQ(call[0], "itemsSnapshot");
-}
-
 TEST(Update, AnInterruptLeavesTheJobsAndAnAgentThatEndsDoesNotHang) {
   auto scripts = updating({outdated("A"), outdated("B")}, {}, kTwoQueued, {});
   scripts["startUpdateItemWithIDs:"] = [](const Peer& peer) {
