@@ -3,11 +3,9 @@
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <thread>
 
-#include "ports/macos/platform/pooled_threads.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {
@@ -86,24 +84,6 @@ TEST_F(MainLoop, TimersFireOnceAndInTheDefaultModeOnly) {
   const auto later = loop.addTimer(Date{[[NSDate date] timeIntervalSince1970]}, note('l'));
   turnUntil(3);
   EXPECT_EQ(notes, "ptl");
-}
-
-TEST_F(MainLoop, AThreadDestroysItsOwnBody) {
-  std::thread::id ran;
-  std::atomic<std::thread::id> destroyed;
-  std::shared_ptr<int> held(new int, [&](const int* number) {
-    delete number;
-    destroyed = std::this_thread::get_id();
-  });
-  std::function<void()> body = [=, &ran] {
-    ran = std::this_thread::get_id();
-    [NSString stringWithFormat:@"%p", held.get()];  // leaves something in a pool
-  };
-  held.reset();
-  ASSERT_TRUE(PooledThreads().detachNewThread(std::move(body)));
-  while (destroyed.load() == std::thread::id()) std::this_thread::yield();
-  EXPECT_EQ(destroyed.load(), ran);
-  EXPECT_NE(ran, std::this_thread::get_id());
 }
 
 }  // namespace
