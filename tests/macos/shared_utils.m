@@ -75,6 +75,10 @@ static id* held(id object) {
 + (KQVersion*)betterVersionOfShort:(KQVersion*)shortVersion andFull:(KQVersion*)fullVersion {
   return shortVersion ? shortVersion : fullVersion;
 }
+- (void)dealloc {
+  [*held(self) release];
+  [super dealloc];
+}
 - (NSComparisonResult)compare:(KQVersion*)other {
   return [*held(self) compare:*held(other) options:NSNumericSearch];
 }

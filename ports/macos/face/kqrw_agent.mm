@@ -38,7 +38,7 @@ id targetObject(const AgentReference& reference,
 }
 
 KQRWAgentCore* makeCore(KQRWAgent* agent) {
-  auto reference = std::make_shared<AgentReference>(AgentReference{[agent class], agent});
+  auto reference = std::make_shared<AgentReference>(AgentReference{[KQRWAgent class], agent});
   auto platform = revwarden::macPlatform(
       reference, @protocol(KQRWAgentDelegate),
       [reference](const auto& target) { return targetObject(*reference, target); });
@@ -79,7 +79,7 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)setDelegate:(id<KQRWAgentDelegate>)object {
-  [delegate release];
+  [delegate autorelease];  // it may be the object, too
   delegate = [(KQWeakProxy*)[KQWeakProxy alloc] initWithObject:object];
   core->events = object ? std::make_shared<DelegateEvents>(self, delegate) : nullptr;
   core->agent->setDelegate(core->events);

@@ -33,7 +33,8 @@ std::vector<std::string> textsOf(id collection);
 /// out, and so are keys that are no text. Numbers that 64 bits with a sign cannot hold become
 /// reals, as decimal numbers do.
 std::optional<Value> valueOf(id object);
-/// The same without a limit to the number of values; empty for what is no dictionary.
+/// The same, but what is nested too deep is only left out, and any number of values is taken. Empty
+/// for what is no dictionary.
 Dictionary dictionaryOf(id object);
 
 }  // namespace revwarden

@@ -60,17 +60,19 @@ Value numberOf(NSNumber* number) {
 // Reads one object with all that is in it.
 class ValueReader {
  public:
-  explicit ValueReader(int64_t mostValues) : left_(mostValues) {}
+  enum class Limits { refuse, leaveOut };  // all that is beyond; only what is too deep
+
+  explicit ValueReader(Limits limits) : refuses_(limits == Limits::refuse) {}
 
   std::optional<Value> read(id object) {
     std::optional<Value> value = valueOf(object, 0);
-    return isTooMuch_ ? std::nullopt : value;
+    return isRefused_ ? std::nullopt : value;
   }
 
  private:
   std::optional<Value> valueOf(id object, int depth) {
-    isTooMuch_ = isTooMuch_ || depth > kDeepest || --left_ < 0;
-    if (isTooMuch_) return std::nullopt;
+    isRefused_ = isRefused_ || (refuses_ && (depth > kDeepest || --left_ < 0));
+    if (isRefused_ || depth > kDeepest) return std::nullopt;
     if ([object isKindOfClass:[NSString class]]) return textOf(object);
     if ([object isKindOfClass:[NSNumber class]]) return numberOf(object);
     if ([object isKindOfClass:[NSDate class]]) return Date{[object timeIntervalSince1970]};
@@ -105,8 +107,9 @@ class ValueReader {
     return builder.build();
   }
 
-  int64_t left_;
-  bool isTooMuch_ = false;
+  const bool refuses_;
+  int left_ = kMostValues;
+  bool isRefused_ = false;
 };
 
 // Foundation itself leaves them out or, in GNUstep, refuses the text.
@@ -129,14 +132,9 @@ NSString* withoutHalvesOfPairs(NSString* text) {
 }  // namespace
 
 NSString* foundationText(std::string_view text) {
-  // Foundation would take the first for a mark of the byte order.
+  // Foundation would take it for a mark of the byte order at the beginning, but nowhere else.
   if (text.starts_with(kNoBreakSpace)) {
-    NSMutableString* const whole = [NSMutableString stringWithCapacity:text.size()];
-    for (; text.starts_with(kNoBreakSpace); text.remove_prefix(kNoBreakSpace.size())) {
-      [whole appendString:@"\uFEFF"];
-    }
-    [whole appendString:foundationText(text)];
-    return [[whole copy] autorelease];
+    return [foundationText("-" + std::string(text)) substringFromIndex:1];
   }
   if (NSString* const whole = stringWithBytes(text)) return whole;
   NSMutableString* const mended = [NSMutableString stringWithCapacity:text.size()];
@@ -187,6 +185,7 @@ std::optional<std::string> optionalTextOf(id text) {
 
 std::vector<std::string> textsOf(id collection) {
   std::vector<std::string> texts;
+  if (![collection respondsToSelector:@selector(objectEnumerator)]) return texts;
   NSEnumerator* const objects = [collection objectEnumerator];
   while (id object = [objects nextObject]) {
     if ([object isKindOfClass:[NSString class]]) texts.push_back(textOf(object));
@@ -195,11 +194,11 @@ std::vector<std::string> textsOf(id collection) {
 }
 
 std::optional<Value> valueOf(id object) {
-  return ValueReader(kMostValues).read(object);
+  return ValueReader(ValueReader::Limits::refuse).read(object);
 }
 
 Dictionary dictionaryOf(id object) {
-  const std::optional<Value> value = ValueReader(INT64_MAX).read(object);
+  const std::optional<Value> value = ValueReader(ValueReader::Limits::leaveOut).read(object);
   const Dictionary* const dictionary = value ? value->as<Dictionary>() : nullptr;
   return dictionary ? *dictionary : Dictionary();
 }

@@ -1,12 +1,25 @@
 #pragma once
 
+#include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <system_error>
 
 namespace revwarden {
 
 /// Whether the path begins at the root and can be handed to the system whole.
 inline bool isFullPath(std::string_view path) {
   return path.starts_with('/') && path.find('\0') == path.npos;
+}
+
+/// The full path with every symbolic link resolved; absent when nothing exists there.
+inline std::optional<std::string> resolvedPath(std::string_view path) {
+  if (!isFullPath(path)) return std::nullopt;
+  std::error_code failed;
+  std::string resolved = std::filesystem::canonical(path, failed);
+  if (failed) return std::nullopt;
+  return resolved;
 }
 
 }  // namespace revwarden

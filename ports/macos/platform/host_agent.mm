@@ -2,10 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
-#include <filesystem>
-#include <system_error>
-
 #import "ports/macos/platform/foundation_values.h"
+#include "ports/macos/platform/full_path.h"
 #import "ports/macos/platform/guard.h"
 #import "ports/macos/platform/host_agent_application.h"
 #import "ports/macos/platform/retained.h"
@@ -14,7 +12,7 @@ namespace revwarden {
 namespace {
 
 id<KQHostAgentApplication> application() {
-  return (id<KQHostAgentApplication>)[NSApp delegate];
+  return (id<KQHostAgentApplication>)KQRWGuarded([NSApp delegate]);
 }
 
 // The application itself, for the notices whose button it is to act on.
@@ -41,7 +39,7 @@ class UserInterfaceProxy final : public HostAppProxy {
 
 class UninstallerAgent final : public KQUninstallerAgent {
  public:
-  explicit UninstallerAgent(id agent) : agent_(agent) {}
+  explicit UninstallerAgent(id agent) : agent_(KQRWGuarded(agent)) {}
 
   void addSilentRemoveBundleID(std::string_view bundleId) override {
     const AutoreleasePool pool;
@@ -62,12 +60,13 @@ NSImage* image(const NotificationIcon& icon) {
 
 void HostAgent::showNotification(const HostNotification& notification) {
   const AutoreleasePool pool;
-  const id<KQHostNotification> notice = [application() notificationInstance];
-  if (!notice) return;
+  const id shown = [application() notificationInstance];
+  if (!shown) return;
+  const id<KQHostNotification> notice = KQRWGuarded(shown);
   if (notification.text) [notice setText:foundationText(*notification.text)];
   if (notification.icon) [notice setIcon:image(*notification.icon)];
   if (dynamic_cast<ApplicationTarget*>(notification.target.get()) != nullptr) {
-    [notice setTarget:application()];
+    [notice setTarget:[NSApp delegate]];
   } else if (notification.target) {
     [notice setTarget:targetObject_(notification.target)];
   }
@@ -78,16 +77,14 @@ void HostAgent::showNotification(const HostNotification& notification) {
     [notice setButton1Action:NSSelectorFromString(foundationText(*notification.button1Action))];
   }
   if (notification.button2Text) [notice setButton2Text:foundationText(*notification.button2Text)];
-  [application() showNotification:notice];
+  [application() showNotification:shown];
 }
 
 std::optional<std::string> HostAgent::hostAppPath() {
   const AutoreleasePool pool;
   const std::optional<std::string> path = optionalTextOf([application() hostAppPath]);
   if (!path) return std::nullopt;
-  std::error_code failed;
-  const std::string resolved = std::filesystem::canonical(*path, failed);
-  return failed ? path : resolved;
+  return resolvedPath(*path).value_or(*path);
 }
 
 std::shared_ptr<HostAppProxy> HostAgent::hostAppProxyWithTargetId_protocol(

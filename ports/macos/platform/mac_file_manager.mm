@@ -1,8 +1,5 @@
 #import "ports/macos/platform/mac_file_manager.h"
 
-#include <filesystem>
-#include <system_error>
-
 #include "base/text.h"
 #import "ports/macos/platform/foundation_values.h"
 #include "ports/macos/platform/full_path.h"
@@ -15,10 +12,8 @@ namespace {
 class SharedPathInspector final : public PathInspector {
  public:
   std::optional<std::string> resolvedPath(std::string_view path) override {
-    if (!isFullPath(path)) return std::nullopt;
-    std::error_code failed;
-    std::string resolved = std::filesystem::canonical(path, failed);
-    if (failed || !isValidUtf8(resolved)) return std::nullopt;
+    auto resolved = revwarden::resolvedPath(path);
+    if (resolved && !isValidUtf8(*resolved)) resolved.reset();
     return resolved;
   }
 

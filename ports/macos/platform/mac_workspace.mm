@@ -4,6 +4,7 @@
 
 #import "ports/macos/platform/call_object.h"
 #import "ports/macos/platform/foundation_values.h"
+#include "ports/macos/platform/full_path.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {
@@ -48,8 +49,10 @@ bool MacWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,
 
 std::vector<std::string> MacWorkspace::launchedApplicationPaths() {
   const AutoreleasePool pool;
-  return textsOf(
+  std::vector<std::string> paths = textsOf(
       [[[NSWorkspace sharedWorkspace] launchedApplications] valueForKey:@"NSApplicationPath"]);
+  for (std::string& path : paths) path = resolvedPath(path).value_or(path);
+  return paths;
 }
 
 std::unique_ptr<Observation> MacWorkspace::observeDidWake(std::function<void()> handler) {
