@@ -47,6 +47,12 @@ void tell(NSString* event, id subject) {
 
 static BOOL isAway;  // for one message
 
+static void raiseIfAway(void) {
+  const BOOL wasAway = isAway;
+  isAway = NO;
+  if (wasAway) [NSException raise:@"Away" format:@"nobody is there"];
+}
+
 static id recorder(Protocol* protocol, NSString* prefix) {
   Recorder* const made = [[Recorder alloc] init];
   made->protocol = protocol;
@@ -63,9 +69,7 @@ static id recorder(Protocol* protocol, NSString* prefix) {
 }
 - (void)forwardInvocation:(NSInvocation*)invocation {
   NSString* const selector = NSStringFromSelector([invocation selector]);
-  const BOOL wasAway = isAway;
-  isAway = NO;
-  if (wasAway) [NSException raise:@"Away" format:@"nobody is there"];
+  raiseIfAway();
   const NSInteger last = [[invocation methodSignature] numberOfArguments] - 1;
   union {
     id object;
@@ -79,6 +83,16 @@ static id recorder(Protocol* protocol, NSString* prefix) {
   if (prefix) tell([prefix stringByAppendingString:selector], argument.object);
   if ([selector isEqual:@"setTarget:"]) target = argument.object;
   if (argument.object) [fields setObject:plain(argument.object) forKey:selector];
+}
+@end
+
+/// Lets the agent go in the midst of a request.
+@interface LettingGo : NSObject
+@end
+
+@implementation LettingGo
+- (oneway void)agentDidStartValidateItem:(KQRWAgent*)agent {
+  [agent release];
 }
 @end
 
@@ -109,6 +123,7 @@ static BOOL isAsleep;
   tell(@"activateHostApp", nil);
 }
 - (id)hostAppProxyWithTargetId:(NSString*)targetId protocol:(Protocol*)protocol {
+  raiseIfAway();
   return recorder(protocol, [targetId stringByAppendingString:@" "]);
 }
 - (id)instanceWithClassName:(NSString*)name {
@@ -120,6 +135,9 @@ static BOOL isAsleep;
 - (void)pressButton1 {
   NSString* const action = [shown->fields objectForKey:@"setButton1Action:"];
   [shown->target performSelector:NSSelectorFromString(action)];
+}
+- (NSDictionary*)fieldsOfNotice {
+  return shown->fields;
 }
 - (void)wake {
   isAsleep = NO;
@@ -136,7 +154,8 @@ static BOOL isAsleep;
   while ([other updateIsInProgress]) {
     [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate distantFuture]];
   }
-  [other release];
+  [other setDelegate:(id<KQRWAgentDelegate>)[[LettingGo alloc] init]];
+  [other startUpdateApplicationsList];
 }
 - (void)end {
   exit(0);

@@ -110,7 +110,8 @@ class Life(UpdateWorld, unittest.TestCase):
             b"HTTP/1.1 200 OK\r\nContent-Type: application/zip\r\nContent-Length: 9\r\n\r\nPK"))
         self.offer("Page", b"")
         self.offers[-1]["updateMethod"] = "manual"
-        self.make_app("Quiet.app", "quiet", "1")
+        self.write("apps/Still.app/Contents/Info.plist", plistlib.dumps(
+            {"CFBundleIdentifier": "quiet", "CFBundleName": "Quiet", "CFBundleVersion": 7}))
         self.write(self.defaults, plistlib.dumps(
             {"KQRWAgent": {"showRevwardenNotifications": True, "another": 1 << 40}}))
         self.env["updater"] = self.start_service(self.offers)
@@ -136,6 +137,11 @@ class Life(UpdateWorld, unittest.TestCase):
                          {record["applicationName"] for record in host.call("items")})
         self.assertEqual(self.offers[0], records["Zip"]["availableVersionInfo"])
         self.assertIsInstance(records["Quiet"]["lastFullCheckDate"], datetime.datetime)
+        self.assertEqual("7", records["Quiet"]["currentVersion"])
+        self.assertEqual(
+            {"setTarget:": "KQRWAgent", "setLiveTime:": "10", "setButton1Text:": "OK",
+             "setButton1Action:": "openRevwarden", "setButton2Text:": "Cancel"},
+            {k: v for k, v in host.call("fieldsOfNotice").items() if k != "setText:"})
         self.assertEqual(records["Zip"], host.call("itemSnapshotWithID:", host.ids["Zip"]))
         self.assertIsNone(host.call("itemSnapshotWithID:", "nobody's"))
         host.call("pressButton1")
@@ -210,6 +216,10 @@ class Life(UpdateWorld, unittest.TestCase):
         self.assertIn("showNotification: Pellmark updated successfully! Would you like to relaunch "
                       "it?", self.rest_of_queue(host))
         record = host.records()["Pellmark"]
+        self.assertEqual(
+            {"setTarget:": "KQRWPellmarkUpdater", "setIcon:": "NSImage", "setButton1Text:": "Relaunch",
+             "setButton1Action:": "relaunchPellmark", "setButton2Text:": "Ignore"},
+            {k: v for k, v in host.call("fieldsOfNotice").items() if k != "setText:"})
         for name, value in {"originalAppItemID": record["id"], "currentAction": 10,
                             "simpleCurrentAction": 4, "totalBytes": record["totalBytes"],
                             "receivedBytes": record["totalBytes"],
@@ -225,6 +235,8 @@ class Life(UpdateWorld, unittest.TestCase):
         self.assertEqual("2", host.records()["Pellmark"]["currentVersion"])
         host.call("goAway")  # for whom the next event is
         host.call("setStarred:forItemWithId:", False, host.ids["Page"])  # which saves it all
+        host.call("goAway")
+        host.call("openRevwarden")
         self.assertLessEqual(host.elsewhere, ELSEWHERE)
 
     def start_again(self, first):
@@ -254,7 +266,8 @@ class Life(UpdateWorld, unittest.TestCase):
         self.end_host(host)
         with open(self.path("errors"), encoding="utf-8") as file:
             lines = {line.split("] ")[-1].split(" <")[0].strip() for line in file}
-        self.assertEqual({"!!!!! QUEUE INTERRUPTED !!!!!!", f"{STATUS} failed:"},
+        self.assertEqual({"!!!!! QUEUE INTERRUPTED !!!!!!", f"{STATUS} failed:",
+                          "hostAppProxyWithTargetId:protocol: failed:"},
                          {line for line in lines if not line.endswith("in progress. Skip.")})
 
 

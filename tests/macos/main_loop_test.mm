@@ -69,7 +69,17 @@ TEST_F(MainLoop, NestedTurnsServeWhatIsBehindAndWaitForMore) {
   EXPECT_EQ(notes, "abc.");
 }
 
-TEST_F(MainLoop, TimersFireOnceAndInTheDefaultModeOnly) {
+TEST_F(MainLoop, APanelInACallDoesNotHoldUpTheCallsBehindIt) {
+  loop.post([this] {
+    turnUntil(1);
+    notes += '.';
+  });
+  loop.post(note('a'));
+  turnUntil(2);
+  EXPECT_EQ(notes, "a.");
+}
+
+TEST_F(MainLoop, TimersFireOnceInTheDefaultModeOnlyAndNotOnEndWhenDue) {
   std::unique_ptr<Timer> timer;
   const std::string held(100, 't');
   timer = loop.addTimer(kPast, [=, this, &timer] {
@@ -81,9 +91,11 @@ TEST_F(MainLoop, TimersFireOnceAndInTheDefaultModeOnly) {
   loop.post(note('p'));
   turnUntil(1, NSModalPanelRunLoopMode);
   turnUntil(2);
+  const auto fired = std::chrono::steady_clock::now();
   const auto later = loop.addTimer(Date{[[NSDate date] timeIntervalSince1970]}, note('l'));
   turnUntil(3);
   EXPECT_EQ(notes, "ptl");
+  EXPECT_GT(std::chrono::steady_clock::now() - fired, std::chrono::milliseconds(800));
 }
 
 }  // namespace
