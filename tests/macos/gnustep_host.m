@@ -151,8 +151,9 @@ static BOOL isAsleep;
 - (void)makeOtherAgents {
   [[[[agent class] alloc] init] release];  // while its first pass runs
   KQRWAgent* const other = [[[agent class] alloc] init];
-  while ([other updateIsInProgress]) {
-    [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate distantFuture]];
+  NSDate* const soon = [NSDate dateWithTimeIntervalSinceNow:0.1];  // its thread lets it go, too
+  while ([other updateIsInProgress] || [soon timeIntervalSinceNow] > 0) {
+    [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:soon];
   }
   [other setDelegate:(id<KQRWAgentDelegate>)[[LettingGo alloc] init]];
   [other startUpdateApplicationsList];
