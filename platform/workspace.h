@@ -40,8 +40,8 @@ class Workspace {
   virtual bool selectFile_inFileViewerRootedAtPath(std::string_view path,
                                                    std::string_view root) = 0;
 
-  /// The full paths of the bundles of the running applications ("NSApplicationPath"), links resolved
-  /// when they exist.
+  /// The full paths of the bundles of the running applications ("NSApplicationPath"), links
+  /// resolved when they exist.
   virtual std::vector<std::string> launchedApplicationPaths() = 0;
 };
 

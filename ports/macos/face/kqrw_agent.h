@@ -8,8 +8,8 @@
 /// The principal class of the plug-in.
 ///
 /// Creating an instance loads the settings and starts the first refresh of the catalogue; the host
-/// keeps it for the life of the process, or lets it go on the main thread: a pass or a job that runs
-/// then goes on to its end, and nobody hears of it. Requests come on the main thread unless an
+/// keeps it for the life of the process, or lets it go on the main thread: a pass or a job that
+/// runs then goes on to its end, and nobody hears of it. Requests come on the main thread unless an
 /// operation says otherwise. Records (kqrw_constants.h) are immutable snapshots: changing a record
 /// goes through the operations. An unknown id is no error.
 KQRW_EXPORTED_CLASS
