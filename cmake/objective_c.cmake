@@ -23,8 +23,8 @@ if(NOT APPLE)  # GNUstep here runs on the runtime of GCC
 endif()
 enable_language(OBJC OBJCXX)
 add_library(revwarden_cocoa INTERFACE)
-# CMake does not set the language level with every compiler; and a method cannot leave out
-# the name of a parameter.
+# CMake does not set the language level with every compiler; and a method cannot leave out the name of
+# a parameter.
 target_compile_options(revwarden_cocoa INTERFACE
   $<$<COMPILE_LANGUAGE:OBJC>:-std=gnu11>
   $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>

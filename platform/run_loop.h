@@ -52,9 +52,9 @@ class RunLoop {
   /// Main thread only: arranges for `action` to run once, on the main thread, in the default mode,
   /// at `fireDate` by the wall clock, or at the next turn when that has passed. Setting the clock
   /// and sleep of the machine move the firing accordingly, unless a port leaves that to those who
-  /// hear of the wake. A date that is no number counts as
-  /// passed; one beyond the clock's range never comes. A port may hold an already due timer
-  /// back by at most one second when the previous one fired less than a second ago.
+  /// hear of the wake. A date that is no number counts as passed; one beyond the clock's range
+  /// never comes. A port may hold an already due timer back by at most one second when the previous
+  /// one fired less than a second ago.
   [[nodiscard]] virtual std::unique_ptr<Timer> addTimer(Date fireDate,
                                                         std::function<void()> action) = 0;
 };
