@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "agent/kqrw_agent_delegate.h"
+#include "catalogue/kqrw_agent_delegate.h"
 
 namespace revwarden {
 

@@ -7,18 +7,18 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/kqrw_agent_delegate.h"
-#include "agent/live_record.h"
 #include "base/value.h"
+#include "catalogue/kqrw_agent_delegate.h"
+#include "catalogue/live_record.h"
 
 namespace revwarden {
 
 /// The plug-in's principal object: what the host and its user interface ask of the agent.
 ///
 /// The agent keeps a catalogue of the installed applications, one record each
-/// (agent/record_keys.h), and runs at most one background pass over it at a time. It lives as long
-/// as the host keeps it; its threads keep it alive while they run. Requests come on the main thread
-/// unless an operation says otherwise; no operation throws.
+/// (catalogue/record_keys.h), and runs at most one background pass over it at a time. It lives as
+/// long as the host keeps it; its threads keep it alive while they run. Requests come on the main
+/// thread unless an operation says otherwise; no operation throws.
 ///
 /// All operations are virtual because calls cross the edge of a module that is loaded at run time.
 class KQRWAgent {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "agent/kq_weak_proxy.h"
-#include "agent/record_keys.h"
+#include "catalogue/record_keys.h"
 #include "platform/platform.h"
 
 namespace revwarden {

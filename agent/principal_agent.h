@@ -6,12 +6,12 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/agent_settings.h"
-#include "agent/background_pass.h"
-#include "agent/excluded_paths.h"
-#include "agent/item_catalogue.h"
 #include "agent/kqrw_agent.h"
 #include "base/guarded.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/excluded_paths.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/pass_guard.h"
 #include "check/check_schedule.h"
 #include "check/new_updates_notice.h"
 #include "check/update_check.h"
@@ -30,7 +30,7 @@ struct Platform;
 class PrincipalAgent final : public KQRWAgent,
                              public NotificationTarget,
                              public std::enable_shared_from_this<PrincipalAgent>,
-                             private BackgroundPass::Mediator,
+                             private PassGuard::Mediator,
                              private ItemValidation::Mediator,
                              private ListRefresh::Mediator,
                              private UpdateCheck::Mediator,
@@ -118,7 +118,7 @@ class PrincipalAgent final : public KQRWAgent,
   ItemCatalogue catalogue_;
   ExcludedPaths excluded_;
   AgentSettings settings_;             // depends-on: platform_, catalogue_, excluded_
-  BackgroundPass pass_;                // depends-on: platform_
+  PassGuard pass_;                     // depends-on: platform_
   ItemValidation validation_;          // depends-on: platform_, catalogue_, pass_
   UpdateCheck check_;                  // depends-on: platform_, catalogue_, settings_, pass_
   NewUpdatesNotice notice_;            // depends-on: platform_, catalogue_, settings_

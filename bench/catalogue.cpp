@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
 #include "base/uuid.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/record_keys.h"
 
 namespace revwarden::bench {
 namespace {

@@ -8,16 +8,16 @@
 #include <map>
 #include <optional>
 
-#include "agent/agent_settings.h"
-#include "agent/background_pass.h"
-#include "agent/excluded_paths.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
 #include "bench/inline_platform.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/excluded_paths.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/pass_guard.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "check/update_check.h"
-#include "check/version_info_keys.h"
-#include "ports/linux/linux_system_information.h"
-#include "ports/linux/service_product_information.h"
+#include "ports/linux/system/linux_system_information.h"
+#include "ports/linux/system/service_product_information.h"
 
 namespace revwarden::bench {
 namespace {
@@ -64,7 +64,7 @@ struct CannedService final : URLConnection {
   size_t requestBytes = 0;
 };
 
-class Cycle final : BackgroundPass::Mediator, UpdateCheck::Mediator {
+class Cycle final : PassGuard::Mediator, UpdateCheck::Mediator {
  public:
   explicit Cycle(int64_t count) {
     service.answer = &cannedAnswer(count);
@@ -97,7 +97,7 @@ class Cycle final : BackgroundPass::Mediator, UpdateCheck::Mediator {
   ItemCatalogue catalogue;
   ExcludedPaths excluded{world.files};
   AgentSettings settings{platform, catalogue, excluded};
-  BackgroundPass pass{{std::shared_ptr<const Platform>(), &platform}, *this};
+  PassGuard pass{{std::shared_ptr<const Platform>(), &platform}, *this};
   UpdateCheck check{platform, catalogue, settings, pass, *this};
 };
 

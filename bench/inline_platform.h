@@ -6,8 +6,8 @@
 #include "platform/platform.h"
 #include "platform/run_loop.h"
 #include "platform/threads.h"
-#include "ports/linux/linux_bundles.h"
-#include "ports/linux/linux_file_manager.h"
+#include "ports/linux/bundles/linux_bundles.h"
+#include "ports/linux/files/linux_file_manager.h"
 #include "ports/posix/system_clock.h"
 #include "tests/fakes/fake_platform.h"
 

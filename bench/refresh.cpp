@@ -13,17 +13,17 @@
 #include <memory>
 #include <optional>
 
-#include "agent/agent_settings.h"
-#include "agent/background_pass.h"
-#include "agent/excluded_paths.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
 #include "bench/bundle_folder.h"
 #include "bench/inline_platform.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/excluded_paths.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/pass_guard.h"
+#include "catalogue/record_keys.h"
 #include "discovery/item_validation.h"
 #include "discovery/list_refresh.h"
-#include "ports/linux/file_user_defaults.h"
-#include "ports/linux/linux_system_information.h"
+#include "ports/linux/system/file_user_defaults.h"
+#include "ports/linux/system/linux_system_information.h"
 
 namespace revwarden::bench {
 namespace {
@@ -36,7 +36,7 @@ const BundleFolder& folderOf(int64_t count) {
 }
 
 /// The refresh with the real disk and the real settings file, and no check behind it.
-class Refresh final : BackgroundPass::Mediator, ItemValidation::Mediator, ListRefresh::Mediator {
+class Refresh final : PassGuard::Mediator, ItemValidation::Mediator, ListRefresh::Mediator {
  public:
   explicit Refresh(const BundleFolder& folder)
       : settingsFile_(folder.path() + "/state/defaults.plist"),
@@ -77,7 +77,7 @@ class Refresh final : BackgroundPass::Mediator, ItemValidation::Mediator, ListRe
   ItemCatalogue catalogue_;
   ExcludedPaths excluded_{world_.files};
   AgentSettings settings_{platform_, catalogue_, excluded_};
-  BackgroundPass pass_{{std::shared_ptr<const Platform>(), &platform_}, *this};
+  PassGuard pass_{{std::shared_ptr<const Platform>(), &platform_}, *this};
   ItemValidation validation_{platform_, catalogue_, pass_, *this};
   ListRefresh refresh_{platform_, catalogue_, settings_, excluded_, pass_, validation_, *this};
 };

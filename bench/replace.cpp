@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "ports/linux/trash.h"
+#include "ports/linux/files/trash.h"
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/spawn.h"
 

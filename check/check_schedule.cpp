@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "agent/agent_settings.h"
+#include "catalogue/agent_settings.h"
 #include "platform/clock.h"
 #include "platform/platform.h"
 

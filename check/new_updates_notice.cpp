@@ -1,9 +1,9 @@
 #include "check/new_updates_notice.h"
 
-#include "agent/agent_settings.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
-#include "check/version_info_keys.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "platform/file_manager.h"
 #include "platform/host_application.h"
 #include "platform/localization.h"

@@ -5,14 +5,14 @@
 #include <utility>
 #include <variant>
 
-#include "agent/agent_settings.h"
-#include "agent/background_pass.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
-#include "agent/record_state.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/pass_guard.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/record_state.h"
+#include "catalogue/version_info_keys.h"
 #include "check/update_answer.h"
 #include "check/update_request.h"
-#include "check/version_info_keys.h"
 #include "platform/clock.h"
 #include "platform/host_application.h"
 #include "platform/localization.h"

@@ -6,14 +6,14 @@
 #include <unordered_set>
 #include <vector>
 
-#include "agent/record_set.h"
 #include "base/value.h"
 #include "base/xml_element.h"
+#include "catalogue/record_set.h"
 
 namespace revwarden {
 
 class AgentSettings;
-class BackgroundPass;
+class PassGuard;
 class ItemCatalogue;
 struct Platform;
 
@@ -31,7 +31,7 @@ class UpdateCheck {
   };
 
   UpdateCheck(const Platform& platform, ItemCatalogue& catalogue, AgentSettings& settings,
-              BackgroundPass& pass, Mediator& mediator)
+              PassGuard& pass, Mediator& mediator)
       : platform_(platform),
         catalogue_(catalogue),
         settings_(settings),
@@ -63,7 +63,7 @@ class UpdateCheck {
   const Platform& platform_;
   ItemCatalogue& catalogue_;
   AgentSettings& settings_;
-  BackgroundPass& pass_;
+  PassGuard& pass_;
   Mediator& mediator_;
   std::atomic<bool> scanStartedByUser_ = false;
 };

@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "agent/record_keys.h"
+#include "catalogue/record_keys.h"
 #include "platform/bundle.h"
 #include "platform/platform.h"
 #include "platform/system_information.h"

@@ -1,6 +1,6 @@
 #include <set>
 
-#include "agent/record_keys.h"
+#include "catalogue/record_keys.h"
 #include "cli/commands.h"
 #include "cli/records.h"
 #include "cli/waiting_line.h"

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <ctime>
 
-#include "agent/record_keys.h"
 #include "base/text.h"
+#include "catalogue/record_keys.h"
 #include "cli/commands.h"
 #include "cli/records.h"
 

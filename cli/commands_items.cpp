@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "agent/record_keys.h"
-#include "check/version_info_keys.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "cli/commands.h"
 #include "cli/records.h"
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <csignal>
 
-#include "agent/record_keys.h"
+#include "catalogue/record_keys.h"
 #include "cli/commands.h"
 #include "cli/progress_display.h"
 #include "cli/update_jobs.h"

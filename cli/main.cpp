@@ -6,8 +6,8 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/commands.h"
-#include "host/socket_path.h"
 #include "ports/posix/natural_versions.h"
+#include "protocol/socket_path.h"
 
 namespace revwarden {
 namespace {

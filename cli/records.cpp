@@ -9,9 +9,9 @@
 #include <memory>
 #include <utility>
 
-#include "agent/record_keys.h"
 #include "base/text.h"
-#include "check/version_info_keys.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "cli/text_output.h"
 
 namespace revwarden {

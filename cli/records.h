@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "catalogue/job_action.h"
 #include "platform/version.h"
-#include "updater/job_action.h"
 
 // Item records as the agent sends them, and what a person wants to know about them. A key that is
 // missing or of another type than expected reads as empty: records come from storage and from the

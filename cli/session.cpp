@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <utility>
 
-#include "agent/record_keys.h"
+#include "catalogue/record_keys.h"
 #include "cli/records.h"
-#include "host/socket_path.h"
+#include "protocol/socket_path.h"
 
 namespace revwarden {
 namespace {

@@ -1,7 +1,7 @@
 #include "cli/update_results.h"
 
-#include "agent/record_keys.h"
-#include "check/version_info_keys.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "cli/text_output.h"
 
 namespace revwarden {

@@ -4,8 +4,8 @@ file(GLOB REVWARDEN_EDGE_HEADERS CONFIGURE_DEPENDS
   ${PROJECT_SOURCE_DIR}/base/*.h
   ${PROJECT_SOURCE_DIR}/platform/*.h
   ${PROJECT_SOURCE_DIR}/agent/kqrw_agent.h
-  ${PROJECT_SOURCE_DIR}/agent/kqrw_agent_delegate.h
-  ${PROJECT_SOURCE_DIR}/agent/live_record.h
+  ${PROJECT_SOURCE_DIR}/catalogue/kqrw_agent_delegate.h
+  ${PROJECT_SOURCE_DIR}/catalogue/live_record.h
   ${PROJECT_SOURCE_DIR}/agent/plugin.h)
 set(edge "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION} ${CMAKE_BUILD_TYPE}"
          " ${CMAKE_CXX_FLAGS} ${REVWARDEN_SANITIZE}")

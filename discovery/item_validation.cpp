@@ -3,11 +3,11 @@
 #include <memory>
 #include <utility>
 
-#include "agent/background_pass.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
 #include "base/text.h"
 #include "base/uuid.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/pass_guard.h"
+#include "catalogue/record_keys.h"
 #include "platform/bundle.h"
 #include "platform/file_manager.h"
 #include "platform/log.h"

@@ -9,7 +9,7 @@
 
 namespace revwarden {
 
-class BackgroundPass;
+class PassGuard;
 class ItemCatalogue;
 class PathInspector;
 struct Platform;
@@ -26,7 +26,7 @@ class ItemValidation {
     ~Mediator() = default;
   };
 
-  ItemValidation(const Platform& platform, ItemCatalogue& catalogue, BackgroundPass& pass,
+  ItemValidation(const Platform& platform, ItemCatalogue& catalogue, PassGuard& pass,
                  Mediator& mediator)
       : platform_(platform), catalogue_(catalogue), pass_(pass), mediator_(mediator) {}
 
@@ -54,7 +54,7 @@ class ItemValidation {
 
   const Platform& platform_;
   ItemCatalogue& catalogue_;
-  BackgroundPass& pass_;
+  PassGuard& pass_;
   Mediator& mediator_;
 };
 

@@ -7,13 +7,13 @@
 #include <unordered_set>
 #include <utility>
 
-#include "agent/agent_settings.h"
-#include "agent/background_pass.h"
-#include "agent/excluded_paths.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
-#include "agent/record_set.h"
-#include "agent/record_state.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/excluded_paths.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/pass_guard.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/record_set.h"
+#include "catalogue/record_state.h"
 #include "discovery/item_validation.h"
 #include "platform/file_manager.h"
 #include "platform/platform.h"
@@ -37,7 +37,7 @@ void removeDuplicates(std::vector<std::string>& paths) {
 }  // namespace
 
 ListRefresh::ListRefresh(const Platform& platform, ItemCatalogue& catalogue,
-                         AgentSettings& settings, ExcludedPaths& excluded, BackgroundPass& pass,
+                         AgentSettings& settings, ExcludedPaths& excluded, PassGuard& pass,
                          ItemValidation& validation, Mediator& mediator)
     : platform_(platform),
       catalogue_(catalogue),

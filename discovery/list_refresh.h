@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "agent/live_record.h"
+#include "catalogue/live_record.h"
 
 namespace revwarden {
 
 class AgentSettings;
-class BackgroundPass;
+class PassGuard;
 class ExcludedPaths;
 class ItemCatalogue;
 class ItemValidation;
@@ -35,7 +35,7 @@ class ListRefresh {
   };
 
   ListRefresh(const Platform& platform, ItemCatalogue& catalogue, AgentSettings& settings,
-              ExcludedPaths& excluded, BackgroundPass& pass, ItemValidation& validation,
+              ExcludedPaths& excluded, PassGuard& pass, ItemValidation& validation,
               Mediator& mediator);
 
   /// A refresh at the user's wish, which forgets when records were last checked. Main thread.
@@ -56,7 +56,7 @@ class ListRefresh {
   ItemCatalogue& catalogue_;
   AgentSettings& settings_;
   ExcludedPaths& excluded_;
-  BackgroundPass& pass_;
+  PassGuard& pass_;
   ItemValidation& validation_;
   Mediator& mediator_;
 };

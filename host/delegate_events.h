@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agent/kqrw_agent_delegate.h"
+#include "catalogue/kqrw_agent_delegate.h"
 
 namespace revwarden {
 

@@ -10,11 +10,11 @@
 #include "host/agent_methods.h"
 #include "host/control_socket.h"
 #include "host/delegate_events.h"
-#include "host/ending.h"
 #include "host/host_methods.h"
+#include "host/platform_objects.h"
 #include "host/plugin_loader.h"
+#include "host/shutdown.h"
 #include "host/socket_claim.h"
-#include "host/surroundings.h"
 
 using namespace revwarden;
 
@@ -29,27 +29,27 @@ int fail(const std::string& error) {
 }
 
 /// Serves the agent until a signal ends the process; returns only when it cannot.
-int serve(const Options& options, Surroundings& surroundings, SocketClaim& claim) {
+int serve(const Options& options, PlatformObjects& objects, SocketClaim& claim) {
   std::string error;
-  LoadedPlugin plugin = loadPlugin(options.plugin, surroundings.platform(), error);
+  LoadedPlugin plugin = loadPlugin(options.plugin, objects.platform(), error);
   if (!plugin.agent) return fail(error);
-  const auto delegate = std::make_shared<DelegateEvents>(surroundings.events);
+  const auto delegate = std::make_shared<DelegateEvents>(objects.events);
   plugin.agent->setDelegate(delegate);
 
   RpcMethods methods = agentMethods(plugin.agent);
-  addHostMethods(methods, {plugin.version, options.applications}, surroundings.notices,
-                 surroundings.events, [&surroundings] { surroundings.wake->deliver(); });
+  addHostMethods(methods, {plugin.version, options.applications}, objects.notices, objects.events,
+                 [&objects] { objects.wake->deliver(); });
   FileDescriptor listener = claim.listen(error);
   if (!listener) return fail(error);
   const auto socket = ControlSocket::create(
-      std::move(listener), *surroundings.mainLoop, surroundings.diagnostics,
+      std::move(listener), *objects.mainLoop, objects.diagnostics,
       [&methods](std::string_view line) { return answerLine(line, methods); }, {}, error);
   if (!socket) return fail(error);
-  surroundings.events.setListener([&socket](std::string_view method, std::string_view params) {
+  objects.events.setListener([&socket](std::string_view method, std::string_view params) {
     socket->notify(method, params);
   });
-  surroundings.diagnostics.info("listening on " + options.socket);
-  surroundings.mainLoop->run();
+  objects.diagnostics.info("listening on " + options.socket);
+  objects.mainLoop->run();
   return 0;
 }
 
@@ -69,22 +69,22 @@ int runAgent(int argc, char** argv) {
   std::string error;
   const auto claim = SocketClaim::create(options.socket, error);
   if (!claim) return fail(error);
-  const auto surroundings = Surroundings::create(options, error);
-  if (!surroundings) return fail(error);
-  const auto finish = [&surroundings] {
-    surroundings->userDefaults.finishWritesAndClose(kPatience);
-    surroundings->events.finishForever(kPatience);
+  const auto objects = PlatformObjects::create(options, error);
+  if (!objects) return fail(error);
+  const auto finish = [&objects] {
+    objects->userDefaults.finishWritesAndClose(kPatience);
+    objects->events.finishForever(kPatience);
   };
   // Once nothing more is told, so that no job seems to fail by the end of its child.
-  const auto release = [&surroundings, &claim] {
-    surroundings->children.endAll();
-    surroundings->helpers.endAll();
+  const auto release = [&objects, &claim] {
+    objects->children.endAll();
+    objects->helpers.endAll();
     claim->release();
   };
-  if (!endOnSignals(finish, release)) {
+  if (!shutDownOnSignals(finish, release)) {
     return fail("the system has no thread to spare");
   }
-  const int status = serve(options, *surroundings, *claim);
+  const int status = serve(options, *objects, *claim);
   release();
   // The agent's threads may be at work on what a return would destroy.
   ::_exit(status);
@@ -94,7 +94,7 @@ int runAgent(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   keepHeapSmall();
-  holdEndingSignals();
+  blockShutdownSignals();
   std::signal(SIGPIPE, SIG_IGN);
   return runAgent(argc, argv);
 }

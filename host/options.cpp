@@ -11,7 +11,7 @@
 #include <system_error>
 
 #include "host/installation.h"
-#include "host/socket_path.h"
+#include "protocol/socket_path.h"
 
 namespace revwarden {
 namespace {

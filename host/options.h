@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/diagnostics.h"
-#include "ports/linux/helper_manager.h"
+#include "ports/linux/helper/helper_manager.h"
 
 namespace revwarden {
 

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "host/socket_path.h"
+#include "protocol/socket_path.h"
 
 namespace revwarden {
 namespace {

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "agent/agent_settings.h"
-#include "agent/item_catalogue.h"
-#include "agent/record_keys.h"
 #include "base/text.h"
-#include "check/version_info_keys.h"
+#include "catalogue/agent_settings.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "platform/file_manager.h"
 #include "platform/helper.h"
 #include "platform/host_application.h"

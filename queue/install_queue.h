@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "agent/kqrw_agent_delegate.h"
 #include "base/value.h"
+#include "catalogue/kqrw_agent_delegate.h"
 
 namespace revwarden {
 

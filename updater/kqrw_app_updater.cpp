@@ -2,8 +2,9 @@
 
 #include <utility>
 
-#include "agent/record_keys.h"
-#include "check/version_info_keys.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/update_methods.h"
+#include "catalogue/version_info_keys.h"
 #include "platform/file_operations.h"
 #include "platform/helper.h"
 #include "platform/localization.h"
@@ -13,7 +14,6 @@
 #include "platform/threads.h"
 #include "platform/workspace.h"
 #include "updater/download_link.h"
-#include "updater/update_methods.h"
 
 namespace revwarden {
 namespace {

@@ -8,12 +8,12 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/kqrw_agent_delegate.h"
 #include "base/guarded.h"
 #include "base/value.h"
+#include "catalogue/job_action.h"
+#include "catalogue/kqrw_agent_delegate.h"
 #include "platform/host_application.h"
 #include "platform/url_download.h"
-#include "updater/job_action.h"
 
 namespace revwarden {
 

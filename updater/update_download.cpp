@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "catalogue/update_methods.h"
 #include "platform/clock.h"
 #include "platform/file_manager.h"
 #include "platform/file_operations.h"
@@ -10,7 +11,6 @@
 #include "platform/platform.h"
 #include "platform/workspace.h"
 #include "updater/kqrw_app_updater.h"
-#include "updater/update_methods.h"
 
 // The download of an update job. All of it but `downloadsFolder` runs on the download's thread.
 namespace revwarden {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "catalogue/update_methods.h"
 #include "platform/bundle.h"
 #include "platform/child_process.h"
 #include "platform/file_operations.h"
@@ -16,7 +17,6 @@
 #include "updater/disk_image.h"
 #include "updater/kqrw_app_updater.h"
 #include "updater/new_application.h"
-#include "updater/update_methods.h"
 
 // The installation of an update job, on its own thread unless a step says otherwise. Files that it
 // unpacked or mounted stay where they are when it fails.

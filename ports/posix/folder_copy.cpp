@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "ports/posix/directory_entry.h"
+#include "ports/posix/directory_stack.h"
 #include "ports/posix/entry_copy.h"
 #include "ports/posix/folder_entries.h"
-#include "ports/posix/folder_trail.h"
 #include "ports/posix/hidden_folder.h"
-#include "ports/posix/place.h"
 
 namespace revwarden {
 namespace {
@@ -93,7 +93,7 @@ class TreeCopy {
     return true;
   }
 
-  FolderTrail source_, target_;
+  DirectoryStack source_, target_;
   EntryCopy entries_;
   struct stat top_ {};
   std::vector<Folder> folders_;
@@ -116,12 +116,12 @@ std::optional<std::string> copyTree(const std::string& source, const std::string
 
 std::optional<std::string> copyTree(const std::string& source, const std::string& destination,
                                     Owner owner) {
-  const std::optional<Place> place = Place::at(source);
+  const std::optional<DirectoryEntry> place = DirectoryEntry::at(source);
   if (!place) return failure(source);
   FileDescriptor from(openat(place->folder.get(), place->name.c_str(),
                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!from) return failure(source);
-  const std::optional<Place> to = Place::at(destination);
+  const std::optional<DirectoryEntry> to = DirectoryEntry::at(destination);
   if (!to) return failure(destination);
   const int above = to->folder.get();
   if (faccessat(above, to->name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0) {

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "ports/posix/directory_entry.h"
+#include "ports/posix/directory_stack.h"
 #include "ports/posix/folder_entries.h"
-#include "ports/posix/folder_trail.h"
-#include "ports/posix/place.h"
 
 namespace revwarden {
 namespace {
@@ -22,12 +22,12 @@ bool isRefusal(int error) {
 
 class Removal {
  public:
-  Removal(FileDescriptor above, const char* name) : trail_(std::move(above)) {
+  Removal(FileDescriptor above, const char* name) : stack_(std::move(above)) {
     folders_.push_back({"", {name}});
   }
 
   bool run() {
-    while (trail_.last() >= 0 && !(isOutside() && folders_.back().below.empty())) step();
+    while (stack_.last() >= 0 && !(isOutside() && folders_.back().below.empty())) step();
     return isOutside() && !isSomethingLeft_;
   }
 
@@ -52,10 +52,10 @@ class Removal {
   }
 
   void enter(std::string name) {
-    const bool isOpen = trail_.enter(name.c_str()) ||
+    const bool isOpen = stack_.enter(name.c_str()) ||
                         (isRefusal(errno) &&
-                         fchmodat(trail_.last(), name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0 &&
-                         trail_.enter(name.c_str()));
+                         fchmodat(stack_.last(), name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0 &&
+                         stack_.enter(name.c_str()));
     if (isOpen) {
       folders_.push_back({std::move(name), {}});
       removeFiles();
@@ -73,18 +73,18 @@ class Removal {
       }
       return true;
     };
-    if (!insist([&] { return forEachEntry(trail_.last(), use); })) isSomethingLeft_ = true;
+    if (!insist([&] { return forEachEntry(stack_.last(), use); })) isSomethingLeft_ = true;
   }
 
   void leave() {
-    trail_.leave();
+    stack_.leave();
     const std::string name = std::move(folders_.back().name);
     folders_.pop_back();
-    if (trail_.last() >= 0) remove(name.c_str(), AT_REMOVEDIR);
+    if (stack_.last() >= 0) remove(name.c_str(), AT_REMOVEDIR);
   }
 
   void remove(const char* name, int flags) {
-    const auto unlink = [&] { return unlinkat(trail_.last(), name, flags) == 0; };
+    const auto unlink = [&] { return unlinkat(stack_.last(), name, flags) == 0; };
     if (!insist(unlink) && errno != ENOENT) isSomethingLeft_ = true;
   }
 
@@ -92,10 +92,10 @@ class Removal {
   template <typename Action>
   bool insist(const Action& action) {
     if (action()) return true;
-    return isRefusal(errno) && !isOutside() && fchmod(trail_.last(), S_IRWXU) == 0 && action();
+    return isRefusal(errno) && !isOutside() && fchmod(stack_.last(), S_IRWXU) == 0 && action();
   }
 
-  FolderTrail trail_;
+  DirectoryStack stack_;
   std::vector<Folder> folders_;
   bool isSomethingLeft_ = false;
 };
@@ -111,7 +111,7 @@ bool removeTreeAt(int folder, const char* name) {
 }
 
 bool removeTree(const std::string& path) {
-  const std::optional<Place> place = Place::at(path);
+  const std::optional<DirectoryEntry> place = DirectoryEntry::at(path);
   if (!place) return errno == ENOENT || errno == ENOTDIR;
   return removeTreeAt(place->folder.get(), place->name.c_str());
 }

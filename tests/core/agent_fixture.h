@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "agent/principal_agent.h"
-#include "agent/record_keys.h"
-#include "check/version_info_keys.h"
+#include "catalogue/record_keys.h"
+#include "catalogue/version_info_keys.h"
 #include "tests/fakes/event_recorder.h"
 #include "tests/fakes/fake_platform.h"
 

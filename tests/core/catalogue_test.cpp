@@ -1,7 +1,7 @@
 #include <random>
 
-#include "agent/item_catalogue.h"
-#include "agent/record_set.h"
+#include "catalogue/item_catalogue.h"
+#include "catalogue/record_set.h"
 #include "tests/core/agent_fixture.h"
 
 namespace revwarden {

@@ -96,7 +96,7 @@ class CheckTest : public AgentTest, private UpdateCheck::Mediator {
   void notifyNewUpdates() override { calls += "notice "; }
   void notifyDelegateAboutItemsDidChange() override { calls += "change "; }
 
-  struct PassMediator final : BackgroundPass::Mediator {
+  struct PassMediator final : PassGuard::Mediator {
     void scheduleNextUpdate() override {}
     void sendDidStartValidateItem() override {}
     void sendDidFinishValidateItem() override {}
@@ -106,7 +106,7 @@ class CheckTest : public AgentTest, private UpdateCheck::Mediator {
   ItemCatalogue catalogue;
   ExcludedPaths excluded{world.disk};
   AgentSettings settings{world.platform, catalogue, excluded};
-  BackgroundPass pass{world.reference(), passMediator};
+  PassGuard pass{world.reference(), passMediator};
   UpdateCheck check{world.platform, catalogue, settings, pass, *this};
   std::string calls;
   const Dictionary offer{{kKQRWIVersionKey, "9"}};

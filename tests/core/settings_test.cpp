@@ -1,4 +1,4 @@
-#include "agent/agent_settings.h"
+#include "catalogue/agent_settings.h"
 
 #include "tests/core/agent_fixture.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
-#include "agent/kqrw_agent_delegate.h"
+#include "catalogue/kqrw_agent_delegate.h"
 #include "platform/run_loop.h"
 
 namespace revwarden {

@@ -4,7 +4,7 @@
 
 #include "host/diagnostics.h"
 #include "host/event_log.h"
-#include "ports/linux/glib_run_loop.h"
+#include "ports/linux/loop/glib_run_loop.h"
 #include "ports/posix/system_clock.h"
 #include "tests/fakes/mocked_bus.h"
 

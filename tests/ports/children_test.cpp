@@ -6,7 +6,7 @@
 #include <chrono>
 #include <thread>
 
-#include "ports/linux/linux_child_processes.h"
+#include "ports/linux/processes/linux_child_processes.h"
 #include "tests/fakes/opened_addresses.h"
 #include "tests/fakes/scratch_folder.h"
 

@@ -9,8 +9,8 @@
 #include <fstream>
 #include <thread>
 
-#include "ports/linux/file_user_defaults.h"
-#include "ports/linux/property_list.h"
+#include "ports/linux/property_lists/property_list.h"
+#include "ports/linux/system/file_user_defaults.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {

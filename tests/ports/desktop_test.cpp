@@ -4,12 +4,12 @@
 #include <future>
 #include <mutex>
 
-#include "ports/linux/detached_threads.h"
-#include "ports/linux/glib_run_loop.h"
-#include "ports/linux/launch_application.h"
-#include "ports/linux/linux_workspace.h"
-#include "ports/linux/quit_scripts.h"
-#include "ports/linux/running_applications.h"
+#include "ports/linux/desktop/linux_workspace.h"
+#include "ports/linux/loop/detached_threads.h"
+#include "ports/linux/loop/glib_run_loop.h"
+#include "ports/linux/processes/launch_application.h"
+#include "ports/linux/processes/quit_scripts.h"
+#include "ports/linux/processes/running_applications.h"
 #include "ports/posix/spawn.h"
 #include "tests/fakes/eventually.h"
 #include "tests/fakes/mocked_bus.h"

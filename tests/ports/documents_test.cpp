@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "base/text.h"
-#include "ports/linux/linux_bundles.h"
-#include "ports/linux/property_list.h"
+#include "ports/linux/bundles/linux_bundles.h"
+#include "ports/linux/property_lists/property_list.h"
 #include "ports/posix/libxml_documents.h"
 #include "tests/fakes/scratch_folder.h"
 

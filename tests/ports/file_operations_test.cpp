@@ -15,8 +15,8 @@
 #include <sstream>
 #include <thread>
 
-#include "ports/linux/linux_file_operations.h"
-#include "ports/linux/trash.h"
+#include "ports/linux/files/linux_file_operations.h"
+#include "ports/linux/files/trash.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/remove_tree.h"

@@ -11,9 +11,9 @@
 #include <random>
 
 #include "base/text.h"
-#include "ports/linux/application_search.h"
-#include "ports/linux/linux_file_manager.h"
-#include "ports/linux/temporary_folder.h"
+#include "ports/linux/bundles/application_search.h"
+#include "ports/linux/files/linux_file_manager.h"
+#include "ports/linux/files/temporary_folder.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace revwarden {

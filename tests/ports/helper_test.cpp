@@ -9,8 +9,8 @@
 
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
+#include "ports/linux/helper/helper_manager.h"
 #include "ports/linux/helper/helper_message.h"
-#include "ports/linux/helper_manager.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
 #include "tests/fakes/eventually.h"

@@ -6,9 +6,9 @@
 #include <future>
 
 #include "base/text.h"
-#include "ports/linux/linux_child_processes.h"
-#include "ports/linux/linux_property_lists.h"
-#include "ports/linux/temporary_folder.h"
+#include "ports/linux/files/temporary_folder.h"
+#include "ports/linux/processes/linux_child_processes.h"
+#include "ports/linux/property_lists/linux_property_lists.h"
 #include "ports/posix/file_descriptor.h"
 #include "tests/fakes/opened_addresses.h"
 #include "tests/fakes/scratch_folder.h"

@@ -5,8 +5,8 @@
 #include <future>
 #include <thread>
 
-#include "ports/linux/detached_threads.h"
-#include "ports/linux/glib_run_loop.h"
+#include "ports/linux/loop/detached_threads.h"
+#include "ports/linux/loop/glib_run_loop.h"
 #include "ports/posix/system_clock.h"
 
 namespace revwarden {

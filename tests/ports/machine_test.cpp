@@ -3,9 +3,9 @@
 #include <atomic>
 #include <thread>
 
-#include "ports/linux/glib_run_loop.h"
-#include "ports/linux/linux_system_information.h"
-#include "ports/linux/logind_wake.h"
+#include "ports/linux/desktop/logind_wake.h"
+#include "ports/linux/loop/glib_run_loop.h"
+#include "ports/linux/system/linux_system_information.h"
 #include "ports/posix/system_clock.h"
 #include "tests/fakes/eventually.h"
 #include "tests/fakes/mocked_bus.h"

@@ -14,8 +14,8 @@
 #include <utility>
 
 #include "base/text.h"
+#include "ports/linux/files/temporary_folder.h"
 #include "ports/linux/hdiutil/image_volumes.h"
-#include "ports/linux/temporary_folder.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/remove_tree.h"
 

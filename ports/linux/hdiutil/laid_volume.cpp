@@ -9,7 +9,7 @@
 #include <system_error>
 #include <vector>
 
-#include "ports/linux/stray_links.h"
+#include "ports/linux/processes/stray_links.h"
 #include "ports/posix/file_descriptor.h"
 
 namespace revwarden {

@@ -7,7 +7,7 @@
 #include "base/text.h"
 #include "base/value.h"
 #include "ports/linux/hdiutil/attached_images.h"
-#include "ports/linux/property_list.h"
+#include "ports/linux/property_lists/property_list.h"
 
 namespace revwarden {
 namespace {

@@ -10,9 +10,9 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "ports/linux/files/place_in_trash.h"
+#include "ports/linux/files/trash.h"
 #include "ports/linux/helper/script_run.h"
-#include "ports/linux/place_in_trash.h"
-#include "ports/linux/trash.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/hidden_folder.h"

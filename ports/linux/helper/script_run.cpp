@@ -11,7 +11,7 @@
 #include <cstring>
 #include <vector>
 
-#include "ports/linux/processes.h"
+#include "ports/linux/processes/processes.h"
 #include "ports/posix/pipe.h"
 #include "ports/posix/spawn.h"
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "agent/kqrw_agent_delegate.h"
+#include "catalogue/kqrw_agent_delegate.h"
 #import "ports/macos/face/kqrw_protocols.h"
 #import "ports/macos/platform/guard.h"
 #import "ports/macos/platform/retained.h"

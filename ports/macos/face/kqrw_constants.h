@@ -5,7 +5,7 @@
 #import "ports/macos/face/kqrw_export.h"
 
 // Texts that the agent shares with the host's user interface. Their meanings stand in
-// agent/record_keys.h, check/version_info_keys.h and updater/update_methods.h.
+// catalogue/record_keys.h, catalogue/version_info_keys.h and catalogue/update_methods.h.
 
 #ifdef __cplusplus
 extern "C" {

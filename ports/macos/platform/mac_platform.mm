@@ -37,9 +37,9 @@ ProxyFor proxyFor() {
 #endif
 }
 
-struct Surroundings {
-  Surroundings(std::shared_ptr<const AgentReference> agent, Protocol* userInterface,
-               HostAgent::TargetObject targetObject)
+struct PlatformObjects {
+  PlatformObjects(std::shared_ptr<const AgentReference> agent, Protocol* userInterface,
+                  HostAgent::TargetObject targetObject)
       : localization(agent),
         bundles(agent->agentClass),
         host(userInterface, std::move(targetObject)) {}
@@ -72,7 +72,7 @@ struct Surroundings {
 std::shared_ptr<const Platform> macPlatform(std::shared_ptr<const AgentReference> agent,
                                             Protocol* userInterface,
                                             HostAgent::TargetObject targetObject) {
-  auto& s = *new Surroundings(std::move(agent), userInterface, std::move(targetObject));
+  auto& s = *new PlatformObjects(std::move(agent), userInterface, std::move(targetObject));
   return std::make_shared<const Platform>(Platform{s.mainLoop,
                                                    s.threads,
                                                    s.clock,

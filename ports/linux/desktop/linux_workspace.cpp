@@ -1,0 +1,93 @@
+#include "ports/linux/desktop/linux_workspace.h"
+
+#include <glib.h>
+
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <utility>
+
+#include "ports/linux/desktop/file_viewer.h"
+#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/running_applications.h"
+#include "ports/posix/spawn.h"
+
+namespace revwarden {
+namespace {
+
+constexpr char kOpener[] = "xdg-open";
+constexpr std::chrono::seconds kOpenerPatience(2);
+
+/// Of this machine; absent otherwise.
+std::optional<std::string> pathOfFileURL(const std::string& url) {
+  g_autofree char* host = nullptr;
+  g_autofree char* path = g_filename_from_uri(url.c_str(), &host, nullptr);
+  const bool isHere = !host || g_ascii_strcasecmp(host, "localhost") == 0;
+  return path && isHere ? std::optional<std::string>(path) : std::nullopt;
+}
+
+/// What xdg-open gets for an address: nothing that it could take for an option.
+std::optional<std::string> openable(std::string_view url) {
+  const std::string address(url);
+  if (address.find('\0') != address.npos) return std::nullopt;
+  if (address.starts_with('/')) return address;
+  const char* const scheme = g_uri_peek_scheme(address.c_str());
+  if (!scheme) return std::nullopt;
+  return g_str_equal(scheme, "file") ? pathOfFileURL(address) : address;
+}
+
+bool hasOpened(pid_t opener) {
+  const auto deadline = std::chrono::steady_clock::now() + kOpenerPatience;
+  if (endsBefore(deadline, openProcess(opener))) return waitForEnd(opener) == 0;
+  reapInBackground(opener);
+  return true;
+}
+
+bool reveal(const std::string& path) {
+  if (!path.starts_with('/')) return false;
+  if (showInFileViewer(path)) return true;
+  const pid_t opener = startInOwnSession({kOpener, std::filesystem::path(path).parent_path()});
+  return opener > 0 && hasOpened(opener);
+}
+
+}  // namespace
+
+bool LinuxWorkspace::openURL(std::string_view url) {
+  const auto report = [opened = reports_.opened, address = std::string(url)](bool isOpened) {
+    opened(address, isOpened);
+  };
+  const std::optional<std::string> target = openable(url);
+  const pid_t opener = target ? startInOwnSession({kOpener, *target}) : -1;
+  if (opener > 0) return carryOut([opener] { return hasOpened(opener); }, report);
+  report(false);
+  return false;
+}
+
+bool LinuxWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,
+                                                         std::string_view root) {
+  const std::string file(path);
+  return carryOut([file] { return reveal(file); },
+                  [selected = reports_.selected, file, folder = std::string(root)](
+                      bool isSelected) { selected(file, folder, isSelected); });
+}
+
+std::vector<std::string> LinuxWorkspace::launchedApplicationPaths() {
+  std::set<std::string> paths;
+  for (auto& application : runningApplications()) paths.insert(std::move(application.bundlePath));
+  return {paths.begin(), paths.end()};
+}
+
+bool LinuxWorkspace::carryOut(const std::function<bool()>& work,
+                              const std::function<void(bool done)>& report) {
+  const auto body = [work, report] {
+    const bool isDone = work();
+    report(isDone);
+    return isDone;
+  };
+  if (!mainLoop_.isMainThread()) return body();
+  if (threads_.detachNewThread(body)) return true;
+  report(false);
+  return false;
+}
+
+}  // namespace revwarden

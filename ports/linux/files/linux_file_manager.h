@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/file_manager.h"
+#include "ports/linux/files/linux_path_inspector.h"
+#include "ports/linux/files/mount_table.h"
+
+namespace revwarden {
+
+/// The file system by the kernel's mount table. The user's home and Trash are those that HOME and
+/// XDG_DATA_HOME name when it is made.
+class LinuxFileManager : public FileManager {
+ public:
+  /// `volumeFolders` are taken for roots of separate local volumes, besides the real mounts.
+  LinuxFileManager(std::vector<std::string> volumeFolders, std::string temporaryDirectory);
+
+  /// The inspector must not outlive this object.
+  std::unique_ptr<PathInspector> inspectorForPass() override;
+
+  std::string temporaryDirectory() const override { return temporaryDirectory_; }
+
+  /// Whether its folder lets this user rename what is at the path. A link counts itself, not what
+  /// it leads to.
+  bool isMovableFileAtPath(std::string_view path) const override;
+
+ private:
+  const WellKnownFolders folders_;
+  const std::string temporaryDirectory_;
+  MountTable mountTable_;
+};
+
+}  // namespace revwarden

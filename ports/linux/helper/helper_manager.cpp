@@ -1,0 +1,130 @@
+#include "ports/linux/helper/helper_manager.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <utility>
+
+#include "ports/linux/files/user_folders.h"
+#include "ports/linux/helper/helper_connection.h"
+#include "ports/linux/processes/processes.h"
+#include "ports/posix/spawn.h"
+
+namespace revwarden {
+namespace {
+
+class LinuxHelperTask final : public KQHelperTask {
+ public:
+  using Reports = LinuxHelperManager::Reports;
+
+  LinuxHelperTask(std::shared_ptr<HelperConnection> helper, std::shared_ptr<const Reports> reports)
+      : helper_(std::move(helper)), reports_(std::move(reports)) {}
+
+  std::optional<std::string> moveItemAtPathToTrash(std::string_view path) override {
+    return ask({moveToTrashSelector, std::string(path)}, {path});
+  }
+
+  std::optional<std::string> performCopyItemAtPath_toPath(std::string_view source,
+                                                          std::string_view destination) override {
+    return ask({copySelector, std::string(source), std::string(destination)},
+               {source, destination});
+  }
+
+  std::optional<std::string> performAction_withArguments(
+      std::string_view action, const std::map<std::string, std::string>& arguments) override {
+    HelperMessage request{actionSelector, std::string(action)};
+    DictionaryBuilder reported;
+    for (const auto& [key, value] : arguments) {
+      request.insert(request.end(), {key, value});
+      reported.set(key, value);
+    }
+    return ask(request, {action, reported.build()});
+  }
+
+  void stop() override {
+    if (helper_->finish()) reports_->ended("stop", Array(), std::nullopt);
+  }
+
+ private:
+  std::optional<std::string> ask(const HelperMessage& request, std::vector<Value> arguments) {
+    std::optional<std::string> error = helper_->ask(request);
+    reports_->ended(request.front(), Array(std::move(arguments)), error);
+    return error;
+  }
+
+  const std::shared_ptr<HelperConnection> helper_;
+  const std::shared_ptr<const Reports> reports_;
+};
+
+}  // namespace
+
+LinuxHelperManager::LinuxHelperManager(Authorization authorization, std::string helperProgram,
+                                       Reports reports)
+    : authorization_(authorization),
+      helperProgram_(std::move(helperProgram)),
+      reports_(std::make_shared<const Reports>(std::move(reports))) {}
+
+std::shared_ptr<KQHelperTask> LinuxHelperManager::rootTaskWithPrompt(std::string_view prompt) {
+  std::shared_ptr<HelperConnection> helper;
+  if (authorization_ != Authorization::never) helper = obtainHelper();
+  reports_->asked(prompt, helper != nullptr);
+  if (!helper) return nullptr;
+  return std::make_shared<LinuxHelperTask>(std::move(helper), reports_);
+}
+
+std::shared_ptr<HelperConnection> LinuxHelperManager::obtainHelper() {
+  int ends[2];
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return nullptr;
+  auto connection = std::make_shared<HelperConnection>(FileDescriptor(ends[0]));
+  FileDescriptor helpersEnd(ends[1]);
+  const pid_t pid = start(helpersEnd.get(), connection);
+  helpersEnd = FileDescriptor();
+  if (pid <= 0) return nullptr;
+  const bool granted = connection->isGreeted(openProcess(pid).get());
+  settle(granted);
+  reapInBackground(pid);
+  return granted ? connection : nullptr;
+}
+
+std::vector<std::string> LinuxHelperManager::helperCommand() const {
+  if (authorization_ == Authorization::always) return {helperProgram_};
+  return {"pkexec", helperProgram_, "--data-home", dataFolder()};
+}
+
+/// Its output joins its diagnostics: only the helper itself answers on the socket, whatever the
+/// program in between may print. In a session of its own that program finds no terminal where it
+/// could ask, and wait, behind the back of whoever uses the terminal.
+pid_t LinuxHelperManager::start(int socket, const std::shared_ptr<HelperConnection>& connection) {
+  SpawnRequest request;
+  request.command = helperCommand();
+  request.input = socket;
+  request.output = request.error = STDERR_FILENO;
+  request.belongs = SpawnRequest::Belongs::inOwnSession;
+
+  const std::lock_guard lock(mutex_);
+  if (hasEnded_) return -1;
+  const pid_t pid = spawn(request).pid;
+  if (pid <= 0) return pid;
+  asking_ = pid;
+  std::erase_if(connections_, [](const auto& one) { return one.expired(); });
+  connections_.push_back(connection);
+  return pid;
+}
+
+void LinuxHelperManager::settle(bool granted) {
+  const std::lock_guard lock(mutex_);
+  if (!granted) ::kill(-asking_, SIGKILL);
+  asking_ = 0;
+}
+
+void LinuxHelperManager::endAll() {
+  const std::lock_guard lock(mutex_);
+  hasEnded_ = true;
+  if (asking_ > 0) ::kill(-asking_, SIGKILL);
+  for (const std::weak_ptr<HelperConnection>& one : connections_) {
+    if (const std::shared_ptr<HelperConnection> connection = one.lock()) connection->abandon();
+  }
+}
+
+}  // namespace revwarden
