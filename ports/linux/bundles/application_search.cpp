@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "ports/linux/bundles/package_names.h"
+#include "ports/linux/files/package_names.h"
 
 namespace revwarden {
 namespace {

@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "base/text.h"
-#include "ports/linux/bundles/package_names.h"
+#include "ports/linux/files/package_names.h"
 
 namespace revwarden {
 namespace {

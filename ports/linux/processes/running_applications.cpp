@@ -13,7 +13,7 @@
 #include <string_view>
 
 #include "base/text.h"
-#include "ports/linux/bundles/package_names.h"
+#include "ports/linux/files/package_names.h"
 #include "ports/linux/files/regular_file.h"
 #include "ports/posix/file_descriptor.h"
 

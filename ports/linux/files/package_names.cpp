@@ -1,4 +1,4 @@
-#include "ports/linux/bundles/package_names.h"
+#include "ports/linux/files/package_names.h"
 
 #include <glib.h>
 
