@@ -7,8 +7,8 @@
 
 namespace revwarden {
 
-/// The first mount point in the property list that `hdiutil attach -plist` prints; absent when the
-/// list is of another form or nothing was mounted.
+/// Returns the first mount point in the property list that `hdiutil attach -plist` prints; absent
+/// if nothing was mounted or the list has another form.
 std::optional<std::string> firstMountPoint(const Value& attachList);
 
 }  // namespace revwarden

@@ -5,19 +5,21 @@
 
 namespace revwarden {
 
-/// A value that threads share and that can only be reached through its lock.
+/// A value that several threads share and that is accessible only through its lock.
 ///
-/// Meant for small properties: `get` copies the value out and `set` puts one in, each under a lock
-/// held for just that.
+/// For small properties: `get` and `set` copy the value and hold the lock only while they do so.
+/// Any thread.
 template <typename T>
 class Guarded {
  public:
+  /// Returns a copy of the value.
   T get() const {
     const std::lock_guard lock(mutex_);
     return value_;
   }
 
-  /// The replaced value is destroyed after the lock is released.
+  /// Replaces the value. The old one is destroyed after the lock is released, so its destructor may
+  /// use this object.
   void set(T value) {
     const std::lock_guard lock(mutex_);
     std::swap(value_, value);

@@ -9,14 +9,14 @@ namespace revwarden {
 
 /// Why an operation failed.
 struct Error {
-  /// A stable identifier ("noSpace", "copyFailed") for programs; empty when nobody tells it apart.
+  /// A stable identifier for programs ("noSpace", "copyFailed"); empty if no caller needs one.
   std::string code;
   /// One line for a person: what happened, to what and why, without a full stop at its end.
   std::string message;
 };
 
-/// What an operation returns that may fail: its value, or the error. `Result<>` is one without a
-/// value. Never holds both; contextually true when it succeeded.
+/// The result of an operation that may fail: either its value or an error. `Result<>` has no value.
+/// Converts to true if the operation succeeded.
 template <typename T = std::monostate>
 class [[nodiscard]] Result {
  public:
@@ -28,7 +28,7 @@ class [[nodiscard]] Result {
   bool ok() const { return content_.index() == 0; }
   explicit operator bool() const { return ok(); }
 
-  /// Only after success.
+  /// The value. Call only after success.
   T& value() { return *std::get_if<0>(&content_); }
   const T& value() const { return *std::get_if<0>(&content_); }
   T& operator*() { return value(); }
@@ -36,7 +36,7 @@ class [[nodiscard]] Result {
   T* operator->() { return &value(); }
   const T* operator->() const { return &value(); }
 
-  /// Only after failure.
+  /// The error. Call only after failure.
   const Error& error() const { return *std::get_if<1>(&content_); }
 
  private:

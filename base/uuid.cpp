@@ -6,7 +6,7 @@
 namespace revwarden {
 namespace {
 
-// The system's own source of randomness may take tens of microseconds a word: it only seeds.
+// std::random_device can take tens of microseconds per word, so it only seeds the generator.
 std::mt19937_64 seededGenerator() {
   std::random_device source;
   std::seed_seq seed{source(), source(), source(), source(),

@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// A new random UUID (version 4) in its usual form of 36 upper-case characters. Any thread.
+/// Returns a new random UUID (version 4) as 36 upper-case characters. Any thread.
 std::string stringWithUUID();
 
 }  // namespace revwarden

@@ -13,12 +13,13 @@ bool keyIsLess(const DictionaryEntry& a, const DictionaryEntry& b) {
   return a.key < b.key;
 }
 
+// Compares without a conversion to double, which would round integers beyond 2^53.
 bool equalNumbers(int64_t integer, double real) {
   return real >= -kTwoTo63 && real < kTwoTo63 && static_cast<int64_t>(real) == integer &&
          std::trunc(real) == real;
 }
 
-// Booleans count as 0 and 1, as they do for every reader of a property list.
+// Booleans count as 0 and 1.
 struct Number {
   bool isReal = false;
   int64_t integer = 0;
@@ -208,7 +209,8 @@ bool operator==(const Value& a, const Value& b) {
 }
 
 DictionaryBuilder::DictionaryBuilder(const Dictionary& base) {
-  entries_.reserve(base.size() + 1);  // most changes add one entry; doubling would waste a third
+  // Most changes add one entry; growth by doubling would waste memory.
+  entries_.reserve(base.size() + 1);
   entries_.assign(base.begin(), base.end());
 }
 
@@ -224,7 +226,7 @@ Dictionary DictionaryBuilder::build() {
   if (!std::is_sorted(entries_.begin(), entries_.end(), keyIsLess)) {
     std::stable_sort(entries_.begin(), entries_.end(), keyIsLess);
   }
-  // Of a run of equal keys only the last, the latest set, is kept.
+  // Of equal keys, keep the last one: the sort is stable, so it was set last.
   auto keep = entries_.begin();
   for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
     const auto next = std::next(entry);

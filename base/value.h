@@ -12,31 +12,32 @@
 #include <variant>
 #include <vector>
 
-// Property-list values: what settings, item records and answers are made of.
+// Property-list values. Settings, item records and answers of the update service consist of them.
 //
-// Strings are UTF-8. Arrays and dictionaries are immutable and shared: a copy costs a reference
-// count, may be kept for as long as its holder likes and may be read by any thread. Changing one
-// means building another (`Dictionary::with`, `DictionaryBuilder`).
+// Strings are UTF-8. Arrays and dictionaries are immutable and shared: copying one only increments
+// a reference count, and any thread may read it. To change one, build a new one
+// (`Dictionary::with`, `DictionaryBuilder`).
 namespace revwarden {
 
 class Value;
 struct DictionaryEntry;
 
-/// A moment, in seconds since 1970-01-01 00:00:00 UTC, with its fraction.
+/// A point in time: seconds since 1970-01-01 00:00:00 UTC, with fraction.
 struct Date {
   double secondsSince1970 = 0;
 
   auto operator<=>(const Date&) const = default;
 };
 
-/// Bytes without a meaning of their own.
+/// Uninterpreted bytes.
 struct Data {
   std::string bytes;
 
   bool operator==(const Data&) const = default;
 };
 
-/// An immutable, shared list of values.
+/// An immutable, shared list of values. Its pointers and references are valid as long as this array
+/// or a copy of it.
 class Array {
  public:
   Array() = default;
@@ -49,21 +50,21 @@ class Array {
   const Value& operator[](size_t index) const&;
   const Value* begin() const&& = delete;  // would dangle
 
-  /// Same length and equal elements in the same order.
+  /// Returns true if both have equal elements in the same order.
   friend bool operator==(const Array& a, const Array& b);
 
  private:
   std::shared_ptr<const std::vector<Value>> elements_;  // null when empty
 };
 
-/// An immutable, shared mapping of text keys to values. Entries are kept sorted by key.
+/// An immutable, shared mapping of string keys to values, sorted by key.
 ///
-/// The pointers that the look-ups return stay valid as long as this dictionary or a copy of it.
-/// They cannot be asked of a temporary.
+/// Pointers that the look-ups return are valid as long as this dictionary or a copy of it. Calling
+/// them on a temporary does not compile.
 class Dictionary {
  public:
   Dictionary() = default;
-  /// Of two entries with the same key the later one counts.
+  /// If a key occurs twice, the later entry wins.
   Dictionary(std::initializer_list<DictionaryEntry> entries);
 
   size_t size() const;
@@ -72,30 +73,32 @@ class Dictionary {
   const DictionaryEntry* end() const&;
   const DictionaryEntry* begin() const&& = delete;
 
-  /// The value for `key`, nullptr when there is none.
+  /// Returns the value for `key`, nullptr if there is none.
   const Value* find(std::string_view key) const&;
   const Value* find(std::string_view key) const&& = delete;
   bool contains(std::string_view key) const { return find(key) != nullptr; }
 
-  /// The value for `key` when it is of that type; absent when missing or of another type. To
-  /// iterate over an array or dictionary, keep the answer in a variable first.
+  /// These return the value for `key`; nullptr or absent if it is missing or has another type. To
+  /// iterate over a returned array or dictionary, store it in a variable first: in C++20 a
+  /// range-for over `*d.arrayFor(key)` would dangle.
   const std::string* stringFor(std::string_view key) const&;
   const std::string* stringFor(std::string_view key) const&& = delete;
-  /// The same, copied.
+  /// A copy of the string for `key`.
   std::optional<std::string> textFor(std::string_view key) const;
   std::optional<Date> dateFor(std::string_view key) const;
   std::optional<Array> arrayFor(std::string_view key) const;
   std::optional<Dictionary> dictionaryFor(std::string_view key) const;
-  /// `Value::boolValue` and `Value::integerValue` of the value for `key`; false and 0 without one.
+  /// These return `Value::boolValue` and `Value::integerValue` of the value for `key`; false and 0
+  /// if it is missing.
   bool boolFor(std::string_view key) const;
   int64_t integerFor(std::string_view key) const;
 
-  /// A dictionary that differs in one key.
+  /// Returns a copy in which `key` has this value.
   Dictionary with(std::string_view key, Value value) const;
-  /// A dictionary without `key`; this very one when it has none.
+  /// Returns a copy without `key`.
   Dictionary without(std::string_view key) const;
 
-  /// Whether both are the same object or equal in contents, whatever the order they were made in.
+  /// Returns true if both have the same keys with equal values.
   friend bool operator==(const Dictionary& a, const Dictionary& b);
 
  private:
@@ -106,8 +109,8 @@ class Dictionary {
   std::shared_ptr<const Entries> entries_;  // null when empty
 };
 
-/// One property-list value. Booleans, integers and reals are kept apart, so that each is stored as
-/// what it was, but compare equal when they stand for the same number.
+/// One property-list value. Booleans, integers and reals are distinct types, so each is saved as it
+/// was read, but they compare equal if they represent the same number.
 class Value {
  public:
   Value(double value) : storage_(value) {}
@@ -119,12 +122,12 @@ class Value {
   Value(Array value) : storage_(std::move(value)) {}
   Value(Dictionary value) : storage_(std::move(value)) {}
   template <typename Integer, std::enable_if_t<std::is_integral_v<Integer>, int> = 0>
-  Value(Integer value)  // takes booleans too, so that no pointer passes for one
+  Value(Integer value)  // a template, so that a pointer does not convert to a boolean
       : storage_(
             static_cast<std::conditional_t<std::is_same_v<Integer, bool>, bool, int64_t>>(value)) {}
 
-  /// The value as a T (bool, int64_t, double, std::string, Date, Data, Array, Dictionary), nullptr
-  /// when it is of another type. Valid as long as this value.
+  /// Returns the value as a T (bool, int64_t, double, std::string, Date, Data, Array, Dictionary),
+  /// nullptr if it has another type. Valid as long as this value.
   template <typename T>
   const T* as() const& {
     return std::get_if<T>(&storage_);
@@ -132,24 +135,27 @@ class Value {
   template <typename T>
   const T* as() const&& = delete;
 
+  /// Calls `visitor` with the stored value; see std::visit.
   template <typename Visitor>
   decltype(auto) visit(Visitor&& visitor) const {
     return std::visit(std::forward<Visitor>(visitor), storage_);
   }
 
-  /// What a flag reads as: a number other than 0, or a text that begins with a yes ("YES", "true",
-  /// "1"). False for every other type.
+  /// Returns true for a number other than 0 and for a string whose first character, after spaces, a
+  /// sign and zeros, is Y, y, T, t or a digit from 1 to 9. False for every other value.
   bool boolValue() const;
-  /// What a number reads as: reals are cut off, texts give their leading digits. 0 for every other
-  /// type and for what does not fit into 64 bits.
+  /// Returns a number without its fraction, and of a string the leading integer. 0 for every other
+  /// type and for a number that does not fit into 64 bits.
   int64_t integerValue() const;
 
+  /// Returns true if both are the same number, or have the same type and equal contents.
   friend bool operator==(const Value& a, const Value& b);
 
  private:
   std::variant<bool, int64_t, double, std::string, Date, Data, Array, Dictionary> storage_;
 };
 
+/// A key of a dictionary with its value.
 struct DictionaryEntry {
   std::string key;
   Value value;
@@ -157,18 +163,20 @@ struct DictionaryEntry {
   bool operator==(const DictionaryEntry&) const = default;
 };
 
-/// Collects the changes to a dictionary and makes them in one go.
+/// Collects changes to a dictionary and applies them at once.
 class DictionaryBuilder {
  public:
   DictionaryBuilder() = default;
   explicit DictionaryBuilder(const Dictionary& base);
 
-  /// The later value of one key counts.
+  /// Sets the value for `key`, replacing an earlier one.
   void set(std::string key, Value value);
+  /// Removes `key` if it is there.
   void remove(std::string_view key);
+  /// Allocates memory for this number of entries.
   void reserve(size_t count) { entries_.reserve(count); }
 
-  /// The finished dictionary; the builder is empty afterwards.
+  /// Returns the finished dictionary and empties the builder.
   Dictionary build();
 
  private:

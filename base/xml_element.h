@@ -6,9 +6,9 @@
 
 namespace revwarden {
 
-/// An element of an XML document, with all it holds. Texts are UTF-8 and as meant, not as escaped.
+/// An element of an XML document with its contents. All text is UTF-8 and unescaped.
 ///
-/// Text stands before the first child (`text`) and behind each child (that child's `tail`), so that
+/// `text` is the text before the first child. The text after a child is that child's `tail`, so
 /// mixed content keeps its order.
 struct XmlElement {
   std::string name;  // as written, with its prefix
@@ -17,7 +17,8 @@ struct XmlElement {
   std::vector<XmlElement> children;
   std::string tail;
 
-  /// The text of the element and of all its descendants, in document order, without its own tail.
+  /// Returns the text of the element and all its descendants in document order, without its own
+  /// tail.
   std::string stringValue() const;
 };
 

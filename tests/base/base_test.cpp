@@ -9,7 +9,7 @@
 namespace revwarden {
 namespace {
 
-TEST(ValueTest, NumbersAreEqualByValueAndKeptApart) {
+TEST(ValueTest, EqualNumbersCompareEqualAcrossTypes) {
   EXPECT_EQ(Value(true), Value(1));
   EXPECT_EQ(Value(1), Value(1.0));
   EXPECT_NE(Value(1), Value("1"));
@@ -20,10 +20,10 @@ TEST(ValueTest, NumbersAreEqualByValueAndKeptApart) {
   EXPECT_TRUE(flag.as<bool>());
   EXPECT_FALSE(count.as<bool>());
   EXPECT_FALSE((std::is_constructible_v<Value, const std::string*>))
-      << "a forgotten star must not store a flag";
+      << "a pointer must not convert to a boolean";
 }
 
-TEST(ValueTest, ReadsFlagsAndCountsFromWhateverIsStored) {
+TEST(ValueTest, ConvertsEveryTypeToBooleanAndInteger) {
   for (const Value& yes : {Value(true), Value(2), Value(0.5), Value("YES"), Value(" true"),
                            Value("001"), Value("-3")}) {
     EXPECT_TRUE(yes.boolValue());
@@ -40,7 +40,7 @@ TEST(ValueTest, ReadsFlagsAndCountsFromWhateverIsStored) {
   EXPECT_EQ(Value("99999999999999999999").integerValue(), 0);
 }
 
-TEST(DictionaryTest, ChangesMakeNewOnesAndTheLaterValueCounts) {
+TEST(DictionaryTest, ChangesReturnNewDictionariesAndTheLaterValueWins) {
   const Dictionary one{{"b", 1}, {"a", "x"}, {"b", 2}};
   EXPECT_EQ(one.size(), 2u);
   EXPECT_EQ(one.integerFor("b"), 2);
@@ -56,11 +56,11 @@ TEST(DictionaryTest, ChangesMakeNewOnesAndTheLaterValueCounts) {
   builder.set("a", 2);
   EXPECT_EQ(builder.build(), two.without("b").with("a", 2));
   EXPECT_TRUE(builder.build().empty());
-  EXPECT_FALSE(one.stringFor("b")) << "of another type";
+  EXPECT_FALSE(one.stringFor("b")) << "has another type";
   EXPECT_FALSE(one.dateFor("a"));
 }
 
-TEST(TextTest, TellsUtf8FromOtherBytes) {
+TEST(TextTest, DistinguishesUtf8FromOtherBytes) {
   for (const char* good : {"", "plain", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
                            "\xF4\x8F\xBF\xBF", "\xED\x9F\xBF"}) {
     EXPECT_TRUE(isValidUtf8(good)) << good;
@@ -71,7 +71,7 @@ TEST(TextTest, TellsUtf8FromOtherBytes) {
   }
 }
 
-TEST(TextTest, TrimsSpacesButNoLineBreaks) {
+TEST(TextTest, TrimsSpacesButNotLineBreaks) {
   EXPECT_EQ(trimmingSpaces(" \t a b\xC2\xA0\xE3\x80\x80 "), "a b");
   EXPECT_EQ(trimmingSpaces(" \n "), "\n");
   EXPECT_EQ(trimmingSpaces("\xE2\x80\x83"), "");
@@ -79,7 +79,7 @@ TEST(TextTest, TrimsSpacesButNoLineBreaks) {
   EXPECT_EQ(trimmingSpaces("\xC3\xA9"), "\xC3\xA9");
 }
 
-TEST(TextTest, FillsFormatsWithoutReadingTheArguments) {
+TEST(TextTest, FormatsWithoutInterpretingArguments) {
   EXPECT_EQ(formatted("%@ and %@ of %@", {{"%@"}, std::nullopt}), "%@ and (null) of (null)");
   EXPECT_EQ(formatted("%2$@ %1$@ 100%% %d %", {{"a"}, {"b"}}), "b a 100% %d %");
 }
