@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "base/result.h"
 #include "service/log.h"
 
 namespace revwarden {
@@ -28,7 +29,7 @@ std::optional<std::string> textOf(const json& value) {
 }
 
 void logSkipped(const std::string& bundleId, std::string_view what, const std::string& name) {
-  logLine("catalogue: " + bundleId + ": skipped \"" + name + "\", " + std::string(what));
+  logLine("catalogue: " + bundleId + ": skipped \"" + name + "\": " + std::string(what));
 }
 
 Catalogue::Fields fieldsOf(const json& object, const std::string& bundleId) {
@@ -38,9 +39,9 @@ Catalogue::Fields fieldsOf(const json& object, const std::string& bundleId) {
     if (value.is_null()) continue;
     auto text = textOf(value);
     if (!text) {
-      logSkipped(bundleId, "which is a list or an object", name);
+      logSkipped(bundleId, "the value is a list or an object", name);
     } else if (!isXmlName(name)) {
-      logSkipped(bundleId, "which is no XML name", name);
+      logSkipped(bundleId, "not a valid XML name", name);
     } else {
       fields.emplace_back(name, std::move(*text));
     }
@@ -56,30 +57,32 @@ std::string bundleIdOf(const json& object) {
 void addEntry(const json& object, size_t index, Catalogue::Entries& entries) {
   const std::string bundleId = bundleIdOf(object);
   if (bundleId.empty()) {
-    logLine("catalogue: skipped entry " + std::to_string(index) + ", it has no \"bundle_id\"");
+    logLine("catalogue: skipped entry " + std::to_string(index) + ": it has no \"bundle_id\"");
   } else if (entries.contains(bundleId)) {
-    logLine("catalogue: skipped another entry for " + bundleId);
+    logLine("catalogue: skipped entry " + std::to_string(index) + ": duplicate of " + bundleId);
   } else {
     entries.emplace(bundleId, fieldsOf(object, bundleId));
   }
 }
 
-// Absent, with the reason, when the text is no list of objects.
-std::shared_ptr<const Catalogue::Entries> parsed(const std::string& text, std::string& error) {
+Result<std::shared_ptr<const Catalogue::Entries>> parse(const std::string& text) {
   const json list = json::parse(text, nullptr, false);
-  if (!list.is_array()) {
-    error = list.is_discarded() ? "it is not JSON" : "it is not a list";
-    return nullptr;
-  }
+  if (list.is_discarded()) return Error{"", "it is not JSON"};
+  if (!list.is_array()) return Error{"", "it is not a list"};
   auto entries = std::make_shared<Catalogue::Entries>();
   for (size_t i = 0; i < list.size(); ++i) {
-    if (!list[i].is_object()) {
-      error = "entry " + std::to_string(i) + " is not an object";
-      return nullptr;
-    }
+    if (!list[i].is_object()) return Error{"", "entry " + std::to_string(i) + " is not an object"};
     addEntry(list[i], i, *entries);
   }
-  return entries;
+  return {std::move(entries)};
+}
+
+Result<std::shared_ptr<const Catalogue::Entries>> load(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return Error{"", std::strerror(errno)};
+  std::ostringstream text;
+  text << file.rdbuf();
+  return parse(text.str());
 }
 
 bool sameMoment(const timespec& a, const timespec& b) {
@@ -101,26 +104,18 @@ std::shared_ptr<const Catalogue::Entries> Catalogue::entries() {
   if (!everRead_ || !sameState(now, state_)) {
     state_ = now;
     everRead_ = true;
-    readAgain();
+    reload();
   }
   return entries_;
 }
 
-void Catalogue::readAgain() {
-  std::string error;
-  std::ifstream file(path_, std::ios::binary);
-  std::ostringstream text;
-  if (!file) {
-    error = std::strerror(errno);
-  } else if (text << file.rdbuf(); auto read = parsed(text.str(), error)) {
-    entries_ = std::move(read);
-  }
-  if (error.empty()) {
-    logLine("catalogue: " + std::to_string(entries_->size()) + " applications");
-  } else {
-    logLine("catalogue: cannot use " + path_ + ": " + error + "; " +
-            std::to_string(entries_->size()) + " applications stay");
-  }
+void Catalogue::reload() {
+  const auto loaded = load(path_);
+  if (loaded) entries_ = *loaded;
+  const std::string count = std::to_string(entries_->size()) + " applications";
+  logLine(loaded ? "catalogue: offers for " + count
+                 : "catalogue: cannot load " + path_ + ": " + loaded.error().message +
+                       "; keeping the offers for " + count);
 }
 
 }  // namespace revwarden

@@ -1,9 +1,7 @@
 #include "service/file_endpoint.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,48 +13,47 @@
 #include <utility>
 
 #include "base/text.h"
+#include "ports/posix/open_beneath.h"
 #include "service/methods.h"
 
 namespace revwarden {
 namespace {
 
-/// An open file of a known size.
+// An open regular file.
 class ServedFile {
  public:
-  // Absent when there is no such regular file inside the folder.
+  // Returns nullptr if there is no such regular file inside the folder.
   static std::shared_ptr<const ServedFile> open(int folder, const std::string& path) {
     if (path.find('\0') != std::string::npos) return nullptr;
-    open_how how{};
-    how.flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
-    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
-    const long descriptor = syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
-    if (descriptor < 0) return nullptr;
-    auto file = std::make_shared<ServedFile>(static_cast<int>(descriptor));
+    // O_NONBLOCK: opening a FIFO must not wait for a writer.
+    FileDescriptor descriptor = openBeneath(folder, path, O_RDONLY | O_NONBLOCK);
     struct stat information {};
-    if (fstat(file->descriptor_, &information) != 0 || !S_ISREG(information.st_mode))
+    if (!descriptor || fstat(descriptor.get(), &information) != 0 ||
+        !S_ISREG(information.st_mode)) {
       return nullptr;
-    file->size_ = static_cast<size_t>(information.st_size);
-    return file;
+    }
+    return std::make_shared<ServedFile>(std::move(descriptor),
+                                        static_cast<size_t>(information.st_size));
   }
 
-  explicit ServedFile(int descriptor) : descriptor_(descriptor) {}
-  ~ServedFile() { close(descriptor_); }
-  ServedFile(const ServedFile&) = delete;
-  ServedFile& operator=(const ServedFile&) = delete;
+  ServedFile(FileDescriptor descriptor, size_t size)
+      : descriptor_(std::move(descriptor)), size_(size) {}
 
+  // When it was opened.
   size_t size() const { return size_; }
 
-  // Sends some of the bytes; false when there are none, because the file became shorter.
+  // Sends up to `length` bytes from `offset`. Returns false if the client is gone or the file is
+  // now shorter.
   bool send(size_t offset, size_t length, httplib::DataSink& sink) const {
     std::array<char, 65536> buffer;
-    const ssize_t count = pread(descriptor_, buffer.data(), std::min(length, buffer.size()),
+    const ssize_t count = pread(descriptor_.get(), buffer.data(), std::min(length, buffer.size()),
                                 static_cast<off_t>(offset));
     return count > 0 && sink.write(buffer.data(), static_cast<size_t>(count));
   }
 
  private:
-  const int descriptor_;
-  size_t size_ = 0;
+  const FileDescriptor descriptor_;
+  const size_t size_;
 };
 
 struct Slice {
@@ -64,7 +61,8 @@ struct Slice {
   size_t length = 0;
 };
 
-// The bytes that a range ("first-last", -1 for what is missing) means; absent when there are none.
+// Returns the bytes that a range selects; absent if it selects none. A range is a pair of first and
+// last byte, -1 if missing: "5-" is {5, -1}, and "-5", the last five bytes, is {-1, 5}.
 std::optional<Slice> sliceOf(const httplib::Range& range, size_t size) {
   const auto [first, last] = range;
   if (first < 0) {
@@ -89,25 +87,18 @@ const char* contentTypeOf(const std::string& path) {
   return found != std::end(kTypes) ? found->second : "application/octet-stream";
 }
 
-// Takes the ranges out of the request: the server would cut the answer by them once more, without
-// regard to the size. The server's own request object is not const.
+// Moves the ranges out of the request, because the server would otherwise apply them to the
+// response a second time, without checking the size. The server's own request object is not const.
 httplib::Ranges takeRanges(const httplib::Request& request) {
   return std::exchange(const_cast<httplib::Request&>(request).ranges, {});
 }
 
 }  // namespace
 
-std::unique_ptr<FileEndpoint> FileEndpoint::create(const std::string& folder, std::string& error) {
-  const int descriptor = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) {
-    error = std::strerror(errno);
-    return nullptr;
-  }
-  return std::unique_ptr<FileEndpoint>(new FileEndpoint(descriptor));
-}
-
-FileEndpoint::~FileEndpoint() {
-  close(folder_);
+Result<std::unique_ptr<FileEndpoint>> FileEndpoint::create(const std::string& folder) {
+  FileDescriptor descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!descriptor) return Error{"", "cannot open " + folder + ": " + std::strerror(errno)};
+  return std::unique_ptr<FileEndpoint>(new FileEndpoint(std::move(descriptor)));
 }
 
 void FileEndpoint::addTo(httplib::Server& server) {
@@ -120,7 +111,7 @@ void FileEndpoint::addTo(httplib::Server& server) {
 void FileEndpoint::serve(const httplib::Request& request, httplib::Response& response) const {
   const auto ranges = takeRanges(request);
   const std::string path = request.path.substr(std::strlen(kFilesPath));
-  const auto file = ServedFile::open(folder_, path);
+  const auto file = ServedFile::open(folder_.get(), path);
   if (!file) {
     response.status = 404;
     return;
@@ -128,7 +119,8 @@ void FileEndpoint::serve(const httplib::Request& request, httplib::Response& res
   response.status = 200;
   response.set_header("Accept-Ranges", "bytes");
   std::optional<Slice> slice = Slice{0, file->size()};
-  // Without validators no If-Range can match. Several ranges at once get the whole file.
+  // An If-Range never matches, since files have no validators. A request for several ranges gets
+  // the whole file.
   if (request.method == "GET" && ranges.size() == 1 && !request.has_header("If-Range")) {
     const std::string size = std::to_string(file->size());
     slice = sliceOf(ranges.front(), file->size());

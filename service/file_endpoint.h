@@ -5,28 +5,28 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
+#include "ports/posix/file_descriptor.h"
+
 namespace revwarden {
 
-/// "/files/": the regular files below one folder, with lengths and single byte ranges.
+/// Serves the regular files below one folder at "/files/", with lengths and single byte ranges.
 ///
-/// Nothing outside the folder is served, whatever the path says and wherever links lead; links that
-/// stay inside are followed. Any thread.
+/// Never serves a file outside the folder: links are followed only while they stay inside. Any
+/// thread.
 class FileEndpoint {
  public:
-  /// nullptr, with the reason in `error`, when the folder cannot be opened.
-  static std::unique_ptr<FileEndpoint> create(const std::string& folder, std::string& error);
-  ~FileEndpoint();
-  FileEndpoint(const FileEndpoint&) = delete;
-  FileEndpoint& operator=(const FileEndpoint&) = delete;
+  /// Opens the folder; fails if that is not possible.
+  static Result<std::unique_ptr<FileEndpoint>> create(const std::string& folder);
 
-  /// Serves GET and HEAD. The endpoint must outlive the server.
+  /// Makes the server answer GET and HEAD. This object must outlive the server.
   void addTo(httplib::Server& server);
 
  private:
-  explicit FileEndpoint(int folder) : folder_(folder) {}
+  explicit FileEndpoint(FileDescriptor folder) : folder_(std::move(folder)) {}
   void serve(const httplib::Request& request, httplib::Response& response) const;
 
-  const int folder_;
+  const FileDescriptor folder_;
 };
 
 }  // namespace revwarden

@@ -5,10 +5,11 @@
 
 namespace revwarden {
 
-/// The text with every control character, and every byte outside well-formed UTF-8, as '?'.
+/// Returns the text with '?' for every control character and every byte that is not well-formed
+/// UTF-8.
 std::string printable(std::string_view text);
 
-/// Writes one line to standard error, made printable. Any thread; lines do not mix.
+/// Writes one line of printable text to standard error. Any thread; lines are never interleaved.
 void logLine(std::string_view text);
 
 }  // namespace revwarden

@@ -1,5 +1,5 @@
-// revwarden-service: a small update service that answers from a catalogue file and serves the
-// downloads.
+// revwarden-service: a small update service. It answers update requests from a catalogue file and
+// serves the downloads.
 
 #include <pthread.h>
 #include <unistd.h>
@@ -34,7 +34,7 @@ struct Options {
 };
 
 struct Address {
-  std::string host;  // without the brackets of IPv6
+  std::string host;  // without the brackets around an IPv6 address
   int port = 0;
 
   std::string text() const {
@@ -43,6 +43,7 @@ struct Address {
   }
 };
 
+// Reads "HOST:PORT" or "[HOST]:PORT"; absent if the text has another form.
 std::optional<Address> parsedAddress(std::string_view text) {
   const size_t colon = text.rfind(':');
   if (colon == std::string_view::npos || colon == 0) return std::nullopt;
@@ -57,18 +58,19 @@ std::optional<Address> parsedAddress(std::string_view text) {
              : std::nullopt;
 }
 
+// Prints the message and returns the exit status.
 int failed(const std::string& why) {
   std::cerr << "revwarden-service: " << printable(why) << std::endl;
   return 1;
 }
 
 void configure(httplib::Server& server) {
-  // The server's own default would share a port that is in use with whoever has it.
+  // The library's default, SO_REUSEPORT, would let two services share one port.
   server.set_socket_options([](socket_t socket) {
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
   });
-  server.new_task_queue = [] { return new httplib::ThreadPool(32); };  // most of them wait
+  server.new_task_queue = [] { return new httplib::ThreadPool(32); };  // mostly waiting
   server.set_read_timeout(std::chrono::seconds(60));
   server.set_write_timeout(std::chrono::seconds(60));
   server.set_logger([](const httplib::Request& request, const httplib::Response& response) {
@@ -78,13 +80,15 @@ void configure(httplib::Server& server) {
   });
 }
 
+// Binds to the address; a port of 0 becomes the one that the system chose.
 bool bindTo(httplib::Server& server, Address& address) {
   if (address.port != 0) return server.bind_to_port(address.host, address.port);
   address.port = server.bind_to_any_port(address.host);
   return address.port > 0;
 }
 
-// Stops the server at SIGTERM or SIGINT, and the process when a client holds the server up.
+// Stops the server on SIGTERM or SIGINT. Exits after one second even if a client keeps the server
+// busy.
 void stopAtSignal(httplib::Server& server, const sigset_t& signals) {
   std::thread([&server, signals] {
     int signal = 0;
@@ -97,17 +101,18 @@ void stopAtSignal(httplib::Server& server, const sigset_t& signals) {
 
 int run(const Options& options) {
   auto address = parsedAddress(options.listen);
-  if (!address) return failed("no address: " + options.listen);
+  if (!address) return failed(options.listen + " is not HOST:PORT");
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
-  std::string error;
   std::unique_ptr<FileEndpoint> files;
-  if (!options.files.empty() && !(files = FileEndpoint::create(options.files, error))) {
-    return failed("cannot serve " + options.files + ": " + error);
+  if (!options.files.empty()) {
+    auto created = FileEndpoint::create(options.files);
+    if (!created) return failed(created.error().message);
+    files = std::move(*created);
   }
   httplib::Server server;
   configure(server);
@@ -117,7 +122,7 @@ int run(const Options& options) {
     return failed("cannot listen on " + options.listen + reason);
   }
   Catalogue catalogue(options.catalogue);
-  catalogue.entries();
+  catalogue.entries();  // logs a problem with the file at start
   const LibxmlDocuments documents;
   UpdateEndpoint updates(catalogue, documents, address->text());
   refuseOtherMethods(server);
@@ -125,23 +130,26 @@ int run(const Options& options) {
   if (files) files->addTo(server);
   std::cout << "listening on http://" << address->text() << std::endl;
   stopAtSignal(server, signals);
-  return server.listen_after_bind() ? 0 : failed("the server ended");
+  return server.listen_after_bind() ? 0 : failed("the server stopped unexpectedly");
 }
 
 int runCommandLine(int argc, char** argv) {
   Options options;
   CLI::App app{"Answers update requests from a catalogue file and serves the downloads."};
-  app.set_version_flag("--version", "revwarden-service " REVWARDEN_VERSION);
-  app.add_option("--listen", options.listen, "address to listen on; port 0 takes any")
+  app.set_help_flag("-h,--help", "print this help and exit");
+  app.set_version_flag("--version", "revwarden-service " REVWARDEN_VERSION,
+                       "print the version and exit");
+  app.add_option("--listen", options.listen, "listen on this address; port 0 means any free port")
       ->type_name("HOST:PORT")
       ->check([](const std::string& text) {
         return parsedAddress(text) ? "" : text + " is not HOST:PORT";
       })
       ->capture_default_str();
-  app.add_option("--catalogue", options.catalogue, "JSON list of what is offered")
+  app.add_option("--catalogue", options.catalogue, "read the offers from this JSON file")
       ->type_name("FILE")
       ->required();
-  app.add_option("--files", options.files, "folder served under /files/")->type_name("DIR");
+  app.add_option("--files", options.files, "serve the files in this folder at /files/")
+      ->type_name("DIR");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& outcome) {

@@ -9,7 +9,7 @@ using httplib::Request;
 using httplib::Response;
 using HandlerResponse = httplib::Server::HandlerResponse;
 
-// "" where nothing is served.
+// Returns the method that a path allows, "" if nothing is served there.
 std::string allowedAt(const std::string& path) {
   if (path == kUpdatePath) return "POST";
   return path.starts_with(kFilesPath) ? "GET" : "";
@@ -20,34 +20,34 @@ void refuse(const Request& request, Response& response) {
   response.status = allowed.empty() ? 404 : 405;
   if (allowed.empty()) return;
   response.set_header("Allow", allowed);
-  response.set_content("Only " + allowed + " is served here.\n", "text/plain");
+  response.set_content("Only " + allowed + " is allowed here.\n", "text/plain");
 }
 
-// Whether the library will read a body before it calls a handler. Without a length it would wait
-// for the end of the connection, but such a request has no body.
-bool bringsBody(const Request& request) {
+// Returns true if the library should read a body before it calls a handler. Without a length it
+// would wait until the connection is closed, although such a request has no body.
+bool hasBody(const Request& request) {
   const std::string& method = request.method;
-  const bool mayBring =
+  const bool mayHaveBody =
       method == "POST" || method == "PUT" || method == "PATCH" || method == "DELETE";
-  return mayBring &&
+  return mayHaveBody &&
          (request.has_header("Content-Length") || request.has_header("Transfer-Encoding"));
 }
 
 HandlerResponse refuseWithoutBody(const Request& request, Response& response) {
-  if (bringsBody(request)) return HandlerResponse::Unhandled;
+  if (hasBody(request)) return HandlerResponse::Unhandled;
   const std::string allowed = allowedAt(request.path);
   const bool reads = request.method == "GET" || request.method == "HEAD";
   if (reads && allowed != "POST") return HandlerResponse::Unhandled;
   if (request.method == allowed) {
     response.status = 400;
-    response.set_content("This is no request.\n", "text/plain");
+    response.set_content("The request has no body.\n", "text/plain");
   } else {
     refuse(request, response);
   }
   return HandlerResponse::Handled;
 }
 
-// The library takes a method that it does not know for a broken request, and does not see its path.
+// The library answers 400 to a method that it does not know, without parsing the path.
 void refuseUnknownMethod(const Request& request, Response& response) {
   if (response.status == 400 && request.path.empty() && request.target == kUpdatePath) {
     response.status = 405;

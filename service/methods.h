@@ -4,11 +4,12 @@
 
 namespace revwarden {
 
+/// The paths of the two endpoints.
 inline constexpr const char* kUpdatePath = "/api/update";
 inline constexpr const char* kFilesPath = "/files/";
 
-/// Lets the server refuse what no endpoint serves: other methods than POST at the update path and
-/// GET or HEAD below the files path (405), and a POST that brings no body (400).
+/// Makes the server refuse requests that no endpoint serves: every method except POST at the update
+/// path and except GET and HEAD below the files path (405), and a POST without a body (400).
 void refuseOtherMethods(httplib::Server& server);
 
 }  // namespace revwarden

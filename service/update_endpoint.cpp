@@ -8,6 +8,8 @@
 namespace revwarden {
 namespace {
 
+constexpr const char* kInvalid = "The body is not an update request.\n";
+
 bool isLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
@@ -73,10 +75,11 @@ void UpdateEndpoint::addTo(httplib::Server& server) {
 
 void UpdateEndpoint::serve(const httplib::Request& request, httplib::Response& response,
                            const httplib::ContentReader& reader) const {
-  if (request.is_multipart_form_data()) return refuse(response, 400, "This is no request.\n");
+  if (request.is_multipart_form_data()) return refuse(response, 400, kInvalid);
   std::string body;
   bool tooLarge = false;
-  // What is too much is read and dropped, so that the client hears the answer.
+  // Read an oversized body to its end and drop it: the client reads the answer only after it has
+  // sent everything.
   const bool whole = reader([&](const char* bytes, size_t count) {
     tooLarge = tooLarge || count > kLargestRequest - body.size();
     if (!tooLarge) body.append(bytes, count);
@@ -87,7 +90,7 @@ void UpdateEndpoint::serve(const httplib::Request& request, httplib::Response& r
   }
   const std::string host = request.get_header_value("Host");
   auto document = whole ? answer(body, isHost(host) ? host : ownAddress_) : std::nullopt;
-  if (!document) return refuse(response, 400, "This is no request.\n");
+  if (!document) return refuse(response, 400, kInvalid);
   response.body = std::move(*document);
   response.set_header("Content-Type", "application/xml");
 }

@@ -11,23 +11,23 @@
 
 namespace revwarden {
 
-/// "/api/update": tells what the catalogue holds for the applications that a request asks about.
+/// Answers update requests at "/api/update" from the catalogue.
 class UpdateEndpoint {
  public:
+  /// In bytes.
   static constexpr size_t kLargestRequest = size_t{64} << 20;
 
-  /// `ownAddress` ("host:port") stands in for a request's Host that is missing or makes no sense.
-  /// Catalogue and documents must outlive the endpoint, and the endpoint the server that it is
-  /// added to.
+  /// `ownAddress` ("host:port") is used for relative links if the Host header of a request is
+  /// missing or malformed. `catalogue` and `documents` must outlive this object.
   UpdateEndpoint(Catalogue& catalogue, const XmlDocuments& documents, std::string ownAddress);
 
-  /// Serves POST; refuses a body that is no request (400) or is larger than `kLargestRequest`
-  /// (413).
+  /// Makes the server answer POST. Refuses a body that is not an update request (400) or is larger
+  /// than `kLargestRequest` (413). This object must outlive the server.
   void addTo(httplib::Server& server);
 
-  /// The answer to a request's body: one "item" for each application asked about whose bundle
-  /// identifier the catalogue knows, in the order of the request. A relative "download_link" leads
-  /// to `host`. Absent when the body is no request. Any thread.
+  /// Returns the answer to a request: one "item" for each requested application whose bundle
+  /// identifier is in the catalogue, in the order of the request. A relative "download_link" is
+  /// completed with `host`. Absent if `body` is not an update request. Any thread.
   std::optional<std::string> answer(std::string_view body, std::string_view host) const;
 
  private:

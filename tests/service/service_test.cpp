@@ -21,7 +21,7 @@ std::string request(const std::vector<std::string>& bundleIds) {
   return text + "</request>";
 }
 
-// The program, running with a folder of its own.
+// Runs the service in a folder of its own.
 class Service : public testing::Test {
  protected:
   void SetUp() override {
@@ -32,7 +32,7 @@ class Service : public testing::Test {
                   R"([{"bundle_id": "org.one", "version": "2", "size": 12, "beta": true,
         "more": null, "list": [1], "no name": "x", "download_link": "/files/app.ZIP"},
         {"bundle_id": "org.two", "notes": "<&\u0001>", "download_link": "https://else.where/x"},
-        {"bundle_id": "org.one", "version": "later"}, {"version": "nobody's"}])");
+        {"bundle_id": "org.one", "version": "later"}, {"version": "4"}])");
     const std::string command = "; echo $$; exec " REVWARDEN_SERVICE
                                 " --listen 127.0.0.1:0"
                                 " --catalogue catalogue.json --files files 2> log";
@@ -65,7 +65,7 @@ class Service : public testing::Test {
   std::unique_ptr<httplib::Client> client_;
 };
 
-TEST_F(Service, AnswersWhatItKnowsInTheOrderOfTheRequest) {
+TEST_F(Service, AnswersInTheOrderOfTheRequest) {
   const std::string two =
       "<item><bundle_id>org.two</bundle_id><download_link>https://else.where/x</download_link>"
       "<notes>&lt;&amp;&gt;</notes></item>";
@@ -79,7 +79,7 @@ TEST_F(Service, AnswersWhatItKnowsInTheOrderOfTheRequest) {
   EXPECT_NE(answerFor({}).find("<response/>"), std::string::npos);
 }
 
-TEST_F(Service, RefusesWhatIsNoRequest) {
+TEST_F(Service, RefusesInvalidRequests) {
   for (const char* body : {"", "garbage", "<request>", "<response/>", "<request/>junk"}) {
     const auto answer = client_->Post("/api/update", body, "application/x-www-form-urlencoded");
     EXPECT_TRUE(answer && answer->status == 400) << body;
@@ -91,7 +91,7 @@ TEST_F(Service, RefusesWhatIsNoRequest) {
   EXPECT_NE(answerFor({"org.one"}).find("org.one"), std::string::npos);
 }
 
-TEST_F(Service, ReadsTheCatalogueAgainAndKeepsTheLastGoodOne) {
+TEST_F(Service, ReloadsTheCatalogueAndKeepsTheLastValidOne) {
   EXPECT_NE(answerFor({"org.one"}).find("<version>2<"), std::string::npos);
   const auto replace = [this](const std::string& text) {
     folder_.write("next.json", text);
@@ -103,7 +103,7 @@ TEST_F(Service, ReadsTheCatalogueAgainAndKeepsTheLastGoodOne) {
     replace(damaged);
     EXPECT_NE(answerFor({"org.one"}).find("<version>3<"), std::string::npos) << damaged;
   }
-  EXPECT_NE(folder_.read("log").find("cannot use"), std::string::npos);
+  EXPECT_NE(folder_.read("log").find("cannot load"), std::string::npos);
 }
 
 TEST_F(Service, ServesFilesWithRangesAndTypes) {
@@ -126,7 +126,7 @@ TEST_F(Service, ServesFilesWithRangesAndTypes) {
   }
 }
 
-TEST_F(Service, NeverLeavesItsFolder) {
+TEST_F(Service, ServesNoFileOutsideItsFolder) {
   fs::create_directory_symlink(folder_.path(), folder_.file("files/up"));
   fs::create_directory_symlink("..", folder_.file("files/deep/over"));
   fs::create_symlink("../../secret.txt", folder_.file("files/deep/link"));
