@@ -90,6 +90,9 @@ TEST_F(DefaultsTest, LeaveTheOldFileWholeWhenAWriteFails) {
   EXPECT_THAT(diagnostics_, SizeIs(1));
   EXPECT_EQ(filesBeside(), 0) << "what a write left is removed, also by the next";
   EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
+  EXPECT_TRUE(defaults_.unsavedSince());
+  EXPECT_TRUE(save(two_));
+  EXPECT_FALSE(defaults_.unsavedSince());
 }
 
 TEST_F(DefaultsTest, FinishTheWriteUnderWayAndNoOther) {

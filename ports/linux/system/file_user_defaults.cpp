@@ -15,6 +15,7 @@
 
 #include "ports/linux/files/regular_file.h"
 #include "ports/linux/property_lists/property_list.h"
+#include "ports/posix/system_clock.h"
 
 namespace revwarden {
 namespace {
@@ -114,7 +115,7 @@ bool FileUserDefaults::synchronize() {
   const std::lock_guard lock(mutex_);
   if (!beginWrite()) return false;
   const bool written = writePending();
-  endWrite();
+  endWrite(written);
   return written;
 }
 
@@ -130,10 +131,20 @@ bool FileUserDefaults::beginWrite() {
   return isWriting_;
 }
 
-void FileUserDefaults::endWrite() {
+void FileUserDefaults::endWrite(bool written) {
   const std::lock_guard lock(writeMutex_);
   isWriting_ = false;
+  if (written) {
+    unsavedSince_.reset();
+  } else if (!unsavedSince_) {
+    unsavedSince_ = SystemClock().now();
+  }
   writeEnded_.notify_all();
+}
+
+std::optional<Date> FileUserDefaults::unsavedSince() const {
+  const std::lock_guard lock(writeMutex_);
+  return unsavedSince_;
 }
 
 bool FileUserDefaults::writePending() {

@@ -39,9 +39,13 @@ class FileUserDefaults : public UserDefaults {
   /// is left. Any thread.
   bool finishWritesAndClose(std::chrono::milliseconds limit);
 
+  /// When the first of the writes that failed since the last successful one failed; absent when the
+  /// file holds what was last set. Any thread; does not wait for a write.
+  std::optional<Date> unsavedSince() const;
+
  private:
   bool beginWrite();
-  void endWrite();
+  void endWrite(bool written);
   bool writePending();
   bool refresh();
   bool readRoot();
@@ -60,10 +64,11 @@ class FileUserDefaults : public UserDefaults {
   bool wasUnreadable_ = false;            // there is a file, and once it could not be read
   std::map<std::string, Dictionary, std::less<>> pending_;  // set, but not yet in the file
 
-  std::mutex writeMutex_;  // guards all below; taken last
+  mutable std::mutex writeMutex_;  // guards all below; taken last
   std::condition_variable writeEnded_;
   bool isWriting_ = false;
   bool isClosed_ = false;
+  std::optional<Date> unsavedSince_;
 };
 
 }  // namespace revwarden
