@@ -3,6 +3,7 @@
 #include "host/event_log.h"
 #include "host/json_values.h"
 #include "host/notices.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -11,7 +12,7 @@ class UserInterfaceProxy final : public HostAppProxy {
  public:
   explicit UserInterfaceProxy(EventLog& events) : events_(events) {}
 
-  void openRevwarden() override { events_.append("openRevwarden", "[]"); }
+  void openRevwarden() override { events_.append(events::kOpenRevwarden, "[]"); }
 
  private:
   EventLog& events_;
@@ -34,7 +35,7 @@ class ReportedRemovals final : public KQUninstallerAgent {
   explicit ReportedRemovals(EventLog& events) : events_(events) {}
 
   void addSilentRemoveBundleID(std::string_view bundleId) override {
-    events_.append("addSilentRemoveBundleID:", jsonList({jsonText(bundleId)}));
+    events_.append(events::kAddSilentRemove, jsonList({jsonText(bundleId)}));
   }
 
  private:
@@ -61,7 +62,8 @@ std::shared_ptr<HostAppProxy> AgentHost::hostAppProxyWithTargetId_protocol(
 
 void AgentHost::activateHostApp() {
   const bool started = hostAppPath_ && launch_(*hostAppPath_);
-  events_.append("activateHostApp", jsonList({jsonTextOrNull(hostAppPath_), jsonText(started)}));
+  events_.append(events::kActivateHostApp,
+                 jsonList({jsonTextOrNull(hostAppPath_), jsonText(started)}));
 }
 
 std::shared_ptr<NotificationTarget> AgentHost::notificationTarget() {

@@ -3,6 +3,7 @@
 #include "agent/kqrw_agent.h"
 #include "host/json_values.h"
 #include "host/rpc_parameters.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -16,11 +17,6 @@ std::string contents(const LiveRecords& records) {
   return jsonList(snapshots);
 }
 
-template <typename T>
-std::string textOrNull(const std::optional<T>& value) {
-  return value ? jsonText(*value) : kJsonNull;
-}
-
 /// An operation without a result.
 template <typename Operation>
 auto silent(Operation operation) {
@@ -31,53 +27,56 @@ auto silent(Operation operation) {
 }
 
 void addCatalogue(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
-  methods["items"] = taking<>([agent] { return contents(agent->items()); });
-  methods["itemsSnapshot"] = taking<>([agent] { return contents(agent->itemsSnapshot()); });
-  methods["itemSnapshotWithID:"] = taking<std::string>(
-      [agent](const std::string& id) { return textOrNull(agent->itemSnapshotWithID(id)); });
-  methods["setStarred:forItemWithId:"] =
+  methods[methods::kItems] = taking<>([agent] { return contents(agent->items()); });
+  methods[methods::kItemsSnapshot] = taking<>([agent] { return contents(agent->itemsSnapshot()); });
+  methods[methods::kItemSnapshotWithID] = taking<std::string>(
+      [agent](const std::string& id) { return jsonTextOrNull(agent->itemSnapshotWithID(id)); });
+  methods[methods::kSetStarred] =
       taking<bool, std::string>(silent([agent](bool starred, const std::string& id) {
         agent->setStarred_forItemWithId(starred, id);
       }));
-  methods["moveItemsWithIds:toBlackList:"] = taking<Ids, bool>(silent(
+  methods[methods::kMoveItemsToBlackList] = taking<Ids, bool>(silent(
       [agent](const Ids& ids, bool listed) { agent->moveItemsWithIds_toBlackList(ids, listed); }));
-  methods["itemWithIdIsInBlackList:"] = taking<std::string>(
+  methods[methods::kItemIsInBlackList] = taking<std::string>(
       [agent](const std::string& id) { return jsonText(agent->itemWithIdIsInBlackList(id)); });
 }
 
 void addPasses(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
-  methods["startFullRescan"] = taking<>(silent([agent] { agent->startFullRescan(); }));
-  methods["startUpdateApplicationsList"] =
+  methods[methods::kStartFullRescan] = taking<>(silent([agent] { agent->startFullRescan(); }));
+  methods[methods::kStartUpdateApplicationsList] =
       taking<>(silent([agent] { agent->startUpdateApplicationsList(); }));
-  methods["startUpdateInfoForItemsWithIDs:"] =
+  methods[methods::kStartUpdateInfo] =
       taking<Ids>(silent([agent](const Ids& ids) { agent->startUpdateInfoForItemsWithIDs(ids); }));
-  methods["updateIsInProgress"] =
+  methods[methods::kUpdateIsInProgress] =
       taking<>([agent] { return jsonText(agent->updateIsInProgress()); });
 }
 
 void addQueue(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
-  methods["startUpdateItemWithIDs:"] =
+  methods[methods::kStartUpdateItems] =
       taking<Ids>(silent([agent](const Ids& ids) { agent->startUpdateItemWithIDs(ids); }));
-  methods["cancelUpdateItemWithIDs:"] =
+  methods[methods::kCancelUpdateItems] =
       taking<Ids>(silent([agent](const Ids& ids) { agent->cancelUpdateItemWithIDs(ids); }));
-  methods["startUpdatePellmark"] = taking<>(silent([agent] { agent->startUpdatePellmark(); }));
-  methods["installerQueueIsInProgress"] =
+  methods[methods::kStartUpdatePellmark] =
+      taking<>(silent([agent] { agent->startUpdatePellmark(); }));
+  methods[methods::kInstallerQueueIsInProgress] =
       taking<>([agent] { return jsonText(agent->installerQueueIsInProgress()); });
-  methods["installerQueueCount"] =
+  methods[methods::kInstallerQueueCount] =
       taking<>([agent] { return jsonText(agent->installerQueueCount()); });
 }
 
 void addSettings(RpcMethods& methods, const std::shared_ptr<KQRWAgent>& agent) {
-  methods["showRevwardenNotifications"] =
+  methods[methods::kShowNotifications] =
       taking<>([agent] { return jsonText(agent->showRevwardenNotifications()); });
-  methods["setShowRevwardenNotifications:"] =
+  methods[methods::kSetShowNotifications] =
       taking<bool>(silent([agent](bool show) { agent->setShowRevwardenNotifications(show); }));
-  methods["updatesApplicationsFromAllLocalVolumes"] =
+  methods[methods::kUpdatesFromAllVolumes] =
       taking<>([agent] { return jsonText(agent->updatesApplicationsFromAllLocalVolumes()); });
-  methods["setUpdatesApplicationsFromAllLocalVolumes:"] = taking<bool>(
+  methods[methods::kSetUpdatesFromAllVolumes] = taking<bool>(
       silent([agent](bool all) { agent->setUpdatesApplicationsFromAllLocalVolumes(all); }));
-  methods["totalUpdatesCount"] = taking<>([agent] { return jsonText(agent->totalUpdatesCount()); });
-  methods["lastFireDate"] = taking<>([agent] { return textOrNull(agent->lastFireDate()); });
+  methods[methods::kTotalUpdatesCount] =
+      taking<>([agent] { return jsonText(agent->totalUpdatesCount()); });
+  methods[methods::kLastFireDate] =
+      taking<>([agent] { return jsonTextOrNull(agent->lastFireDate()); });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "host/diagnostics.h"
 #include "host/event_log.h"
 #include "host/json_values.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -37,7 +38,7 @@ void HostLog::write(const char* channel, std::string_view format, const Argument
   for (const auto& argument : arguments) {
     texts.push_back(jsonText(argument ? shortened(*argument) : "(null)"));
   }
-  events_.append("log",
+  events_.append(events::kLog,
                  jsonList({jsonText(channel), jsonText(line), jsonText(format), jsonList(texts)}));
 }
 

@@ -1,25 +1,33 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "base/value.h"
 #include "host/json_rpc.h"
 
 namespace revwarden {
 
 class EventLog;
 class Notices;
+class OutcomeEvents;
 
-/// What the host's own methods tell of it.
-struct HostFacts {
+/// What the host's own methods report and act on. The references must outlive the methods.
+struct HostParts {
   std::string pluginVersion;
-  std::vector<std::string> searchFolders;  // full paths, also of folders that do not exist
+  std::vector<std::string> searchFolders;  // full paths; they need not exist
+  Notices& notices;
+  EventLog& events;
+  const OutcomeEvents& outcomes;
+  std::function<std::optional<Date>()> unsavedSince;   // absent while all settings are on disk
+  std::function<std::vector<std::string>()> openJobs;  // ids of requests without an outcome yet
+  std::function<void()> deliverWake;                   // the machine woke up
 };
 
-/// Adds the host's own methods of the socket, "host.version" and so on. They are to be called on
-/// the main thread; `deliverWake` tells the agent that the machine woke.
-void addHostMethods(RpcMethods& methods, const HostFacts& facts, Notices& notices, EventLog& events,
-                    std::function<void()> deliverWake);
+/// Adds the host's own methods of the socket, `host.version` and so on. They run on the main
+/// thread.
+void addHostMethods(RpcMethods& methods, HostParts parts);
 
 }  // namespace revwarden

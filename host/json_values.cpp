@@ -97,10 +97,6 @@ std::string jsonText(const Value& value) {
   return out;
 }
 
-std::string jsonTextOrNull(const std::optional<std::string>& text) {
-  return text ? jsonText(*text) : kJsonNull;
-}
-
 std::string jsonList(const std::vector<std::string>& elements) {
   std::string out = "[";
   for (const std::string& element : elements) {
@@ -108,6 +104,15 @@ std::string jsonList(const std::vector<std::string>& elements) {
     out += element;
   }
   return out += ']';
+}
+
+std::string jsonObject(const std::vector<JsonMember>& members) {
+  std::string out = "{";
+  for (const JsonMember& member : members) {
+    if (out.size() > 1) out += ',';
+    out.append("\"").append(member.key).append("\":").append(member.value);
+  }
+  return out += '}';
 }
 
 std::string jsonList(const std::vector<Dictionary>& records) {

@@ -19,11 +19,21 @@ inline constexpr char kJsonNull[] = "null";
 /// A value as JSON: dates in RFC 3339 (`rfc3339`), data in base64, everything else as itself.
 std::string jsonText(const Value& value);
 
-/// The same for a text that may be missing.
-std::string jsonTextOrNull(const std::optional<std::string>& text);
+/// The same for a value that may be absent, which is null.
+template <typename T>
+std::string jsonTextOrNull(const std::optional<T>& value) {
+  return value ? jsonText(*value) : kJsonNull;
+}
 
-/// A JSON list of texts that are JSON already.
+/// A JSON list of elements that are JSON already.
 std::string jsonList(const std::vector<std::string>& elements);
+
+/// A JSON object with these members, in this order; each value is JSON already.
+struct JsonMember {
+  const char* key;
+  std::string value;
+};
+std::string jsonObject(const std::vector<JsonMember>& members);
 
 /// A JSON list of records.
 std::string jsonList(const std::vector<Dictionary>& records);

@@ -37,8 +37,15 @@ int serve(const Options& options, PlatformObjects& objects, SocketClaim& claim) 
   plugin.agent->setDelegate(delegate);
 
   RpcMethods methods = agentMethods(plugin.agent);
-  addHostMethods(methods, {plugin.version, options.applications}, objects.notices, objects.events,
-                 [&objects] { objects.wake->deliver(); });
+  addHostMethods(methods,
+                 {.pluginVersion = plugin.version,
+                  .searchFolders = options.applications,
+                  .notices = objects.notices,
+                  .events = objects.events,
+                  .outcomes = objects.outcomes,
+                  .unsavedSince = [&objects] { return objects.userDefaults.unsavedSince(); },
+                  .openJobs = [] { return std::vector<std::string>(); },
+                  .deliverWake = [&objects] { objects.wake->deliver(); }});
   FileDescriptor listener = claim.listen(error);
   if (!listener) return fail(error);
   const auto socket = ControlSocket::create(

@@ -8,6 +8,7 @@
 #include "host/event_log.h"
 #include "host/json_values.h"
 #include "platform/run_loop.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -18,20 +19,21 @@ std::optional<std::string> iconText(const HostNotification& notice) {
 }
 
 std::string description(NoticeId id, const HostNotification& notice) {
-  return "{\"id\":" + std::to_string(id) + ",\"text\":" + jsonTextOrNull(notice.text) +
-         ",\"icon\":" + jsonTextOrNull(iconText(notice)) +
-         ",\"liveTime\":" + (notice.liveTime ? jsonText(*notice.liveTime) : kJsonNull) +
-         ",\"button1Text\":" + jsonTextOrNull(notice.button1Text) +
-         ",\"button1Action\":" + jsonTextOrNull(notice.button1Action) +
-         ",\"button2Text\":" + jsonTextOrNull(notice.button2Text) +
-         ",\"userInfo\":" + (notice.userInfo ? jsonText(*notice.userInfo) : kJsonNull) + "}";
+  return jsonObject({{"id", std::to_string(id)},
+                     {"text", jsonTextOrNull(notice.text)},
+                     {"icon", jsonTextOrNull(iconText(notice))},
+                     {"liveTime", jsonTextOrNull(notice.liveTime)},
+                     {"button1Text", jsonTextOrNull(notice.button1Text)},
+                     {"button1Action", jsonTextOrNull(notice.button1Action)},
+                     {"button2Text", jsonTextOrNull(notice.button2Text)},
+                     {"userInfo", jsonTextOrNull(notice.userInfo)}});
 }
 
 }  // namespace
 
 void Notices::show(const HostNotification& notice) {
   const NoticeId id = open(notice);
-  events_.append("showNotification:", jsonList({description(id, notice)}));
+  events_.append(events::kShowNotification, jsonList({description(id, notice)}));
   if (!display_) return;
   mainLoop_.post([this, id, notice] {
     if (isOpen(id)) display_->show(id, notice);

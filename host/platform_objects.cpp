@@ -7,12 +7,13 @@
 #include "host/installation.h"
 #include "host/json_values.h"
 #include "ports/linux/processes/launch_application.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
 
 void reportExchange(EventLog& events, const ExchangeEnd& end) {
-  events.append("updateService",
+  events.append(events::kUpdateService,
                 jsonList({jsonText(end.address), jsonText(int64_t{end.status}),
                           jsonText(end.bytesReceived), jsonTextOrNull(end.error)}));
 }
@@ -20,27 +21,27 @@ void reportExchange(EventLog& events, const ExchangeEnd& end) {
 LinuxWorkspace::Reports workspaceReports(EventLog& events) {
   return {.opened =
               [&events](std::string_view url, bool opened) {
-                events.append("openURL:", jsonList({jsonText(url), jsonText(opened)}));
+                events.append(events::kOpenURL, jsonList({jsonText(url), jsonText(opened)}));
               },
           .selected =
               [&events](std::string_view path, std::string_view root, bool selected) {
-                events.append("selectFile:inFileViewerRootedAtPath:",
+                events.append(events::kSelectFile,
                               jsonList({jsonText(path), jsonText(root), jsonText(selected)}));
               }};
 }
 
 LinuxHelperManager::Reports helperReports(EventLog& events) {
-  return {
-      .asked =
-          [&events](std::string_view prompt, bool granted) {
-            events.append("rootTaskWithPrompt:", jsonList({jsonText(prompt), jsonText(granted)}));
-          },
-      .ended =
-          [&events](std::string_view selector, const Array& arguments,
-                    const std::optional<std::string>& error) {
-            events.append("rootTask", jsonList({jsonText(selector), jsonText(arguments),
-                                                jsonTextOrNull(error)}));
-          }};
+  return {.asked =
+              [&events](std::string_view prompt, bool granted) {
+                events.append(events::kRootTaskWithPrompt,
+                              jsonList({jsonText(prompt), jsonText(granted)}));
+              },
+          .ended =
+              [&events](std::string_view selector, const Array& arguments,
+                        const std::optional<std::string>& error) {
+                events.append(events::kRootTask, jsonList({jsonText(selector), jsonText(arguments),
+                                                           jsonTextOrNull(error)}));
+              }};
 }
 
 }  // namespace
@@ -72,6 +73,7 @@ PlatformObjects::PlatformObjects(const Options& options, std::unique_ptr<GLibRun
       temporary(std::move(temporaryFolder)),
       mainLoop(std::move(loop)),
       events(*mainLoop, diagnostics),
+      outcomes(events),
       notices(events, *mainLoop),
       log(events),
       userDefaults(options.state + "/defaults.plist",

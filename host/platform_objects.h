@@ -10,6 +10,7 @@
 #include "host/host_log.h"
 #include "host/notices.h"
 #include "host/options.h"
+#include "host/outcome_events.h"
 #include "platform/platform.h"
 #include "ports/linux/bundles/linux_bundles.h"
 #include "ports/linux/desktop/linux_workspace.h"
@@ -48,8 +49,9 @@ struct PlatformObjects {
   const Diagnostics diagnostics;
   const TemporaryFolder temporary;
   const std::unique_ptr<GLibRunLoop> mainLoop;
-  EventLog events;  // depends-on: mainLoop, diagnostics
-  Notices notices;  // depends-on: events, mainLoop
+  EventLog events;         // depends-on: mainLoop, diagnostics
+  OutcomeEvents outcomes;  // depends-on: events
+  Notices notices;         // depends-on: events, mainLoop
   DetachedThreads threads;
   SystemClock clock;
   HostLog log;  // depends-on: events
