@@ -59,9 +59,9 @@ std::string asBinary(const std::string& xml) {
 }  // namespace
 
 BundleFolder::BundleFolder(size_t count) {
-  // Not below the temporary folder: applications there are never catalogued.
+  // Not in the temporary folder: the agent excludes applications there.
   std::string pattern = "/var/tmp/bench-revwarden.XXXXXX";
-  if (!mkdtemp(pattern.data())) throw std::runtime_error("no folder for the bundles");
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot create a folder for the bundles");
   path_ = pattern;
   for (size_t i = 0; i < count; ++i) {
     const std::string bundle = path_ + "/Application " + std::to_string(i) + ".app";

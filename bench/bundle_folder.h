@@ -5,16 +5,18 @@
 
 namespace revwarden::bench {
 
-/// A folder of `count` application bundles made for measuring, removed with this object. Their
-/// Info.plists look like those of shipped applications: some kilobytes of document types and keys
-/// that nobody here asks for, every fourth in the binary form.
+/// A folder with generated application bundles, removed with this object. Each Info.plist resembles
+/// that of a shipped application: some kilobytes with document types and keys that the agent does
+/// not read. Every fourth one is binary.
 class BundleFolder {
  public:
+  /// Creates `count` bundles. Throws std::runtime_error if it cannot create the folder.
   explicit BundleFolder(size_t count);
   ~BundleFolder();
   BundleFolder(const BundleFolder&) = delete;
   BundleFolder& operator=(const BundleFolder&) = delete;
 
+  /// The folder, and the full path of each bundle in it.
   const std::string& path() const { return path_; }
   const std::vector<std::string>& bundles() const { return bundles_; }
 

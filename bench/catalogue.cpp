@@ -1,4 +1,4 @@
-// How long finding and replacing a record takes, from a small catalogue to a large one.
+// Measures finding and replacing a record in catalogues of different sizes.
 #include <benchmark/benchmark.h>
 
 #include <memory>
@@ -24,7 +24,7 @@ struct Filled {
                        {kKQRWCurrentVersionKey, "1.0"}});
       catalogue.appendItem(items.back());
     }
-    // A hundred records, spread over the catalogue, are asked for in turn.
+    // The benchmarks look up these hundred records in turn.
     std::mt19937 random(1);
     for (int i = 0; i < 100; ++i) asked.push_back(items[random() % items.size()]);
     for (const Dictionary& item : asked) ids.push_back(*item.stringFor(kKQRWIDKey));

@@ -1,6 +1,6 @@
-// bench_download URL FILE: one download as an update job makes it, for bench/download. Prints the
-// number of progress reports, of which there is at most one in 0.04 seconds, the number of turns,
-// and the peak memory in KiB.
+// bench_download URL FILE: downloads a file as an update job does, for bench/download. Prints the
+// number of progress reports (at most one in 0.04 seconds), the number of turns, and the peak
+// memory in KiB.
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -11,7 +11,7 @@
 namespace revwarden::bench {
 namespace {
 
-// Not ru_maxrss, which counts what the parent had before the program was executed.
+// In KiB. Not ru_maxrss, which includes the memory of the parent process before exec.
 long peakMemory() {
   std::ifstream status("/proc/self/status");
   std::string word;

@@ -11,10 +11,11 @@
 #include "ports/posix/system_clock.h"
 #include "tests/fakes/fake_platform.h"
 
-// Threads that cost nothing, so that a measurement sees the agent's own work: everything runs at
-// once on the measuring thread.
+// A platform without threads, so that a benchmark measures only the work of the agent: everything
+// runs immediately on the calling thread.
 namespace revwarden::bench {
 
+/// A main loop that runs posted calls immediately.
 struct InlineLoop final : RunLoop {
   bool isMainThread() const override { return true; }
   void post(std::function<void()> call) override { call(); }
@@ -23,6 +24,7 @@ struct InlineLoop final : RunLoop {
   std::unique_ptr<Timer> addTimer(Date, std::function<void()>) override { return nullptr; }
 };
 
+/// Runs the body of a thread on the calling thread.
 struct InlineThreads final : Threads {
   bool detachNewThread(std::function<void()> body) override {
     body();
@@ -30,7 +32,7 @@ struct InlineThreads final : Threads {
   }
 };
 
-/// The real disk and clock over threads that cost nothing; the rest is in memory.
+/// The real file system and clock; everything else is in memory.
 struct InlinePlatform {
   InlineLoop loop;
   InlineThreads threads;
@@ -39,6 +41,7 @@ struct InlinePlatform {
   LinuxBundles bundles{"1.0", std::nullopt};
   FakePlatform memory;
 
+  /// Returns the platform with these four objects. All must outlive its users.
   Platform with(UserDefaults& userDefaults, KQSystemInformation& machine,
                 KQProductInformation& product, URLConnection& connection) {
     return {.mainLoop = loop,

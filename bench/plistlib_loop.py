@@ -1,4 +1,4 @@
-"""Reads the Info.plist of every bundle in a folder; prints the milliseconds of each of five runs."""
+"""Reads the Info.plist of every bundle in a folder five times; prints the milliseconds of each."""
 import os
 import plistlib
 import sys

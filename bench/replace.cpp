@@ -1,5 +1,5 @@
-// bench_replace ZIP UNPACKED NAME APPLICATION: replaces the application as an update job does, by
-// the one of that name in the archive, and prints the milliseconds of unpacking and of the rest.
+// bench_replace ZIP UNPACKED NAME APPLICATION: replaces APPLICATION with NAME from the archive as
+// an update job does. Prints the milliseconds for unpacking and for the rest.
 #include <chrono>
 #include <cstdio>
 #include <optional>

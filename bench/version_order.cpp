@@ -1,8 +1,8 @@
-// How well the order of versions fits real upgrades.
+// Checks the order of versions against real upgrades.
 //
-// Reads a file of upgrades (the installed version, a tab, the one that replaced it; one a line) and
-// prints which share of the lines ascends, is equal and descends: for the even lines, the odd lines
-// and all. With --list it prints the lines that do not ascend, too.
+// Reads a file with one upgrade a line (old version, tab, new version). Prints how many lines
+// ascend, are equal and descend, for the even lines, the odd lines and all. --list also prints
+// every line that does not ascend.
 
 #include <array>
 #include <cstdio>
