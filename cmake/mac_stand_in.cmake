@@ -1,5 +1,5 @@
-# Lets the build for a Mac be configured, not built, where there is none: cmake -C this-file ...
-# So what it would compile, link and lay out can be looked at, and stays free of mistakes in CMake.
+# Configures the build for a Mac on another system (it cannot be built): cmake -C this-file ...
+# Finds mistakes in the CMake files and shows what would be compiled, linked and laid out.
 set(CMAKE_SYSTEM_NAME Darwin CACHE STRING "")
 set(CMAKE_OSX_SYSROOT / CACHE PATH "")
 find_program(CMAKE_INSTALL_NAME_TOOL true)

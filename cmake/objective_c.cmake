@@ -1,11 +1,11 @@
-# Objective-C with Foundation and AppKit: the system's on a Mac, elsewhere GNUstep's when it is
-# installed. Sets REVWARDEN_OBJC, and then brings the target revwarden_cocoa: to be linked by every
-# target with Objective-C sources.
+# Finds Objective-C with Foundation and AppKit: the system's on a Mac, elsewhere GNUstep's if it is
+# installed. Sets REVWARDEN_OBJC to whether there is one. If so, defines the target revwarden_cocoa,
+# which every target with Objective-C sources links.
 if(APPLE)
   set(REVWARDEN_OBJC ON)
 else()
   find_program(GNUSTEP_CONFIG gnustep-config)
-  # Sanitizers report inside GNUstep, whatever is built on it.
+  # Under sanitizers GNUstep itself reports errors, so they exclude each other.
   if(GNUSTEP_CONFIG AND NOT REVWARDEN_SANITIZE)
     set(REVWARDEN_OBJC ON)
   else()
@@ -17,20 +17,20 @@ if(NOT REVWARDEN_OBJC)
   return()
 endif()
 
-if(NOT APPLE)  # GNUstep here runs on the runtime of GCC
+if(NOT APPLE)  # Debian builds GNUstep for the Objective-C runtime of GCC
   find_program(CMAKE_OBJC_COMPILER gcc)
   find_program(CMAKE_OBJCXX_COMPILER g++)
 endif()
 enable_language(OBJC OBJCXX)
 add_library(revwarden_cocoa INTERFACE)
-# CMake does not set the language level with every compiler; and a method cannot leave out the name of
-# a parameter.
+# CMake does not set the language level for every compiler. Unused parameters are allowed because a
+# method has to name all of them.
 target_compile_options(revwarden_cocoa INTERFACE
   $<$<COMPILE_LANGUAGE:OBJC>:-std=gnu11>
   $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>
   $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-Wno-unused-parameter>)
 if(APPLE)
-  # Ownership is counted by hand, which both tool chains understand.
+  # Manual reference counting: GCC has no ARC.
   target_compile_options(revwarden_cocoa INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fno-objc-arc>)
   target_link_libraries(revwarden_cocoa INTERFACE
@@ -41,13 +41,13 @@ else()
   execute_process(COMMAND ${GNUSTEP_CONFIG} --gui-libs OUTPUT_VARIABLE objc_libraries
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   if(objc_flags STREQUAL "" OR objc_libraries STREQUAL "")
-    message(FATAL_ERROR "${GNUSTEP_CONFIG} says nothing; it needs make")
+    message(FATAL_ERROR "${GNUSTEP_CONFIG} prints no flags; install make, which it needs")
   endif()
   separate_arguments(objc_flags UNIX_COMMAND "${objc_flags}")
   separate_arguments(objc_libraries UNIX_COMMAND "${objc_libraries}")
   list(FILTER objc_flags EXCLUDE REGEX "^-(g|O.*|MMD|MP|I.*|W.*)$")
   list(FILTER objc_libraries INCLUDE REGEX "^-l|^-pthread$|^-rdynamic$")
-  # The blocks inside GNUstep's classes are types without linkage.
+  # GNUstep's headers use types without linkage (blocks) in classes.
   target_compile_options(revwarden_cocoa INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:${objc_flags}>
     $<$<COMPILE_LANGUAGE:OBJCXX>:-Wno-subobject-linkage>)

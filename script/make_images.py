@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Makes the files in which applications are delivered, of a folder's contents.
+"""Packs the contents of a folder into a file as vendors deliver applications.
 
-  make_images.py zip FOLDER OUT      an archive (needs zip)
+  make_images.py zip FOLDER OUT      a zip archive (needs zip)
   make_images.py iso FOLDER OUT      an ISO 9660 image with Rock Ridge (needs xorriso)
   make_images.py hfs FOLDER OUT      an HFS+ volume
-  make_images.py dmg FOLDER... OUT   a compressed disk image with such a volume for each folder
+  make_images.py dmg FOLDER... OUT   a compressed disk image with one HFS+ volume for each folder
 
-Volumes are named after their folder.
+A volume is named after its folder.
 """
 
 import bz2
@@ -24,6 +24,7 @@ COPY, ZLIB, BZIP2, END = 0x00000001, 0x80000005, 0x80000006, 0xFFFFFFFF
 
 
 def make_iso(folder, out, *more):
+    """Writes an ISO 9660 image of the folder; `more` are further options of mkisofs."""
     name = os.path.basename(os.path.abspath(folder))
     made = subprocess.run(["xorriso", "-report_about", "WARNING", "-as", "mkisofs", "-quiet", "-R",
                            *more, "-V", name, "-o", out, folder], check=False, text=True,
@@ -33,7 +34,7 @@ def make_iso(folder, out, *more):
 
 
 def hfs_volume(folder):
-    """The HFS+ partition of a hybrid image, which its partition map tells."""
+    """Returns the bytes of an HFS+ volume: the partition that xorriso puts into a hybrid image."""
     with tempfile.NamedTemporaryFile() as hybrid:
         make_iso(folder, hybrid.name, "-hfsplus")
         image = hybrid.read()
@@ -45,15 +46,17 @@ def hfs_volume(folder):
 
 
 def checksum(data):
+    """Returns the checksum field of a disk image: type (CRC-32), length in bits, value, padding."""
     return struct.pack(">III", 2, 32, zlib.crc32(data)) + bytes(124)
 
 
 def block_table(partition, first_sector, number, data_fork):
-    """The table of a partition, whose packed chunks go to the end of the data fork."""
+    """Appends the chunks of a partition to the data fork and returns the table that locates them."""
     chunks = []
     for start in range(0, len(partition), CHUNK):
         chunk = partition[start:start + CHUNK]
-        # By every method in turn; what does not shrink stands as it is.
+        # Alternate between the methods, so that readers are tested with each. A chunk that does not
+        # shrink is stored uncompressed.
         method, data = ((BZIP2, bz2.compress(chunk)) if len(chunks) % 2 else
                         (ZLIB, zlib.compress(chunk)))
         method, data = (method, data) if len(data) < len(chunk) else (COPY, chunk)
@@ -68,6 +71,7 @@ def block_table(partition, first_sector, number, data_fork):
 
 
 def make_dmg(folders, out):
+    """Writes a compressed disk image: data fork, property list with the block tables, trailer."""
     data_fork, tables, sums, sectors = bytearray(), [], b"", 0
     for number, folder in enumerate(folders):
         volume = hfs_volume(folder)
