@@ -11,8 +11,8 @@
 
 namespace revwarden {
 
-/// Sends the agent's events to an Objective-C delegate, which it retains: a proxy that does not
-/// retain in its turn. Lives no longer than the Objective-C agent.
+/// Sends the agent's events to an Objective-C delegate. Retains it, which is safe because it is a
+/// weak proxy. Must not outlive `agent`.
 class DelegateEvents final : public KQRWAgentDelegate {
  public:
   DelegateEvents(::KQRWAgent* agent, id<KQRWAgentDelegate> delegate)

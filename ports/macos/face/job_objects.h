@@ -10,8 +10,8 @@ namespace revwarden {
 
 class KQRWAppUpdater;
 
-/// A new Objective-C object that stands for a job as the target of a notice. It lives until the
-/// process ends, and keeps the host product's job alive. Any thread.
+/// Returns a new Objective-C object that represents `job` as the target of a notice. It lives until
+/// the process ends. If `job` is the host product's, the object keeps it alive. Any thread.
 ::KQRWAppUpdater* objectForJob(const std::shared_ptr<KQRWAppUpdater>& job);
 
 }  // namespace revwarden

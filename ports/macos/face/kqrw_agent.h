@@ -7,11 +7,10 @@
 
 /// The principal class of the plug-in.
 ///
-/// Creating an instance loads the settings and starts the first refresh of the catalogue; the host
-/// keeps it for the life of the process, or lets it go on the main thread: a pass or a job that
-/// runs then goes on to its end, and nobody hears of it. Requests come on the main thread unless an
-/// operation says otherwise. Records (kqrw_constants.h) are immutable snapshots: changing a record
-/// goes through the operations. An unknown id is no error.
+/// `init` loads the settings and starts the first refresh of the catalogue. Release the object on
+/// the main thread; a running pass or job then continues to its end without sending events. Call
+/// every method on the main thread unless it says otherwise. Records (kqrw_constants.h) are
+/// immutable snapshots. An unknown id is ignored.
 KQRW_EXPORTED_CLASS
 @interface KQRWAgent : NSObject {
  @private
@@ -19,65 +18,68 @@ KQRW_EXPORTED_CLASS
   id delegate;
 }
 
-/// The proxy that stands for the delegate; nil before the first `setDelegate:`.
+/// Returns a proxy of the delegate; nil before the first `setDelegate:`.
 - (id<KQRWAgentDelegate>)delegate;
-/// Events go to `object`, which is not retained: set another one, or nil, before it goes.
+/// Sends events to `object` from now on. It is not retained: set nil before you release it.
 - (void)setDelegate:(id<KQRWAgentDelegate>)object;
 
-// The catalogue. Reading it: any thread.
+// The catalogue. Methods that only read it: any thread.
 
-/// The records that hold an answer of the update service, in catalogue order.
+/// Returns the records with an answer of the update service, in catalogue order.
 - (NSArray*)items;
-/// All records, in catalogue order.
+/// Returns all records, in catalogue order.
 - (NSArray*)itemsSnapshot;
-/// nil when no record has this id.
+/// Returns the record with this id, nil if there is none.
 - (NSDictionary*)itemSnapshotWithID:(NSString*)identifier;
-/// Stars or unstars the record, saves and tells the delegate, also when nothing changed.
+/// Stars or unstars the record, saves and notifies the delegate, even if nothing changed.
 - (void)setStarred:(BOOL)starred forItemWithId:(NSString*)identifier;
-/// Puts the records on the black list or takes them off, saves once and sends one event.
+/// Adds the records to the black list or removes them from it, saves once and sends one event.
 - (void)moveItemsWithIds:(NSArray*)identifiers toBlackList:(BOOL)listed;
+/// Returns NO for an unknown id.
 - (BOOL)itemWithIdIsInBlackList:(NSString*)identifier;
 
-// Background passes. A request that finds one running is dropped.
+// Background passes. A request is ignored while a pass is running.
 
-/// Forgets when records were last checked, refreshes the list and asks the service; an answer that
-/// cannot be read is shown to the user.
+/// Clears the dates of the last check, refreshes the list and asks the service. Shows the user a
+/// notice if the answer is invalid.
 - (void)startFullRescan;
-/// Brings the catalogue in line with the disk and asks the service when anything is new.
+/// Brings the catalogue in line with the disk, and asks the service if anything is new.
 - (void)startUpdateApplicationsList;
-/// Reads the named applications again.
+/// Reads these applications again.
 - (void)startUpdateInfoForItemsWithIDs:(NSArray*)identifiers;
-/// Whether a pass is running. Any thread.
+/// Returns YES while a pass is running. Any thread.
 - (BOOL)updateIsInProgress;
 
 // The install queue. It runs one update job at a time.
 
-/// Queues an update of each of these applications. May ask the user for administrator rights, once,
-/// and waits for the answer.
+/// Queues an update of each application. Asks the user for administrator rights, at most once, if
+/// they are needed, and waits for the answer.
 - (void)startUpdateItemWithIDs:(NSArray*)identifiers;
-/// Takes the updates of these applications out of the queue. A running installation first ends the
-/// step that it is at; meanwhile the main run loop is served here.
+/// Removes the updates of these applications from the queue. A running installation first finishes
+/// its current step; until then this method runs the main run loop.
 - (void)cancelUpdateItemWithIDs:(NSArray*)identifiers;
 /// Queues the update of the host product, if it is in the catalogue.
 - (void)startUpdatePellmark;
+/// Returns YES while the queue has a job.
 - (BOOL)installerQueueIsInProgress;
-/// The number of jobs in the queue, the running one included.
+/// Returns the number of jobs in the queue, including the running one.
 - (int64_t)installerQueueCount;
 
-// Settings. Setting a new value saves; an equal one does nothing. Getters: any thread.
+// Settings. A setter saves if the value differs. Getters: any thread.
 
-/// Whether the user is told of new versions.
+/// Whether the user is notified of new versions.
 - (BOOL)showRevwardenNotifications;
 - (void)setShowRevwardenNotifications:(BOOL)show;
-/// Whether applications on other volumes than the system's are catalogued, from the next refresh.
+/// Whether the catalogue includes applications on other volumes than the system's. A change takes
+/// effect with the next refresh.
 - (BOOL)updatesApplicationsFromAllLocalVolumes;
 - (void)setUpdatesApplicationsFromAllLocalVolumes:(BOOL)all;
-/// When the last check ended; nil: the next is due now.
+/// Returns when the last check ended; nil if the next one is due now.
 - (NSDate*)lastFireDate;
-/// How many updates were installed, ever.
+/// Returns how many updates have been installed in total.
 - (int64_t)totalUpdatesCount;
 
-/// Has the host's user interface show the Revwarden window.
+/// Asks the host's user interface to show the Revwarden window.
 - (void)openRevwarden;
 
 @end

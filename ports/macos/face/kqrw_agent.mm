@@ -27,9 +27,10 @@ struct KQRWAgentCore {
 
 namespace {
 
-// A protocol that nobody speaks of is not there by name at run time.
+// A protocol that is not referenced is missing at run time.
 [[maybe_unused]] Protocol* const kJobDelegate = @protocol(KQRWAppInstallerDelegate);
 
+// Returns the Objective-C object that acts for the target of a notice.
 id targetObject(const AgentReference& reference,
                 const std::shared_ptr<revwarden::NotificationTarget>& target) {
   if (std::dynamic_pointer_cast<PrincipalAgent>(target)) return reference.agent;
@@ -45,7 +46,7 @@ KQRWAgentCore* makeCore(KQRWAgent* agent) {
   return new KQRWAgentCore{reference, PrincipalAgent::create(std::move(platform)), nullptr};
 }
 
-// For requests: whom they tell may let the agent go.
+// Requests hold the agent: their events may release it.
 std::shared_ptr<PrincipalAgent> held(const KQRWAgentCore* core) {
   return core->agent;
 }
@@ -67,7 +68,7 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
   return self;
 }
 
-// The proxy is not released: whoever asked for it may be using it still.
+// Intentional: the proxy is not released, because a caller of `delegate` may still use it.
 - (void)dealloc {
   if (core) core->reference->agent = nil;
   delete core;
@@ -79,7 +80,7 @@ NSArray* contentsOf(const revwarden::LiveRecords& records) {
 }
 
 - (void)setDelegate:(id<KQRWAgentDelegate>)object {
-  [delegate autorelease];  // it may be the object, too
+  [delegate autorelease];  // not release: `object` may be this proxy
   delegate = [(KQWeakProxy*)[KQWeakProxy alloc] initWithObject:object];
   core->events = object ? std::make_shared<DelegateEvents>(self, delegate) : nullptr;
   core->agent->setDelegate(core->events);

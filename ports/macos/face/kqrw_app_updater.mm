@@ -9,7 +9,8 @@
 
 struct KQRWAppUpdaterCore {
   std::weak_ptr<revwarden::KQRWAppUpdater> job;
-  std::shared_ptr<revwarden::KQRWAppUpdater> kept;  // null unless a notice may still act on it
+  std::shared_ptr<revwarden::KQRWAppUpdater>
+      kept;  // only for the host product: its notice has a button
 };
 
 @interface KQRWAppUpdater ()
@@ -32,7 +33,7 @@ NSString* textOrNil(const std::optional<std::string>& text) {
   return self;
 }
 
-// Only the agent makes them.
+// Only the agent creates jobs.
 - (id)init {
   [self release];
   return nil;
@@ -94,12 +95,12 @@ NSString* textOrNil(const std::optional<std::string>& text) {
 
 namespace revwarden {
 
-// Notices neither retain their target nor tell when they are gone: so the object stays, and with it
-// the one kind of job whose notice has a button that does something.
+// Intentional: the object is never released. A notice does not retain its target and does not
+// report when it closes.
 ::KQRWAppUpdater* objectForJob(const std::shared_ptr<KQRWAppUpdater>& job) {
-  const bool isOfHost = std::dynamic_pointer_cast<KQRWPellmarkUpdater>(job) != nullptr;
-  const Class kind = isOfHost ? [::KQRWPellmarkUpdater class] : [::KQRWAppUpdater class];
-  return [[kind alloc] initWithCore:new KQRWAppUpdaterCore{job, isOfHost ? job : nullptr}];
+  const bool isHostProduct = std::dynamic_pointer_cast<KQRWPellmarkUpdater>(job) != nullptr;
+  const Class kind = isHostProduct ? [::KQRWPellmarkUpdater class] : [::KQRWAppUpdater class];
+  return [[kind alloc] initWithCore:new KQRWAppUpdaterCore{job, isHostProduct ? job : nullptr}];
 }
 
 }  // namespace revwarden

@@ -4,7 +4,7 @@
 
 #import "ports/macos/face/kqrw_export.h"
 
-// Texts that the agent shares with the host's user interface. Their meanings stand in
+// Constants that the agent shares with the host's user interface. They are documented in
 // catalogue/record_keys.h, catalogue/version_info_keys.h and catalogue/update_methods.h.
 
 #ifdef __cplusplus
@@ -31,7 +31,7 @@ KQRW_EXPORT extern NSString* const kKQRWInstallerResourcesPathKey;
 KQRW_EXPORT extern NSString* const kKQRWItemStatusKey;
 KQRW_EXPORT extern NSString* const kKQRWItemUpToDateKey;
 
-// Keys of an answer of the update service about one application, all of whose values are strings.
+// Keys of the update service's answer for one application. All values are strings.
 KQRW_EXPORT extern NSString* const kKQRWINameKey;
 KQRW_EXPORT extern NSString* const kKQRWIVersionKey;
 KQRW_EXPORT extern NSString* const kKQRWIOSKey;
@@ -50,7 +50,7 @@ KQRW_EXPORT extern NSString* const kKQRWIFileSizeByteNumberKey;
 KQRW_EXPORT extern NSString* const kKQRWIUpdateMethodKey;
 KQRW_EXPORT extern NSString* const kKQRWIBundleIDKey;
 
-// What an update job does with an update.
+// Update methods: what a job does with an update.
 KQRW_EXPORT extern NSString* const kKQRWUpdateMethodAuto;
 KQRW_EXPORT extern NSString* const kKQRWUpdateMethodDownloadAndReveal;
 KQRW_EXPORT extern NSString* const kKQRWUpdateMethodDownloadAndMount;

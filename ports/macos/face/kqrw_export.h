@@ -1,6 +1,6 @@
 #pragma once
 
-// What others may link to. GCC exports classes by itself, and takes no attribute for them.
+// Marks what the bundle exports. GCC exports every class and accepts no attribute on one.
 #define KQRW_EXPORT __attribute__((visibility("default")))
 #ifdef __clang__
 #define KQRW_EXPORTED_CLASS KQRW_EXPORT
