@@ -26,12 +26,7 @@ std::optional<URLDownloadError> DownloadedFile::create(const std::string& path) 
 }
 
 std::optional<URLDownloadError> DownloadedFile::write(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(file_.get(), bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return error("Cannot write", errno);
-    bytes.remove_prefix(static_cast<size_t>(count));
-  }
+  if (!writeBytes(file_.get(), bytes)) return error("Cannot write", errno);
   return std::nullopt;
 }
 

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "ports/posix/file_descriptor.h"
-#include "ports/posix/pipe.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {

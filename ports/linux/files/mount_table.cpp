@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <iterator>
 
@@ -85,16 +84,6 @@ void addMount(std::string_view line, Mounts& mounts) {
   mounts[id] = {makedev(majorNumber, minorNumber), storesFilesLocally(nextField(line))};
 }
 
-bool readWhole(int descriptor, std::string& text) {
-  if (lseek(descriptor, 0, SEEK_SET) < 0) return false;
-  for (char chunk[16384];;) {
-    const ssize_t count = read(descriptor, chunk, sizeof chunk);
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return count == 0;
-    text.append(chunk, static_cast<size_t>(count));
-  }
-}
-
 }  // namespace
 
 Mounts mountsListedIn(std::string_view mountinfo) {
@@ -115,13 +104,9 @@ std::optional<Mount> unlistedMountAtPath(const std::string& path) {
   return Mount{facts.st_dev, !contains(kRemoteMagics, magic) && !contains(kKernelMagics, magic)};
 }
 
-MountTable::~MountTable() {
-  if (descriptor_ >= 0) close(descriptor_);
-}
-
 std::shared_ptr<const Mounts> MountTable::current() {
   const std::lock_guard lock(mutex_);
-  if (descriptor_ < 0) descriptor_ = open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
+  if (!table_) table_ = FileDescriptor(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
   if (!mounts_ || hasChanged()) readAgain();
   return mounts_ ? mounts_ : std::make_shared<const Mounts>();
 }
@@ -129,13 +114,13 @@ std::shared_ptr<const Mounts> MountTable::current() {
 // The kernel reports each change once to each open descriptor: one that comes between this question
 // and the reading is reported at the next.
 bool MountTable::hasChanged() const {
-  pollfd table = {descriptor_, POLLPRI, 0};
+  pollfd table = {table_.get(), POLLPRI, 0};
   return poll(&table, 1, 0) > 0;
 }
 
 void MountTable::readAgain() {
   std::string text;
-  const bool isWhole = descriptor_ >= 0 && readWhole(descriptor_, text);
+  const bool isWhole = lseek(table_.get(), 0, SEEK_SET) == 0 && readToEnd(table_.get(), text);
   mounts_ = isWhole ? std::make_shared<const Mounts>(mountsListedIn(text)) : nullptr;
 }
 

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "ports/posix/file_descriptor.h"
+
 namespace revwarden {
 
 /// What is mounted somewhere.
@@ -32,11 +34,6 @@ std::optional<Mount> unlistedMountAtPath(const std::string& path);
 /// The mounts of this process. Any thread.
 class MountTable {
  public:
-  MountTable() = default;
-  ~MountTable();
-  MountTable(const MountTable&) = delete;
-  MountTable& operator=(const MountTable&) = delete;
-
   /// The mounts as they are now. The table is kept, and read again only after the kernel said that
   /// it changed. Never null; empty when the system does not show its mounts.
   std::shared_ptr<const Mounts> current();
@@ -46,7 +43,7 @@ class MountTable {
   void readAgain();
 
   std::mutex mutex_;
-  int descriptor_ = -1;  // of the kernel's table
+  FileDescriptor table_;  // the kernel's, open so that it tells of changes
   std::shared_ptr<const Mounts> mounts_;
 };
 

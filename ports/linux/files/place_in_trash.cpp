@@ -63,10 +63,7 @@ bool PlaceInTrash::writeNote(const std::string& text) {
     note_.clear();
     return false;
   }
-  const ssize_t count = write(file.get(), text.data(), text.size());
-  if (count == static_cast<ssize_t>(text.size())) return file.close();
-  if (count >= 0) errno = ENOSPC;
-  return false;
+  return writeBytes(file.get(), text) && file.close();
 }
 
 PlaceInTrash::~PlaceInTrash() {

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "ports/posix/pipe.h"
+#include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {

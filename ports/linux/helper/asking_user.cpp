@@ -7,12 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 
-#include "ports/posix/pipe.h"
+#include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {
@@ -27,17 +26,6 @@ bool become(const AskingUser& user) {
 [[noreturn]] void answer(int pipe, const std::optional<std::string>& error) {
   if (error) (void)!::write(pipe, error->data(), std::min<size_t>(error->size(), PIPE_BUF));
   ::_exit(error ? 1 : 0);
-}
-
-std::string readToEnd(int pipe) {
-  std::string text;
-  std::array<char, 4096> buffer;
-  for (;;) {
-    const ssize_t count = ::read(pipe, buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return text;
-    text.append(buffer.data(), static_cast<size_t>(count));
-  }
 }
 
 }  // namespace
@@ -63,7 +51,8 @@ std::optional<std::string> withRightsOf(const AskingUser& user,
            become(user) ? work() : "The rights of the user cannot be taken on.");
   }
   pipe->writeEnd = FileDescriptor();
-  const std::string text = readToEnd(pipe->readEnd.get());
+  std::string text;
+  readToEnd(pipe->readEnd.get(), text);
   const int status = waitForEnd(pid);
   if (status == 0) return std::nullopt;
   return text.empty() ? "ended with status " + std::to_string(status) : text;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ports/linux/processes/processes.h"
-#include "ports/posix/pipe.h"
+#include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden {

@@ -15,6 +15,7 @@
 
 #include "ports/linux/files/regular_file.h"
 #include "ports/linux/property_lists/property_list.h"
+#include "ports/posix/file_descriptor.h"
 #include "ports/posix/system_clock.h"
 
 namespace revwarden {
@@ -22,17 +23,6 @@ namespace {
 
 constexpr size_t kMaxFileSize = size_t{512} << 20;
 constexpr std::string_view kTemporarySuffix = ".tmp";
-
-struct OwnedFile {
-  explicit OwnedFile(int opened) : descriptor(opened) {}
-  ~OwnedFile() {
-    if (descriptor >= 0) close(descriptor);
-  }
-  OwnedFile(const OwnedFile&) = delete;
-  OwnedFile& operator=(const OwnedFile&) = delete;
-
-  const int descriptor;
-};
 
 std::string folderOf(const std::string& path) {
   const size_t slash = path.rfind('/');
@@ -56,29 +46,19 @@ bool makeFolder(const std::string& path) {
          mkdir(path.c_str(), 0700) == 0;
 }
 
-bool writeAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(file, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return false;
-    bytes.remove_prefix(static_cast<size_t>(count));
-  }
-  return true;
-}
-
 bool writeFile(int file, const std::string& contents) {
   if (contents.size() > kMaxFileSize) {
     errno = EFBIG;
     return false;
   }
   // The umask may have taken away the owner's rights.
-  return fchmod(file, 0600) == 0 && writeAll(file, contents) && fsync(file) == 0;
+  return fchmod(file, 0600) == 0 && writeBytes(file, contents) && fsync(file) == 0;
 }
 
 bool syncFolder(const std::string& path) {
-  const OwnedFile folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   // Some file systems cannot sync a folder, and need not.
-  return folder.descriptor >= 0 && (fsync(folder.descriptor) == 0 || errno == EINVAL);
+  return folder && (fsync(folder.get()) == 0 || errno == EINVAL);
 }
 
 // Whether `name` is that of a temporary file, "defaults.plist.PID.tmp", that no process writes now.
@@ -210,10 +190,10 @@ bool FileUserDefaults::replaceFile(const std::string& contents) {
   removeLeftovers();
   const std::string temporary =
       path_ + "." + std::to_string(getpid()) + std::string(kTemporarySuffix);
-  const OwnedFile file(
+  const FileDescriptor file(
       open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (file.descriptor < 0) return fail("cannot create", temporary);
-  if (!writeFile(file.descriptor, contents) || rename(temporary.c_str(), path_.c_str()) != 0) {
+  if (!file) return fail("cannot create", temporary);
+  if (!writeFile(file.get(), contents) || rename(temporary.c_str(), path_.c_str()) != 0) {
     fail("cannot write", path_);
     unlink(temporary.c_str());
     return false;
@@ -221,7 +201,7 @@ bool FileUserDefaults::replaceFile(const std::string& contents) {
   identity_.reset();
   if (!syncFolder(folder_)) return fail("cannot sync", folder_);
   struct stat status {};
-  if (fstat(file.descriptor, &status) == 0) identity_ = FileIdentity(status);
+  if (fstat(file.get(), &status) == 0) identity_ = FileIdentity(status);
   return true;
 }
 
