@@ -56,9 +56,9 @@ const std::string& cannedAnswer(int64_t count) {
 }
 
 struct CannedService final : URLConnection {
-  std::optional<std::string> sendSynchronousRequest(const URLRequest& request) override {
+  URLExchange sendSynchronousRequest(const URLRequest& request) override {
     requestBytes = request.body.size();
-    return *answer;
+    return {.status = 200, .body = *answer};
   }
   const std::string* answer = nullptr;
   size_t requestBytes = 0;

@@ -35,7 +35,7 @@ class Job final : public URLDownloadDelegate {
   }
 
  private:
-  void download_didReceiveResponse(std::string_view, int64_t) override {}
+  void download_didReceiveResponse(const URLDownloadResponse&) override {}
   std::string download_decideDestinationWithSuggestedFilename(
       const std::optional<std::string>&) override {
     return file_;

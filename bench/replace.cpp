@@ -25,17 +25,23 @@ bool isUnpacked(const std::string& archive, const std::string& folder) {
   return unzip && waitForEnd(unzip.pid) == 0;
 }
 
+int fail(const Error& error) {
+  fprintf(stderr, "%s\n", error.message.c_str());
+  return 1;
+}
+
 int replace(const std::string& archive, const std::string& folder, const std::string& name,
             const std::string& application) {
   const Clock::time_point start = Clock::now();
   if (!isUnpacked(archive, folder)) return 1;
   const Clock::time_point unpacked = Clock::now();
-  std::optional<std::string> error = moveToTrash(application);
-  if (!error) error = copyTree(folder + "/" + name, application);
+  const Result<std::string> trashed = moveToTrash(application);
+  if (!trashed) return fail(trashed.error());
+  const Result<> copied = copyTree(folder + "/" + name, application);
   const Clock::time_point end = Clock::now();
-  if (error) fprintf(stderr, "%s\n", error->c_str());
+  if (!copied) return fail(copied.error());
   printf("%f %f\n", millisecondsBetween(start, unpacked), millisecondsBetween(unpacked, end));
-  return error ? 1 : 0;
+  return 0;
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <unordered_map>
 #include <utility>
-#include <variant>
 
 #include "catalogue/agent_settings.h"
 #include "catalogue/item_catalogue.h"
@@ -64,9 +63,10 @@ const Dictionary* answerFor(const Dictionary& record, const AnswersByBundleId& a
 
 void UpdateCheck::performCheckForAppsUpdates() {
   Question question = chooseItems();
-  if (std::optional<std::string> body = send(std::exchange(question.root, {}))) {
+  URLExchange exchange = send(std::exchange(question.root, {}));
+  if (exchange.body) {
     // Exchanged, so that the body is gone before the merge.
-    const std::vector<Dictionary> answers = readAnswers(std::exchange(*body, {}));
+    const std::vector<Dictionary> answers = readAnswers(std::exchange(*exchange.body, {}));
     merge(question, answers);
     platform_.mainLoop.post([this] { mediator_.notifyNewUpdates(); });
     pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
@@ -94,7 +94,7 @@ UpdateCheck::Question UpdateCheck::chooseItems() const {
   return question;
 }
 
-std::optional<std::string> UpdateCheck::send(XmlElement root) const {
+URLExchange UpdateCheck::send(XmlElement root) const {
   URLRequest request{.url = platform_.productInformation.URLWithScheme_service_path(
                          "http", "updater", "/api/update"),
                      .method = "POST",
@@ -104,15 +104,15 @@ std::optional<std::string> UpdateCheck::send(XmlElement root) const {
 }
 
 std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body) {
-  XmlDocuments::ParseResult document = platform_.xml.parse(body);
-  if (const auto* error = std::get_if<XmlDocuments::ParseError>(&document)) {
-    platform_.log.NSLog("Invalid response: %@", {error->description});
+  Result<XmlElement> document = platform_.xml.parse(body);
+  if (!document) {
+    platform_.log.NSLog("Invalid response: %@", {document.error().message});
     Log::Arguments text;
     text.push_back(asciiText(body));  // not in braces, which would copy what may be very long
     platform_.log.NSLog("Response: %@", text);
     if (scanStartedByUser_) showErrorNotice();
   }
-  return convertedArrayFromResponse(std::get_if<XmlElement>(&document));
+  return convertedArrayFromResponse(document ? &*document : nullptr);
 }
 
 void UpdateCheck::merge(const Question& question, const std::vector<Dictionary>& answers) {

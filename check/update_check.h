@@ -9,6 +9,7 @@
 #include "base/value.h"
 #include "base/xml_element.h"
 #include "catalogue/record_set.h"
+#include "platform/url_connection.h"
 
 namespace revwarden {
 
@@ -55,7 +56,7 @@ class UpdateCheck {
   };
 
   Question chooseItems() const;
-  std::optional<std::string> send(XmlElement root) const;
+  URLExchange send(XmlElement root) const;
   std::vector<Dictionary> readAnswers(const std::string& body);
   void merge(const Question& question, const std::vector<Dictionary>& answers);
   void showErrorNotice();

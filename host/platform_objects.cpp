@@ -6,6 +6,7 @@
 
 #include "host/installation.h"
 #include "host/json_values.h"
+#include "platform/outcomes.h"
 #include "ports/linux/processes/launch_application.h"
 #include "protocol/names.h"
 
@@ -17,6 +18,13 @@ void reportExchange(EventLog& events, const ExchangeEnd& end) {
                 jsonList({jsonText(end.address), jsonText(int64_t{end.status}),
                           jsonText(end.bytesReceived), jsonTextOrNull(end.error)}));
 }
+
+// Until the events of the host carry them.
+class IgnoredOutcomes final : public OutcomeReceiver {
+ public:
+  void jobEnded(const JobOutcome&) override {}
+  void checkEnded(const CheckOutcome&) override {}
+} ignoredOutcomes;
 
 LinuxWorkspace::Reports workspaceReports(EventLog& events) {
   return {.opened =
@@ -85,7 +93,7 @@ PlatformObjects::PlatformObjects(const Options& options, std::unique_ptr<GLibRun
       connection([this](const ExchangeEnd& end) { reportExchange(events, end); }),
       wake(LogindWake::create()),
       host(notices, events, options.hostApp, launchApplication),
-      workspace(*mainLoop, threads, workspaceReports(events)),
+      workspace(threads, workspaceReports(events)),
       children({options.tools, ownToolsFolder()}, workspace),
       helpers(options.authorization, ownToolsFolder() + "/revwarden-helper",
               helperReports(events)) {
@@ -110,6 +118,7 @@ std::shared_ptr<const Platform> PlatformObjects::platform() {
                                                    connection,
                                                    *wake,
                                                    host,
+                                                   ignoredOutcomes,
                                                    downloads,
                                                    children,
                                                    fileOperations,

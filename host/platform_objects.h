@@ -67,7 +67,7 @@ struct PlatformObjects {
   const std::unique_ptr<LogindWake> wake;  // depends-on: mainLoop
   AgentHost host;                          // depends-on: notices, events
   CurlDownloads downloads;
-  LinuxWorkspace workspace;      // depends-on: mainLoop, threads, events
+  LinuxWorkspace workspace;      // depends-on: threads, events
   LinuxChildProcesses children;  // depends-on: workspace
   LinuxFileOperations fileOperations;
   LinuxPropertyLists propertyLists;

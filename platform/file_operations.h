@@ -1,9 +1,10 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "base/result.h"
 
 namespace revwarden {
 
@@ -22,19 +23,20 @@ class FileOperations {
   /// file, a missing folder and one that cannot be read.
   virtual std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) const = 0;
 
-  /// Removes the file, or the folder with all it holds; links are removed, not followed. Whether
-  /// nothing is left at the path.
+  /// Removes the file, or the folder with all it holds; links are removed, not followed. Returns
+  /// true if nothing is left at the path.
   virtual bool removeItemAtPath(std::string_view path) = 0;
 
-  /// Moves the file or folder to the user's Trash, under another name when its own is taken there.
-  /// Whether it was moved; when not, it is still whole at its path.
-  virtual bool moveItemAtPathToTrash(std::string_view path) = 0;
+  /// Moves the file or folder to the user's Trash, under another name if its own is taken there.
+  /// Returns its path in the Trash, empty if the port does not know it. On an error it is still
+  /// whole at its path.
+  virtual Result<std::string> moveItemAtPathToTrash(std::string_view path) = 0;
 
   /// Copies a folder tree with its links, modes, times and extended attributes to a path where
-  /// nothing is yet. Afterwards the copy is whole, or there is nothing at `destination`. Absent on
-  /// success, else the reason.
-  virtual std::optional<std::string> copyDirectoryAtPath_toPath(std::string_view source,
-                                                                std::string_view destination) = 0;
+  /// nothing exists yet. On success the copy is whole; on an error nothing is at `destination`.
+  /// Error codes: "noSpace", "notFolder" (`source` is a file or a link), else "".
+  virtual Result<> copyDirectoryAtPath_toPath(std::string_view source,
+                                              std::string_view destination) = 0;
 };
 
 }  // namespace revwarden

@@ -15,6 +15,7 @@ class KQProductInformation;
 class KQSystemInformation;
 class Localization;
 class Log;
+class OutcomeReceiver;
 class PropertyLists;
 class RunLoop;
 class Threads;
@@ -46,6 +47,7 @@ struct Platform {
   URLConnection& connection;
   WakeNotifications& wake;
   HostApplication& host;
+  OutcomeReceiver& outcomes;
 
   // What only update jobs use.
   URLDownloads& downloads;

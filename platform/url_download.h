@@ -8,23 +8,31 @@
 
 namespace revwarden {
 
-/// Why a download failed, for people; either text may be missing.
+/// Why a download failed; either text may be missing.
 struct URLDownloadError {
+  std::string code = "connection";  // or "noSpace", "notWritable": the file, not the network
   std::optional<std::string> localizedFailureReason;
   std::optional<std::string> localizedDescription;
 };
 
-/// Hears of the events of a download, all on the thread that runs it, in the order: response,
+/// The response that carries the body of a download.
+struct URLDownloadResponse {
+  /// Without parameters, its letters as the server sent them; "application/octet-stream" if the
+  /// server sent none.
+  std::string mimeType;
+  int64_t expectedLength = -1;  // of the body in bytes; -1 when the server does not send it
+  int status = 200;             // HTTP status
+};
+
+/// Receives the events of a download, all on the thread that runs it, in the order: response,
 /// destination, data, then exactly one of finish and failure, unless it is cancelled first.
 class URLDownloadDelegate {
  public:
   virtual ~URLDownloadDelegate() = default;
 
-  /// The response that carries the body began (redirects are followed unseen, its status is not
-  /// judged). The type is without parameters, its letters as the server sent them; a missing one
-  /// reads "application/octet-stream". `expectedLength` is in bytes, -1 when the server does not
-  /// tell it.
-  virtual void download_didReceiveResponse(std::string_view mimeType, int64_t expectedLength) = 0;
+  /// The response that carries the body began. Redirects are followed without an event; the status
+  /// is not judged.
+  virtual void download_didReceiveResponse(const URLDownloadResponse& response) = 0;
 
   /// The full path to write to; a file there is overwritten, missing folders above it are made. The
   /// suggested name is a single path component that is neither empty nor "." nor ".."; absent when

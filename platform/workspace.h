@@ -2,10 +2,11 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "base/result.h"
 
 namespace revwarden {
 
@@ -26,22 +27,26 @@ class WakeNotifications {
       std::function<void()> handler) = 0;
 };
 
-/// The user's desktop, as update jobs use it. Any thread; on the main thread nothing waits.
+/// The user's desktop, as update jobs use it.
 class Workspace {
  public:
   virtual ~Workspace() = default;
 
-  /// Opens an address, or a file by its file: address, as the user would. Whether it was opened; on
-  /// the main thread, whether that was started.
+  /// Opens an address, or a file by its file: address, as the user would. Returns true if it was
+  /// opened. Waits for that, at most two seconds; any thread but the main thread.
   virtual bool openURL(std::string_view url) = 0;
 
-  /// Shows the file selected in the file viewer, in a window rooted at `root` where the viewer has
-  /// such windows. Whether it was shown.
+  /// The same without waiting. `opened` is called once, on any thread, when the outcome is known.
+  /// Any thread.
+  virtual void openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) = 0;
+
+  /// Shows the file selected in the file viewer, in a window rooted at `root` if the viewer has
+  /// such windows. Returns true if it was shown. Any thread but the main thread.
   virtual bool selectFile_inFileViewerRootedAtPath(std::string_view path,
                                                    std::string_view root) = 0;
 
   /// The full paths of the bundles of the running applications ("NSApplicationPath"), links
-  /// resolved when they exist.
+  /// resolved when they exist. Any thread.
   virtual std::vector<std::string> launchedApplicationPaths() = 0;
 };
 
@@ -50,8 +55,8 @@ class AppleScripts {
  public:
   virtual ~AppleScripts() = default;
 
-  /// Executes the script and waits for its end. Absent on success, else the error information.
-  virtual std::optional<std::string> executeSource(std::string_view source) = 0;
+  /// Executes the script and waits for its end.
+  virtual Result<> executeSource(std::string_view source) = 0;
 };
 
 }  // namespace revwarden

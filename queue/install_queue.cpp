@@ -126,9 +126,10 @@ bool InstallQueue::askForRights() {
   if (!rootTaskAvailable_) return false;
   const std::string format = platform_->localization.KQLocalizedString(
       "%@ requires administrator privileges to perform update.");
-  rootTask_ = platform_->helpers.rootTaskWithPrompt(
+  const Result<std::shared_ptr<KQHelperTask>> granted = platform_->helpers.rootTaskWithPrompt(
       formatted(format, {platform_->productInformation.productName()}));
-  rootTaskAvailable_ = rootTask_ != nullptr;
+  rootTaskAvailable_ = granted.ok();
+  if (granted) rootTask_ = *granted;
   return rootTaskAvailable_;
 }
 

@@ -62,9 +62,10 @@ void KQRWPellmarkUpdater::relaunchPellmark() {
 }
 
 void KQRWPellmarkUpdater::_relaunchPellmark() {
-  const std::optional<std::string> error =
-      platform()->scripts.executeSource("tell application \"Pellmark\" to quit");
-  if (error) return platform()->log.NSLog("Could not shut down Pellmark: %@", {error});
+  const Result<> quit = platform()->scripts.executeSource("tell application \"Pellmark\" to quit");
+  if (!quit) {
+    return platform()->log.NSLog("Could not shut down Pellmark: %@", {quit.error().message});
+  }
   platform()->hostJobs.activateHostApp();
 }
 

@@ -98,7 +98,7 @@ void UpdateEndpoint::serve(const httplib::Request& request, httplib::Response& r
 std::optional<std::string> UpdateEndpoint::answer(std::string_view body,
                                                   std::string_view host) const {
   const auto result = documents_.parse(body);
-  const auto* request = std::get_if<XmlElement>(&result);
+  const XmlElement* request = result ? &*result : nullptr;
   if (request == nullptr || request->name != "request") return std::nullopt;
   const auto entries = catalogue_.entries();
   XmlElement response;

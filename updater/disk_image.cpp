@@ -29,7 +29,7 @@ std::optional<std::string> attachDiskImage(const Platform& platform,
   tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // or a licence would be paged
   tool.input = "y\n";                                     // which is then agreed to
   tool.collectsOutput = true;
-  const std::optional<ChildProcesses::Result> result = platform.children.run(tool);
+  const std::optional<ChildProcesses::Completion> result = platform.children.run(tool);
   if (!result) return std::nullopt;
   // The status says less than the list: an image can be attached in part.
   const std::optional<Value> list = platform.propertyLists.propertyListFromData(result->output);

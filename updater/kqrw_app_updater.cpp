@@ -53,7 +53,9 @@ void KQRWAppUpdater::start() {
   if (const auto delegate = delegate_.lock()) delegate->appInstallerDidStart(*this);
   if (updateMethod_ == kKQRWUpdateMethodManual) {
     // Nobody asks whether it opened: the user has been sent there, and that is all there is to do.
-    if (targetDownloadUrl_) platform_->workspace.openURL(*targetDownloadUrl_);
+    if (targetDownloadUrl_) {
+      platform_->workspace.openURL_whenOpened(*targetDownloadUrl_, [](bool) {});
+    }
     setCurrentAction(JobAction::handedToBrowser);
     return notifyAppInstallerDidFinishSuccessfully();
   }

@@ -66,7 +66,7 @@ class KQRWAppUpdater : public NotificationTarget,
   HostNotification downloadDidFailNotificationWithError(const URLDownloadError& error);
 
   // The download's events, on its thread.
-  void download_didReceiveResponse(std::string_view mimeType, int64_t expectedLength) override;
+  void download_didReceiveResponse(const URLDownloadResponse& response) override;
   std::string download_decideDestinationWithSuggestedFilename(
       const std::optional<std::string>& name) override;
   void download_didReceiveDataOfLength(int64_t length) override;

@@ -47,13 +47,12 @@ void KQRWAppUpdater::performDownload() {
   }
 }
 
-void KQRWAppUpdater::download_didReceiveResponse(std::string_view mimeType,
-                                                 int64_t expectedLength) {
+void KQRWAppUpdater::download_didReceiveResponse(const URLDownloadResponse& response) {
   if (downloadDidStart_.exchange(true)) return;
   if (stopAction_) return stopDownload();
-  if (!isAcceptedType(mimeType)) return openRefusedContent();
+  if (!isAcceptedType(response.mimeType)) return openRefusedContent();
   setCurrentAction(JobAction::downloading);
-  totalBytes_ = expectedLength;
+  totalBytes_ = response.expectedLength;
   receivedBytes_ = 0;
 }
 

@@ -95,7 +95,7 @@ std::optional<std::string> KQRWAppUpdater::unzipTarget(const std::optional<std::
   ChildProcess unzip;
   unzip.program = "/usr/bin/unzip";
   unzip.arguments = {"-q", "-o", *path, "-d", target};
-  const std::optional<ChildProcesses::Result> result = platform_->children.run(unzip);
+  const std::optional<ChildProcesses::Completion> result = platform_->children.run(unzip);
   if (result && result->exitStatus == 0) return target;
   platform_->fileOperations.removeItemAtPath(target);
   return std::nullopt;
@@ -151,13 +151,15 @@ void KQRWAppUpdater::replaceApplicationWith(const std::string& newApplication) {
 }
 
 bool KQRWAppUpdater::moveOldApplicationToTrash() {
-  if (rootTask_) return !rootTask_->moveItemAtPathToTrash(*applicationPath_);
-  return platform_->fileOperations.moveItemAtPathToTrash(*applicationPath_);
+  if (rootTask_) return rootTask_->moveItemAtPathToTrash(*applicationPath_).ok();
+  return platform_->fileOperations.moveItemAtPathToTrash(*applicationPath_).ok();
 }
 
 bool KQRWAppUpdater::copyNewApplication(const std::string& newApplication) {
-  if (rootTask_) return !rootTask_->performCopyItemAtPath_toPath(newApplication, *applicationPath_);
-  return !platform_->fileOperations.copyDirectoryAtPath_toPath(newApplication, *applicationPath_);
+  if (rootTask_)
+    return rootTask_->performCopyItemAtPath_toPath(newApplication, *applicationPath_).ok();
+  return platform_->fileOperations.copyDirectoryAtPath_toPath(newApplication, *applicationPath_)
+      .ok();
 }
 
 void KQRWAppUpdater::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
@@ -183,12 +185,13 @@ void KQRWAppUpdater::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
 void KQRWAppUpdater::installPackageFile(const std::optional<std::string>& path) {
   if (!rootTask_ || !path || !hasPackageExtension(*path)) return;
   const std::string script = platform_->bundles.pathForPluginResource("installPkg").value_or("");
-  const std::optional<std::string> error = rootTask_->performAction_withArguments(
+  const Result<> ran = rootTask_->performAction_withArguments(
       "runScript", {{"SCRIPT", script}, {"PKG_PATH", *path}});
-  if (error) {
-    platform_->log.KQLog("Update package from %@ failed with error %@.", {path, error});
+  if (!ran) {
+    platform_->log.KQLog("Update package from %@ failed with error %@.",
+                         {path, ran.error().message});
   }
-  currentAction_ = error ? JobAction::failed : JobAction::done;
+  currentAction_ = ran ? JobAction::done : JobAction::failed;
 }
 
 void KQRWAppUpdater::showFailure() {

@@ -88,12 +88,14 @@ CurlConnection::CurlConnection(Ended ended, Limits limits, ProxyFor proxyFor)
   prepareCurl();
 }
 
-std::optional<std::string> CurlConnection::sendSynchronousRequest(const URLRequest& request) {
+URLExchange CurlConnection::sendSynchronousRequest(const URLRequest& request) {
   Exchange exchange(request, limits_);
   const ExchangeEnd end = exchange.run(proxyFor_);
   if (ended_) ended_(end);
-  if (end.error) return std::nullopt;
-  return exchange.body();
+  URLExchange result{.status = {}, .body = exchange.body()};
+  if (end.status != 0) result.status = static_cast<int>(end.status);
+  if (end.error) result.body = Error{"connection", *end.error};
+  return result;
 }
 
 }  // namespace revwarden

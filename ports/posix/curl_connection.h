@@ -48,7 +48,7 @@ class CurlConnection final : public URLConnection {
   explicit CurlConnection(Ended ended) : CurlConnection(std::move(ended), Limits()) {}
   CurlConnection(Ended ended, Limits limits, ProxyFor proxyFor = {});
 
-  std::optional<std::string> sendSynchronousRequest(const URLRequest& request) override;
+  URLExchange sendSynchronousRequest(const URLRequest& request) override;
 
  private:
   const Ended ended_;

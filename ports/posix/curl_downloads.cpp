@@ -69,7 +69,10 @@ class CurlDownload final : public URLDownload, CurlTransfer {
     curl_off_t length = -1;
     curl_easy_getinfo(curl(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     stage_ = Stage::beforeDestination;
-    delegate_.download_didReceiveResponse(bare.empty() ? "application/octet-stream" : bare, length);
+    delegate_.download_didReceiveResponse(
+        {.mimeType = std::string(bare.empty() ? "application/octet-stream" : bare),
+         .expectedLength = length,
+         .status = static_cast<int>(status())});
     return true;
   }
 
@@ -131,10 +134,15 @@ class CurlDownload final : public URLDownload, CurlTransfer {
 
   void headEnded() override { hasResponse_ = hasResponse_ || isHeadOfFile(); }
 
+  /// Of the last response; 0 before the first.
+  long status() const {
+    long code = 0;
+    curl_easy_getinfo(curl(), CURLINFO_RESPONSE_CODE, &code);
+    return code;
+  }
+
   bool isHeadOfFile() const {
-    long status = 0;
-    curl_easy_getinfo(curl(), CURLINFO_RESPONSE_CODE, &status);
-    return status >= 200 && (status / 100 != 3 || header("Location").empty());
+    return status() >= 200 && (status() / 100 != 3 || header("Location").empty());
   }
 
   size_t takeBody(std::string_view bytes) override {
@@ -163,7 +171,7 @@ class CurlDownload final : public URLDownload, CurlTransfer {
 
   /// The first reason is the one to tell.
   void fail(std::string description) {
-    if (!error_) error_ = URLDownloadError{std::nullopt, std::move(description)};
+    if (!error_) error_ = URLDownloadError{"connection", std::nullopt, std::move(description)};
   }
 
   URLDownloadDelegate& delegate_;

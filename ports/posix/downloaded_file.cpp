@@ -11,7 +11,9 @@
 namespace revwarden {
 
 URLDownloadError DownloadedFile::error(const char* action, int code) const {
-  return {std::generic_category().message(code), std::string(action) + " " + path_};
+  const bool isFull = code == ENOSPC || code == EDQUOT || code == EFBIG;
+  return {isFull ? "noSpace" : "notWritable", std::generic_category().message(code),
+          std::string(action) + " " + path_};
 }
 
 std::optional<URLDownloadError> DownloadedFile::create(const std::string& path) {

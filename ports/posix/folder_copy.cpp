@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -14,6 +13,7 @@
 #include "ports/posix/entry_copy.h"
 #include "ports/posix/folder_entries.h"
 #include "ports/posix/hidden_folder.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -100,40 +100,40 @@ class TreeCopy {
   std::string failed_;
 };
 
-std::optional<std::string> failure(const std::string& path) {
-  return path + ": " + strerror(errno);
-}
-
 FileDescriptor duplicateOf(int descriptor) {
   return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
 }
 
 }  // namespace
 
-std::optional<std::string> copyTree(const std::string& source, const std::string& destination) {
+Result<> copyTree(const std::string& source, const std::string& destination) {
   return copyTree(source, destination, Owner::copier);
 }
 
-std::optional<std::string> copyTree(const std::string& source, const std::string& destination,
-                                    Owner owner) {
+Result<> copyTree(const std::string& source, const std::string& destination, Owner owner) {
   const std::optional<DirectoryEntry> place = DirectoryEntry::at(source);
-  if (!place) return failure(source);
+  if (!place) return systemError(source);
   FileDescriptor from(openat(place->folder.get(), place->name.c_str(),
                              O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (!from) return failure(source);
+  if (!from) {
+    const bool isNoFolder = errno == ENOTDIR || errno == ELOOP;
+    Error error = systemError(source);
+    if (isNoFolder) error.code = "notFolder";
+    return error;
+  }
   const std::optional<DirectoryEntry> to = DirectoryEntry::at(destination);
-  if (!to) return failure(destination);
+  if (!to) return systemError(destination);
   const int above = to->folder.get();
   if (faccessat(above, to->name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0) {
     errno = EEXIST;
-    return failure(destination);
+    return systemError(destination);
   }
   std::optional<HiddenFolder> hidden = HiddenFolder::make(above);
-  if (!hidden) return failure(destination);
+  if (!hidden) return systemError(destination);
   TreeCopy copy(std::move(from), duplicateOf(hidden->descriptor()), owner);
-  if (!copy.run()) return failure(copy.placeOfFailure(source));
-  if (!hidden->appearAs(to->name.c_str())) return failure(destination);
-  return std::nullopt;
+  if (!copy.run()) return systemError(copy.placeOfFailure(source));
+  if (!hidden->appearAs(to->name.c_str())) return systemError(destination);
+  return kSuccess;
 }
 
 }  // namespace revwarden

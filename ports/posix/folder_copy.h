@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "base/result.h"
 
 #include "ports/posix/owner.h"
 
@@ -31,10 +32,9 @@ namespace revwarden {
 ///   meanwhile the copy may hold the one or the other.
 ///
 /// Absent on success, else the path and the reason in one text.
-std::optional<std::string> copyTree(const std::string& source, const std::string& destination);
+Result<> copyTree(const std::string& source, const std::string& destination);
 
 /// The same for an owner of choice; not on a Mac.
-std::optional<std::string> copyTree(const std::string& source, const std::string& destination,
-                                    Owner owner);
+Result<> copyTree(const std::string& source, const std::string& destination, Owner owner);
 
 }  // namespace revwarden

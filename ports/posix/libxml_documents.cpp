@@ -100,11 +100,11 @@ std::string LibxmlDocuments::xmlData(const XmlElement& root) const {
   return out;
 }
 
-XmlDocuments::ParseResult LibxmlDocuments::parse(std::string_view bytes) const {
+Result<XmlElement> LibxmlDocuments::parse(std::string_view bytes) const {
   TreeBuilder tree;
   LibxmlParser parser(kMaxDepth);
   if (std::optional<std::string> error = parser.parse(bytes, tree)) {
-    return ParseError{*std::move(error)};
+    return Error{"", *std::move(error)};
   }
   return tree.takeRoot();
 }

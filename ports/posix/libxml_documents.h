@@ -8,7 +8,7 @@ namespace revwarden {
 class LibxmlDocuments : public XmlDocuments {
  public:
   std::string xmlData(const XmlElement& root) const override;
-  ParseResult parse(std::string_view bytes) const override;
+  Result<XmlElement> parse(std::string_view bytes) const override;
 };
 
 }  // namespace revwarden

@@ -20,31 +20,64 @@ namespace revwarden {
 namespace {
 
 constexpr size_t kCollectedBytes = size_t{16} << 20;
+constexpr size_t kCollectedErrors = 4096;
 
 bool isOnlyForNow(int error) {
   return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
 }
 
-/// This process's ends of the pipes to a child. Input and output go on side by side: a child may
-/// fill the one before it turns to the other.
+/// What was read from a pipe: its beginning or its end, up to a number of bytes.
+struct Collected {
+  FileDescriptor pipe;  // invalid once it has ended, or if nothing is to be read
+  size_t limit;
+  bool keepsEnd;
+  std::string bytes;
+
+  void read() {
+    std::array<char, 65536> buffer;
+    const ssize_t count = ::read(pipe.get(), buffer.data(), buffer.size());
+    if (count < 0 && isOnlyForNow(errno)) return;
+    if (count <= 0) {
+      pipe = {};
+      return;
+    }
+    const size_t length = static_cast<size_t>(count);
+    bytes.append(buffer.data(), keepsEnd ? length : std::min(length, limit - bytes.size()));
+    if (bytes.size() > limit) bytes.erase(0, bytes.size() - limit);
+  }
+};
+
+/// This process's ends of the pipes to a child. They are served side by side: a child may fill one
+/// before it turns to the other.
 class Conversation {
  public:
-  Conversation(FileDescriptor toChild, std::string_view input, FileDescriptor fromChild)
-      : toChild_(std::move(toChild)), input_(input), fromChild_(std::move(fromChild)) {
+  Conversation(FileDescriptor toChild, std::string_view input, FileDescriptor output,
+               FileDescriptor errors)
+      : toChild_(std::move(toChild)),
+        input_(input),
+        output_{std::move(output), kCollectedBytes, false, {}},
+        errors_{std::move(errors), kCollectedErrors, true, {}} {
     if (toChild_) ::fcntl(toChild_.get(), F_SETFL, O_NONBLOCK);
   }
 
-  /// Until the input is written or nobody reads it any more, and the output has ended.
-  std::string run() {
+  /// Until the input is written or nobody reads it any more, and output and errors have ended.
+  void run() {
     if (input_.empty()) toChild_ = {};
-    while (toChild_ || fromChild_) {
-      std::array<pollfd, 2> ends{
-          {{toChild_.get(), POLLOUT, 0}, {fromChild_.get(), POLLIN, 0}}};  // -1 is passed over
+    while (toChild_ || output_.pipe || errors_.pipe) {
+      std::array<pollfd, 3> ends{{{toChild_.get(), POLLOUT, 0},  // -1 is passed over
+                                  {output_.pipe.get(), POLLIN, 0},
+                                  {errors_.pipe.get(), POLLIN, 0}}};
       if (::poll(ends.data(), ends.size(), -1) < 0 && errno != EINTR) break;
       if (ends[0].revents != 0) write();
-      if (ends[1].revents != 0) read();
+      if (ends[1].revents != 0) output_.read();
+      if (ends[2].revents != 0) errors_.read();
     }
-    return std::move(output_);
+  }
+
+  std::string takeOutput() { return std::move(output_.bytes); }
+  std::string takeErrors() {
+    errors_.bytes.erase(errors_.bytes.find_last_not_of("\r\n") + 1);
+    return std::move(errors_.bytes);
   }
 
  private:
@@ -55,22 +88,9 @@ class Conversation {
     if (input_.empty()) toChild_ = {};
   }
 
-  void read() {
-    std::array<char, 65536> bytes;
-    const ssize_t count = ::read(fromChild_.get(), bytes.data(), bytes.size());
-    if (count < 0 && isOnlyForNow(errno)) return;
-    if (count <= 0) {
-      fromChild_ = {};
-      return;
-    }
-    output_.append(bytes.data(),
-                   std::min(static_cast<size_t>(count), kCollectedBytes - output_.size()));
-  }
-
   FileDescriptor toChild_;
   std::string_view input_;
-  FileDescriptor fromChild_;
-  std::string output_;
+  Collected output_, errors_;
 };
 
 std::optional<std::vector<std::string>> environmentOf(const ChildProcess& child) {
@@ -84,33 +104,41 @@ std::optional<std::vector<std::string>> environmentOf(const ChildProcess& child)
 
 }  // namespace
 
-std::optional<ChildProcesses::Result> RunningChildren::run(const std::string& program,
-                                                           const ChildProcess& child) {
-  std::optional<Pipe> input, output;
+std::optional<ChildProcesses::Completion> RunningChildren::run(const std::string& program,
+                                                               const ChildProcess& child) {
+  std::optional<Pipe> input, output, errors;
   if (child.input && !(input = makePipe())) return std::nullopt;
   if (child.collectsOutput && !(output = makePipe())) return std::nullopt;
-  const pid_t pid = start(program, child, input ? input->readEnd.get() : -1,
-                          output ? output->writeEnd.get() : -1);
+  if (child.collectsErrors && !(errors = makePipe())) return std::nullopt;
+  const Streams streams{input ? input->readEnd.get() : -1, output ? output->writeEnd.get() : -1,
+                        errors ? errors->writeEnd.get() : -1};
+  const pid_t pid = start(program, child, streams);
   if (pid < 0) return std::nullopt;
   Conversation conversation(input ? std::move(input->writeEnd) : FileDescriptor(),
                             child.input ? std::string_view(*child.input) : std::string_view(),
-                            output ? std::move(output->readEnd) : FileDescriptor());
-  input.reset();  // the child's ends must be the child's alone, else neither pipe would ever end
+                            output ? std::move(output->readEnd) : FileDescriptor(),
+                            errors ? std::move(errors->readEnd) : FileDescriptor());
+  // The child's ends must be the child's alone, else no pipe would ever end.
+  input.reset();
   output.reset();
-  ChildProcesses::Result result;
-  result.output = conversation.run();
-  result.exitStatus = waitForEndOf(pid);
-  return result;
+  errors.reset();
+  conversation.run();
+  ChildProcesses::Completion completion;
+  completion.output = conversation.takeOutput();
+  completion.errors = conversation.takeErrors();
+  completion.exitStatus = waitForEndOf(pid);
+  return completion;
 }
 
-pid_t RunningChildren::start(const std::string& program, const ChildProcess& child, int input,
-                             int output) {
+pid_t RunningChildren::start(const std::string& program, const ChildProcess& child,
+                             const Streams& streams) {
   SpawnRequest request;
   request.command = {program};
   request.command.insert(request.command.end(), child.arguments.begin(), child.arguments.end());
   request.environment = environmentOf(child);
-  request.input = input;
-  request.output = output;
+  request.input = streams.input;
+  request.output = streams.output;
+  request.error = streams.errors;
   // Also without a terminal, on which one might ask for a password and wait for ever.
   request.belongs = SpawnRequest::Belongs::inOwnSession;
   const std::lock_guard lock(mutex_);

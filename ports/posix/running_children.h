@@ -17,14 +17,19 @@ class RunningChildren {
  public:
   /// As `ChildProcesses::run`, but with exactly this program. The end of the output comes when
   /// nobody holds it open any more, the child's own children included.
-  std::optional<ChildProcesses::Result> run(const std::string& program, const ChildProcess& child);
+  std::optional<ChildProcesses::Completion> run(const std::string& program,
+                                                const ChildProcess& child);
 
   /// Kills all children with what they started, and lets no other be started. Waits for nothing but
   /// a start under way.
   void endAll();
 
  private:
-  pid_t start(const std::string& program, const ChildProcess& child, int input, int output);
+  /// The child's ends; -1 stands for the null device.
+  struct Streams {
+    int input, output, errors;
+  };
+  pid_t start(const std::string& program, const ChildProcess& child, const Streams& streams);
   int waitForEndOf(pid_t pid);
 
   std::mutex mutex_;  // held from a child's start until it is known, and never while it is reaped

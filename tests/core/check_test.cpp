@@ -25,7 +25,7 @@ TEST_F(AgentTest, AsksInTheServicesOwnWords) {
   EXPECT_EQ(world.service.requests[0].url, "http://updater.test/api/update");
   EXPECT_EQ(world.service.requests[0].method, "POST");
   const auto parsed = world.xml.parse(world.service.requests[0].body);
-  const auto& root = std::get<XmlElement>(parsed);
+  const XmlElement& root = *parsed;
   EXPECT_EQ(root.name, "request");
   EXPECT_THAT(
       root.attributes,
@@ -50,7 +50,7 @@ TEST_F(AgentTest, AsksInTheServicesOwnWords) {
 TEST_F(AgentTest, ReadsTheAnswersTexts) {
   const auto read = [&](const std::string& xml) {
     auto parsed = world.xml.parse(xml);
-    return convertedArrayFromResponse(std::get_if<XmlElement>(&parsed));
+    return convertedArrayFromResponse(parsed ? &*parsed : nullptr);
   };
   EXPECT_TRUE(convertedArrayFromResponse(nullptr).empty());
   EXPECT_TRUE(read("<result><item><version>1</version></item></result>").empty());
@@ -88,7 +88,7 @@ class CheckTest : public AgentTest, private UpdateCheck::Mediator {
     const std::string& body = world.service.requests.back().body;
     std::vector<std::string> names;
     const auto parsed = world.xml.parse(body);
-    for (const XmlElement& element : std::get<XmlElement>(parsed).children) {
+    for (const XmlElement& element : parsed->children) {
       names.push_back(element.children[0].text + (element.children.size() == 4 ? "!" : ""));
     }
     return names;

@@ -66,7 +66,7 @@ TEST_F(JobTest, AFailedDownloadReadsAsNoConnectionHoweverFarItCame) {
   const std::string notice =
       "2 notice Could not establish a connection to the server. Updating failed with error: ";
   for (const auto& reason : {std::optional<std::string>("cut"), std::optional<std::string>()}) {
-    file.error = URLDownloadError{std::nullopt, reason};
+    file.error = URLDownloadError{"connection", std::nullopt, reason};
     make();
     EXPECT_EQ(run(), notice + reason.value_or("Unexpected error") +
                          ". (in the background)\n2 interrupted\n");

@@ -84,6 +84,7 @@ struct FakeDownloads final : URLDownloads {
     std::string type = "application/octet-stream";
     std::optional<std::string> name = "U.zip";
     int64_t length = 10;
+    int status = 200;
     std::vector<int64_t> pieces = {10};
     std::optional<URLDownloadError> error;  // in place of the end
   };
@@ -94,7 +95,7 @@ struct FakeDownloads final : URLDownloads {
       const size_t turn = next++, end = 2 + file.pieces.size();
       if (turn > end) return false;
       journal.pass(turn == end ? "end" : turn > 1 ? "data" : turn == 1 ? "name" : "response");
-      if (turn == 0) job.download_didReceiveResponse(file.type, file.length);
+      if (turn == 0) job.download_didReceiveResponse({file.type, file.length, file.status});
       if (turn == 1) job.download_decideDestinationWithSuggestedFilename(file.name);
       if (turn > 1 && turn < end) job.download_didReceiveDataOfLength(file.pieces[turn - 2]);
       if (turn == end && file.error) job.download_didFailWithError(*file.error);
@@ -125,13 +126,11 @@ struct FakeMachine final : ChildProcesses,
                            AppleScripts,
                            KQHelperManager,
                            HostJobSupport {
-  using Error = std::optional<std::string>;
-
   explicit FakeMachine(Journal& book) : journal(book) {}
 
   // "unzip" knows the archives; "hdiutil" the images, which it mounts at one place while hidden and
   // at another where the user sees them.
-  std::optional<Result> run(const ChildProcess& child) override {
+  std::optional<Completion> run(const ChildProcess& child) override {
     std::string line = child.program;
     for (const std::string& argument : child.arguments) line += " " + argument;
     for (const auto& [name, value] :
@@ -139,10 +138,11 @@ struct FakeMachine final : ChildProcesses,
       line += " " + name + "=" + value;
     journal.add(line, child.input ? "< " + *child.input : "", child.collectsOutput ? "> read" : "");
     if (child.program == "/usr/bin/unzip") {
-      return Result{archives.contains(child.arguments[2]) ? 0 : 1, ""};
+      return Completion{archives.contains(child.arguments[2]) ? 0 : unzipStatus, "", ""};
     }
     if (child.arguments[0] != "attach" || !images.contains(child.arguments[1])) return std::nullopt;
-    return Result{1, child.arguments[3] == "-nobrowse" ? "/Volumes/hidden" : "/Volumes/seen"};
+    return Completion{1, child.arguments[3] == "-nobrowse" ? "/Volumes/hidden" : "/Volumes/seen",
+                      ""};
   }
   std::optional<Value> propertyListFromData(std::string_view bytes) const override {
     return Dictionary{{"system-entities", Array({Dictionary{{"dev-entry", "/dev/disk9"}},
@@ -158,30 +158,35 @@ struct FakeMachine final : ChildProcesses,
     return found == folders.end() ? std::vector<std::string>() : found->second;
   }
   bool removeItemAtPath(std::string_view path) override { return journal.add("remove", path); }
-  bool moveItemAtPathToTrash(std::string_view path) override { return journal.add("trash", path); }
-  Error copyDirectoryAtPath_toPath(std::string_view from, std::string_view to) override {
+  Result<std::string> moveItemAtPathToTrash(std::string_view path) override {
+    return trashedUnless(!journal.add("trash", path));
+  }
+  Result<> copyDirectoryAtPath_toPath(std::string_view from, std::string_view to) override {
     return errorUnless(journal.add("copy", from, "to", to));
   }
 
   bool openURL(std::string_view url) override { return journal.add("open", url); }
+  void openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) override {
+    opened(openURL(url));
+  }
   bool selectFile_inFileViewerRootedAtPath(std::string_view path, std::string_view root) override {
     return journal.add("select", path, "in", root);
   }
   std::vector<std::string> launchedApplicationPaths() override { return running; }
-  Error executeSource(std::string_view source) override {
+  Result<> executeSource(std::string_view source) override {
     return errorUnless(journal.add("script", source, journal.thread()));
   }
 
   struct Other final : KQHelperTask, KQUninstallerAgent {
     explicit Other(Journal& book) : journal(book) {}
-    Error moveItemAtPathToTrash(std::string_view path) override {
-      return errorUnless(journal.add("root trash", path));
+    Result<std::string> moveItemAtPathToTrash(std::string_view path) override {
+      return trashedUnless(!journal.add("root trash", path));
     }
-    Error performCopyItemAtPath_toPath(std::string_view from, std::string_view to) override {
+    Result<> performCopyItemAtPath_toPath(std::string_view from, std::string_view to) override {
       return errorUnless(journal.add("root copy", from, "to", to));
     }
-    Error performAction_withArguments(std::string_view action,
-                                      const std::map<std::string, std::string>& named) override {
+    Result<> performAction_withArguments(std::string_view action,
+                                         const std::map<std::string, std::string>& named) override {
       return errorUnless(journal.add("root", action, named.at("SCRIPT"), named.at("PKG_PATH")));
     }
     void stop() override { journal.add("root stop"); }
@@ -190,8 +195,9 @@ struct FakeMachine final : ChildProcesses,
     }
     Journal& journal;
   };
-  std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) override {
-    return journal.add("prompt", prompt) ? std::make_shared<Other>(journal) : nullptr;
+  Result<std::shared_ptr<KQHelperTask>> rootTaskWithPrompt(std::string_view prompt) override {
+    if (!journal.add("prompt", prompt)) return Error{"notAuthorized", "it failed"};
+    return std::shared_ptr<KQHelperTask>(std::make_shared<Other>(journal));
   }
   std::shared_ptr<KQUninstallerAgent> instanceWithClassName(std::string_view name) override {
     if (name != "KQUninstallerAgent" || !hasUninstaller) return nullptr;
@@ -200,12 +206,18 @@ struct FakeMachine final : ChildProcesses,
   void activateHostApp() override { journal.add("activate the product", journal.thread()); }
   std::shared_ptr<NotificationTarget> notificationTarget() override { return hostTarget; }
 
-  static Error errorUnless(bool success) {
-    return success ? std::nullopt : std::optional<std::string>("it failed");
+  static Result<> errorUnless(bool success) {
+    if (success) return kSuccess;
+    return Error{"", "it failed"};
+  }
+  static Result<std::string> trashedUnless(bool fails) {
+    if (fails) return Error{"", "it failed"};
+    return std::string("/Trash/old");
   }
 
   Journal& journal;
   std::set<std::string> archives, images;  // paths
+  int unzipStatus = 1;                     // for what is no archive
   std::map<std::string, std::vector<std::string>, std::less<>> folders;
   std::vector<std::string> downloads = {"/home/u/Downloads", "/other"};
   std::vector<std::string> running;  // applications

@@ -5,6 +5,7 @@
 #include "platform/file_manager.h"
 #include "platform/localization.h"
 #include "platform/log.h"
+#include "platform/outcomes.h"
 #include "platform/platform.h"
 #include "platform/system_information.h"
 #include "platform/url_connection.h"
@@ -147,11 +148,12 @@ struct PlainLocalization final : Localization {
 
 /// The update service: answers each request with what `answer` makes of it, on the asking thread.
 struct FakeService final : URLConnection, KQProductInformation {
-  std::optional<std::string> sendSynchronousRequest(const URLRequest& request) override {
+  URLExchange sendSynchronousRequest(const URLRequest& request) override {
     std::unique_lock lock(mutex);
     requests.push_back(request);
     lock.unlock();
-    return answer(request);
+    if (const auto body = answer(request)) return {.status = 200, .body = *body};
+    return {.status = {}, .body = Error{"connection", "refused"}};
   }
   std::string URLWithScheme_service_path(std::string_view scheme, std::string_view service,
                                          std::string_view path) const override {
@@ -193,7 +195,19 @@ struct FakeHost final : HostApplication, WakeNotifications {
   std::function<void()> wake;
 };
 
-/// The whole of the agent's surroundings, in memory.
+struct RecordedOutcomes final : OutcomeReceiver {
+  void jobEnded(const JobOutcome& outcome) override {
+    const std::lock_guard lock(mutex);
+    jobs.push_back(outcome);
+  }
+  void checkEnded(const CheckOutcome& outcome) override { checks.push_back(outcome); }
+
+  std::mutex mutex;
+  std::vector<JobOutcome> jobs;
+  std::vector<CheckOutcome> checks;
+};
+
+/// Every platform object of the agent, in memory.
 struct FakePlatform {
   ManualClock clock;
   ManualRunLoop loop{clock};
@@ -205,6 +219,7 @@ struct FakePlatform {
   LibxmlDocuments xml;
   FakeService service;
   FakeHost host;
+  RecordedOutcomes outcomes;
   Journal journal{loop};
   FakeDownloads downloads{journal};
   FakeMachine machine{journal};
@@ -223,6 +238,7 @@ struct FakePlatform {
                     .connection = service,
                     .wake = host,
                     .host = host,
+                    .outcomes = outcomes,
                     .downloads = downloads,
                     .children = machine,
                     .fileOperations = machine,

@@ -11,6 +11,9 @@ class OpenedAddresses final : public Workspace {
     addresses.emplace_back(url);
     return true;
   }
+  void openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) override {
+    opened(openURL(url));
+  }
   bool selectFile_inFileViewerRootedAtPath(std::string_view, std::string_view) override {
     return true;
   }

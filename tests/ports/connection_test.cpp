@@ -14,7 +14,8 @@ const std::string kOk = "HTTP/1.1 200 OK\r\n";
 // Sends through a connection with little patience and keeps what was reported.
 struct Client {
   std::optional<std::string> post(const std::string& url, const std::string& body = "ask") {
-    return connection.sendSynchronousRequest({url, "POST", body});
+    const URLExchange exchange = connection.sendSynchronousRequest({url, "POST", body});
+    return exchange.body ? std::optional(*exchange.body) : std::nullopt;
   }
 
   ExchangeEnd end;
@@ -58,7 +59,7 @@ TEST(Connection, GoesThroughTheProxyThatIsChosenElseAsTheEnvironmentSays) {
   ScriptedServer proxy({answer, answer}), server({answer});
   const auto get = [](const std::string& url, const std::optional<std::string>& chosen) {
     const auto choose = [&](const std::string& asked) { return asked == url ? chosen : "no://"; };
-    return CurlConnection({}, {}, choose).sendSynchronousRequest({url, "GET", ""});
+    return CurlConnection({}, {}, choose).sendSynchronousRequest({url, "GET", ""}).body.value();
   };
   setenv("no_proxy", "a.invalid", 1);
   setenv("http_proxy", proxy.url("").c_str(), 1);

@@ -11,6 +11,7 @@
 #include "ports/linux/processes/quit_scripts.h"
 #include "ports/linux/processes/running_applications.h"
 #include "ports/posix/spawn.h"
+#include "tests/fakes/error_of.h"
 #include "tests/fakes/eventually.h"
 #include "tests/fakes/mocked_bus.h"
 #include "tests/fakes/scratch_folder.h"
@@ -74,13 +75,8 @@ class DesktopTest : public testing::Test {
     return scratch_.file("Apps/" + name + ".app");
   }
 
-  // On threads that may wait.
-  bool openElsewhere(const std::string& url) {
-    return std::async(std::launch::async, [&] { return workspace_.openURL(url); }).get();
-  }
   bool reveal(const std::string& path) {
-    const auto select = [&] { return workspace_.selectFile_inFileViewerRootedAtPath(path, "/"); };
-    return std::async(std::launch::async, select).get();
+    return workspace_.selectFile_inFileViewerRootedAtPath(path, "/");
   }
   void report(const std::string& line) {
     const std::lock_guard lock(mutex_);
@@ -94,12 +90,10 @@ class DesktopTest : public testing::Test {
   static constexpr auto kOverwriting = fs::copy_options::overwrite_existing;
   const std::string path_ = getenv("PATH");
   const ScratchFolder scratch_;
-  const std::unique_ptr<GLibRunLoop> loop_ = GLibRunLoop::create();
   std::mutex mutex_;
   std::vector<std::string> reports_;
   DetachedThreads threads_;
   LinuxWorkspace workspace_{
-      *loop_,
       threads_,
       {[this](std::string_view url, bool opened) {
          report(std::string(url) + (opened ? " +" : " -"));
@@ -110,29 +104,33 @@ class DesktopTest : public testing::Test {
 };
 
 TEST_F(DesktopTest, OpensAddressesAsTheyAreAndFilesByTheirPath) {
-  EXPECT_TRUE(openElsewhere("HTTPS://x.example/a%20b?-c"));
-  EXPECT_TRUE(openElsewhere("file:///tmp/a%20%C3%A9-"));
-  EXPECT_FALSE(openElsewhere("http://refused"));
+  EXPECT_TRUE(workspace_.openURL("HTTPS://x.example/a%20b?-c"));
+  EXPECT_TRUE(workspace_.openURL("file:///tmp/a%20%C3%A9-"));
+  EXPECT_FALSE(workspace_.openURL("http://refused"));
   const std::string handed = scratch_.read("handed");
   EXPECT_THAT(handed, HasSubstr(": HTTPS://x.example/a%20b?-c\n"));
   EXPECT_THAT(handed, HasSubstr(": /tmp/a \xC3\xA9-\n"));
   for (const std::string& bad : {"-h"s, ""s, "page.html"s, "file://elsewhere/x"s, "http://x\0y"s}) {
-    EXPECT_FALSE(openElsewhere(bad)) << bad;
+    EXPECT_FALSE(workspace_.openURL(bad)) << bad;
   }
   setenv("PATH", scratch_.path().c_str(), 1);
-  EXPECT_FALSE(openElsewhere("http://no.opener"));
+  EXPECT_FALSE(workspace_.openURL("http://no.opener"));
   EXPECT_EQ(scratch_.read("handed").find("no.opener"), std::string::npos);
   EXPECT_EQ(reports().size(), 9u);
   EXPECT_EQ(reports()[2], "http://refused -");
 }
 
-TEST_F(DesktopTest, NothingWaitsOnTheMainThreadAndTheOpenerIsReapedHoweverLongItLives) {
+TEST_F(DesktopTest, OpensWithoutWaitingAndReapsAnOpenerThatLivesOn) {
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_TRUE(workspace_.openURL("http://slow"));
-  EXPECT_TRUE(workspace_.openURL("http://refused"));
+  for (const std::string& url : {"http://slow"s, "http://refused"s, "no address"s}) {
+    workspace_.openURL_whenOpened(
+        url, [this, url](bool opened) { report("then " + url + (opened ? " +" : " -")); });
+  }
   EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
-  ASSERT_TRUE(eventually([&] { return reports().size() == 2; }));
-  EXPECT_THAT(reports(), ElementsAre("http://refused -", "http://slow +"));
+  ASSERT_TRUE(eventually([&] { return reports().size() == 6; }));
+  EXPECT_THAT(reports(),
+              ElementsAre("no address -", "then no address -", "http://refused -",
+                          "then http://refused -", "http://slow +", "then http://slow +"));
   const std::string handed = scratch_.read("handed");
   const pid_t slow = std::stoi(handed.substr(handed.rfind('\n', handed.find("slow")) + 1));
   ASSERT_TRUE(isThere(slow));
@@ -201,7 +199,7 @@ TEST_F(DesktopTest, TheQuitScriptEndsTheApplicationOfThatNameOnly) {
                          "#!/bin/sh\ntrap '' TERM\necho > $0.ready\n"
                          "until read x < $0.never; do sleep 0.05; done 2>/dev/null\n")});
   const auto quit = [&](const std::string& of) {
-    return scripts.executeSource("tell application \"" + of + "\" to quit");
+    return errorOf(scripts.executeSource("tell application \"" + of + "\" to quit"));
   };
   EXPECT_EQ(quit("Say \\\"\\\\\\\""), std::nullopt) << "it has ended, though it is not reaped";
   EXPECT_FALSE(runningApplication(quits.pid));
@@ -210,7 +208,7 @@ TEST_F(DesktopTest, TheQuitScriptEndsTheApplicationOfThatNameOnly) {
       eventually([&] { return fs::exists(bundle("Stubborn") + "/Contents/MacOS/Run.ready"); }));
   EXPECT_THAT(quit("Stubborn"), testing::Optional(HasSubstr("Stubborn")));
   for (const char* source : {"tell application \"Say\" to quit now", "tell application \"Say\\"}) {
-    EXPECT_TRUE(scripts.executeSource(source)) << source;
+    EXPECT_FALSE(scripts.executeSource(source)) << source;
   }
   EXPECT_TRUE(runningApplication(other.pid));
 }

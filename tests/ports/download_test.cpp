@@ -46,8 +46,9 @@ class Download : public testing::Test, protected URLDownloadDelegate {
     EXPECT_GT(all.back().size(), sizeof "failure ");
   }
 
-  void download_didReceiveResponse(std::string_view type, int64_t length) override {
-    events.push_back("response " + std::string(type) + " " + std::to_string(length));
+  void download_didReceiveResponse(const URLDownloadResponse& response) override {
+    events.push_back("response " + response.mimeType + " " +
+                     std::to_string(response.expectedLength));
   }
   std::string download_decideDestinationWithSuggestedFilename(
       const std::optional<std::string>& name) override {

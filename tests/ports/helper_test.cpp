@@ -13,6 +13,7 @@
 #include "ports/linux/helper/helper_message.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
+#include "tests/fakes/error_of.h"
 #include "tests/fakes/eventually.h"
 #include "tests/fakes/scratch_folder.h"
 
@@ -49,8 +50,8 @@ class HelperTest : public testing::Test {
                                        const std::string& name = "installPkg",
                                        unsigned mode = 0755) const {
     program(name, body, mode);
-    return task.performAction_withArguments(
-        "runScript", {{"SCRIPT", folder.file(name)}, {"PKG_PATH", folder.file("Foo.pkg")}});
+    return errorOf(task.performAction_withArguments(
+        "runScript", {{"SCRIPT", folder.file(name)}, {"PKG_PATH", folder.file("Foo.pkg")}}));
   }
 
   LinuxHelperManager manager(Authorization authorization) {
@@ -73,50 +74,62 @@ TEST_F(HelperTest, IsGrantedOnlyWhenTheHelperItselfAnswers) {
                                         {"echo Welcome.; \"$@\"", true},
                                         {"exit 126", false},
                                         {"sleep 30 & exit 127", false},
-                                        {"exec /nowhere", false}}) {
+                                        {"exit 1", false}}) {
     program("bin/pkexec", body);
-    EXPECT_EQ(asking.rootTaskWithPrompt("Please") != nullptr, isGranted) << body;
+    const auto task = asking.rootTaskWithPrompt("Please");
+    EXPECT_EQ(task.ok(), isGranted) << body;
     EXPECT_EQ(asked.back(), isGranted);
+    const bool isRefusal = body != "exit 1"s;
+    if (!task) {
+      EXPECT_EQ(task.error().code, isRefusal ? "notAuthorized" : "authorizationUnavailable");
+    }
   }
-  EXPECT_EQ(manager(Authorization::never).rootTaskWithPrompt("Please"), nullptr);
-  EXPECT_EQ(asked.size(), 6u);
+  fs::remove(folder.file("bin/pkexec"));
+  ::setenv("PATH", folder.file("bin").c_str(), 1);
+  EXPECT_EQ(asking.rootTaskWithPrompt("Please").error().code, "authorizationUnavailable");
+  EXPECT_EQ(manager(Authorization::never).rootTaskWithPrompt("Please").error().code,
+            "notAuthorized");
+  EXPECT_EQ(asked.size(), 7u);
   EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
 TEST_F(HelperTest, ReplacesAnApplicationAndAnswersEachOperationOnce) {
   program("bin/pkexec", "exec " STAND_IN_PKEXEC " \"$@\"");
-  const auto task = manager(Authorization::ask).rootTaskWithPrompt("Please");
+  const auto task = manager(Authorization::ask).rootTaskWithPrompt("Please").value();
   ASSERT_TRUE(task);
-  EXPECT_NE(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app), absent);
-  EXPECT_EQ(task->moveItemAtPathToTrash(app), absent);
+  EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app)), absent);
+  const Result<std::string> trashed = task->moveItemAtPathToTrash(app);
+  EXPECT_EQ(trashed ? *trashed : trashed.error().message, folder.file("data/Trash/files/Foo.app"));
   EXPECT_EQ(folder.read("data/Trash/files/Foo.app/old"), "old");
-  EXPECT_EQ(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app), absent);
+  EXPECT_EQ(errorOf(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app)), absent);
   EXPECT_EQ(folder.read("Apps/Foo.app/new"), "new");
   task->stop();
   task->stop();
-  EXPECT_NE(task->moveItemAtPathToTrash(app), absent);
+  EXPECT_NE(errorOf(task->moveItemAtPathToTrash(app)), absent);
   EXPECT_EQ(ended.size(), 5u) << "stopped once";
   EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
 TEST_F(HelperTest, RefusesWhatNoUpdateAsksFor) {
-  const auto task = manager(Authorization::always).rootTaskWithPrompt("Please");
+  const auto task = manager(Authorization::always).rootTaskWithPrompt("Please").value();
   fs::create_directory_symlink(folder.file("Apps"), folder.file("link"));
   fs::create_directory_symlink(app, folder.file("Apps/Link.app"));
   for (const std::string& path :
        {"Apps/Foo.app"s, folder.file("new/../Apps/Foo.app"), folder.file("Apps"),
         folder.file("Apps/Link.app"), app + "/", "/"s, ""s}) {
-    EXPECT_NE(task->moveItemAtPathToTrash(path), absent) << path;
+    EXPECT_NE(errorOf(task->moveItemAtPathToTrash(path)), absent) << path;
   }
   const std::string source = folder.file("new/Foo.app");
-  EXPECT_NE(task->performCopyItemAtPath_toPath(source, folder.file("link/New.app")), absent);
-  EXPECT_NE(task->performCopyItemAtPath_toPath(source, folder.file("Apps/new")), absent);
-  EXPECT_NE(task->performCopyItemAtPath_toPath(source + "/new", folder.file("New.app")), absent);
+  EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(source, folder.file("link/New.app"))),
+            absent);
+  EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(source, folder.file("Apps/new"))), absent);
+  EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(source + "/new", folder.file("New.app"))),
+            absent);
   EXPECT_NE(runScript(*task, "touch " + folder.file("ran"), "other"), absent);
   EXPECT_NE(runScript(*task, "touch " + folder.file("ran"), "open/installPkg", 0757), absent);
   EXPECT_FALSE(fs::exists(folder.file("ran")) || fs::exists(folder.file("Apps/New.app")));
   EXPECT_EQ(runScript(*task, ""), absent);
-  EXPECT_NE(task->performAction_withArguments("runAnything", {}), absent);
+  EXPECT_NE(errorOf(task->performAction_withArguments("runAnything", {})), absent);
   EXPECT_NE(runScript(*task, ""), absent) << "goes on after what it does not know";
 }
 
@@ -140,7 +153,7 @@ TEST_F(HelperTest, EndsAtBytesThatAreNoMessage) {
 
 TEST_F(HelperTest, RunsTheScriptAloneAndTellsTheEndOfItsErrors) {
   ::setenv("SECRET", "1", 1);
-  const auto task = manager(Authorization::always).rootTaskWithPrompt("Please");
+  const auto task = manager(Authorization::always).rootTaskWithPrompt("Please").value();
   const auto error = runScript(*task, "cd " + folder.path() +
                                           "; env >env; sleep 60 & echo $! >pid\n"
                                           "head -c 300000 /dev/zero | tr '\\0' x >&2\n"
@@ -160,8 +173,8 @@ TEST_F(HelperTest, EndsAskingProgramsHelpersAndScriptsAtOnce) {
   LinuxHelperManager always = manager(Authorization::always);
   LinuxHelperManager asking = manager(Authorization::ask);
   program("bin/pkexec", "echo >" + folder.file("prompt") + "; sleep 60");
-  const auto task = always.rootTaskWithPrompt("Please");
-  std::thread prompt([&] { EXPECT_EQ(asking.rootTaskWithPrompt("Please"), nullptr); });
+  const auto task = always.rootTaskWithPrompt("Please").value();
+  std::thread prompt([&] { EXPECT_FALSE(asking.rootTaskWithPrompt("Please")); });
   std::thread script([&] {
     EXPECT_NE(runScript(*task, "sleep 60 & echo $! >" + folder.file("pid") + "; wait"), absent);
   });
@@ -175,7 +188,7 @@ TEST_F(HelperTest, EndsAskingProgramsHelpersAndScriptsAtOnce) {
   EXPECT_TRUE(eventually([&] { return ::kill(below, 0) != 0; }))
       << "what the script started lives on";
   EXPECT_TRUE(eventually([] { return !hasChildren(); }));
-  EXPECT_EQ(always.rootTaskWithPrompt("Please"), nullptr);
+  EXPECT_FALSE(always.rootTaskWithPrompt("Please"));
 }
 
 // A helper with all rights works for a user who has few.
@@ -195,13 +208,12 @@ TEST_F(HelperDeathTest, LeavesTheOldApplicationToTheUserAndTheNewOneToRoot) {
   folder.write("Apps/Bar.app/file", "");
   const auto asNobody = [&] {
     if (::setgroups(1, &root) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0) ::_exit(2);
-    const auto task = manager(Authorization::ask).rootTaskWithPrompt("Please");
-    if (!task) ::_exit(3);
-    EXPECT_EQ(task->moveItemAtPathToTrash(app), absent);
-    EXPECT_EQ(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app), absent);
+    const auto task = manager(Authorization::ask).rootTaskWithPrompt("Please").value();
+    EXPECT_EQ(errorOf(task->moveItemAtPathToTrash(app)), absent);
+    EXPECT_EQ(errorOf(task->performCopyItemAtPath_toPath(folder.file("new/Foo.app"), app)), absent);
     fs::rename(folder.file("data/Trash/files"), folder.file("data/Trash/mine"));
     fs::create_symlink(folder.file("root"), folder.file("data/Trash/files"));
-    EXPECT_NE(task->moveItemAtPathToTrash(folder.file("Apps/Bar.app")), absent);
+    EXPECT_NE(errorOf(task->moveItemAtPathToTrash(folder.file("Apps/Bar.app"))), absent);
     ::_exit(HasFailure());
   };
   EXPECT_EXIT(asNobody(), testing::ExitedWithCode(0), "");

@@ -43,13 +43,13 @@ class ImagesTest : public testing::Test {
     for (const std::string& folder : folders) words.push_back(scratch_.file(folder));
     words.push_back(scratch_.file(name));
     const auto made = children_.run({"/usr/bin/python3", words, {}, {}, false});
-    EXPECT_EQ(made.value_or(ChildProcesses::Result()).exitStatus, 0) << kind;
+    EXPECT_EQ(made.value_or(ChildProcesses::Completion()).exitStatus, 0) << kind;
     return words.back();
   }
-  ChildProcesses::Result hdiutil(std::vector<std::string> arguments) {
+  ChildProcesses::Completion hdiutil(std::vector<std::string> arguments) {
     ChildProcess child{"/usr/bin/hdiutil", std::move(arguments), {}, "y\n", true};
     child.environment = std::map<std::string, std::string>{{"PAGER", "/usr/bin/true"}};
-    return children_.run(child).value_or(ChildProcesses::Result{-1, ""});
+    return children_.run(child).value_or(ChildProcesses::Completion{-1, ""});
   }
   // The mount points; none is a failure, which says nothing else.
   std::vector<std::string> attach(const std::string& image) {

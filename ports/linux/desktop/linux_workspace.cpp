@@ -36,6 +36,12 @@ std::optional<std::string> openable(std::string_view url) {
   return g_str_equal(scheme, "file") ? pathOfFileURL(address) : address;
 }
 
+/// Starts the opener; its process id is not positive if there is none or it cannot be started.
+pid_t startOpener(std::string_view url) {
+  const std::optional<std::string> target = openable(url);
+  return target ? startInOwnSession({kOpener, *target}) : -1;
+}
+
 bool hasOpened(pid_t opener) {
   const auto deadline = std::chrono::steady_clock::now() + kOpenerPatience;
   if (endsBefore(deadline, openProcess(opener))) return waitForEnd(opener) == 0;
@@ -53,41 +59,34 @@ bool reveal(const std::string& path) {
 }  // namespace
 
 bool LinuxWorkspace::openURL(std::string_view url) {
-  const auto report = [opened = reports_.opened, address = std::string(url)](bool isOpened) {
-    opened(address, isOpened);
+  const pid_t opener = startOpener(url);
+  const bool opened = opener > 0 && hasOpened(opener);
+  reports_.opened(url, opened);
+  return opened;
+}
+
+void LinuxWorkspace::openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) {
+  const auto report = [told = reports_.opened, address = std::string(url),
+                       opened = std::move(opened)](bool isOpened) {
+    told(address, isOpened);
+    opened(isOpened);
   };
-  const std::optional<std::string> target = openable(url);
-  const pid_t opener = target ? startInOwnSession({kOpener, *target}) : -1;
-  if (opener > 0) return carryOut([opener] { return hasOpened(opener); }, report);
-  report(false);
-  return false;
+  const pid_t opener = startOpener(url);
+  const auto wait = [opener, report] { report(hasOpened(opener)); };
+  if (opener <= 0 || !threads_.detachNewThread(wait)) report(false);
 }
 
 bool LinuxWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,
                                                          std::string_view root) {
-  const std::string file(path);
-  return carryOut([file] { return reveal(file); },
-                  [selected = reports_.selected, file, folder = std::string(root)](
-                      bool isSelected) { selected(file, folder, isSelected); });
+  const bool selected = reveal(std::string(path));
+  reports_.selected(path, root, selected);
+  return selected;
 }
 
 std::vector<std::string> LinuxWorkspace::launchedApplicationPaths() {
   std::set<std::string> paths;
   for (auto& application : runningApplications()) paths.insert(std::move(application.bundlePath));
   return {paths.begin(), paths.end()};
-}
-
-bool LinuxWorkspace::carryOut(const std::function<bool()>& work,
-                              const std::function<void(bool done)>& report) {
-  const auto body = [work, report] {
-    const bool isDone = work();
-    report(isDone);
-    return isDone;
-  };
-  if (!mainLoop_.isMainThread()) return body();
-  if (threads_.detachNewThread(body)) return true;
-  report(false);
-  return false;
 }
 
 }  // namespace revwarden

@@ -2,7 +2,6 @@
 
 #include <functional>
 
-#include "platform/run_loop.h"
 #include "platform/threads.h"
 #include "platform/workspace.h"
 
@@ -12,8 +11,7 @@ namespace revwarden {
 /// thread.
 ///
 /// Opened means that xdg-open ended with status 0, or still ran after two seconds; revealed, that
-/// the file viewer shows the file or, without one, that its folder was opened. On the main thread
-/// that is found out by a thread of its own, and the answer is whether it was started.
+/// the file viewer shows the file or, without one, that its folder was opened.
 class LinuxWorkspace final : public Workspace {
  public:
   /// Called once for every request when its outcome is known, on any thread, before an answer that
@@ -23,19 +21,17 @@ class LinuxWorkspace final : public Workspace {
     std::function<void(std::string_view path, std::string_view root, bool selected)> selected;
   };
 
-  LinuxWorkspace(RunLoop& mainLoop, Threads& threads, Reports reports)
-      : mainLoop_(mainLoop), threads_(threads), reports_(std::move(reports)) {}
+  LinuxWorkspace(Threads& threads, Reports reports)
+      : threads_(threads), reports_(std::move(reports)) {}
 
   /// Hands an address to xdg-open as it is, a file: address or a full path as the path.
   bool openURL(std::string_view url) override;
+  void openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) override;
   /// No file viewer here has windows rooted at a folder.
   bool selectFile_inFileViewerRootedAtPath(std::string_view path, std::string_view root) override;
   std::vector<std::string> launchedApplicationPaths() override;
 
  private:
-  bool carryOut(const std::function<bool()>& work, const std::function<void(bool done)>& report);
-
-  RunLoop& mainLoop_;
   Threads& threads_;
   const Reports reports_;
 };

@@ -42,12 +42,12 @@ bool LinuxFileOperations::removeItemAtPath(std::string_view path) {
   return removeTree(std::string(path));
 }
 
-bool LinuxFileOperations::moveItemAtPathToTrash(std::string_view path) {
-  return !moveToTrash(std::string(path));
+Result<std::string> LinuxFileOperations::moveItemAtPathToTrash(std::string_view path) {
+  return moveToTrash(std::string(path));
 }
 
-std::optional<std::string> LinuxFileOperations::copyDirectoryAtPath_toPath(
-    std::string_view source, std::string_view destination) {
+Result<> LinuxFileOperations::copyDirectoryAtPath_toPath(std::string_view source,
+                                                         std::string_view destination) {
   return copyTree(std::string(source), std::string(destination));
 }
 

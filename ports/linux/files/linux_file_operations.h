@@ -12,9 +12,9 @@ class LinuxFileOperations final : public FileOperations {
   std::vector<std::string> downloadsDirectories() const override;
   std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) const override;
   bool removeItemAtPath(std::string_view path) override;
-  bool moveItemAtPathToTrash(std::string_view path) override;
-  std::optional<std::string> copyDirectoryAtPath_toPath(std::string_view source,
-                                                        std::string_view destination) override;
+  Result<std::string> moveItemAtPathToTrash(std::string_view path) override;
+  Result<> copyDirectoryAtPath_toPath(std::string_view source,
+                                      std::string_view destination) override;
 };
 
 }  // namespace revwarden

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <memory>
 
 #include "ports/linux/files/place_in_trash.h"
@@ -16,6 +15,7 @@
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/hidden_folder.h"
 #include "ports/posix/remove_tree.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -46,29 +46,32 @@ class WritableForNow {
 
 // GLib reads the environment once and takes what is no full path too: it is asked only when it
 // means the same Trash.
-bool moveByRenaming(const std::string& path, const DirectoryEntry& place) {
-  if (g_get_user_data_dir() != dataFolder()) return false;
+//
+// GLib does not say where in the Trash it went, but an open descriptor follows the rename. Returns
+// "" if that path cannot be read.
+std::optional<std::string> moveByRenaming(const std::string& path, const DirectoryEntry& place) {
+  if (g_get_user_data_dir() != dataFolder()) return std::nullopt;
+  const FileDescriptor moved(
+      openat(place.folder.get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
   const WritableForNow writable(place);
   const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
       g_vfs_get_file_for_path(g_vfs_get_local(), path.c_str()), g_object_unref);
-  return g_file_trash(file.get(), nullptr, nullptr);
+  if (!g_file_trash(file.get(), nullptr, nullptr)) return std::nullopt;
+  g_autofree char* trashed =
+      g_file_read_link(("/proc/self/fd/" + std::to_string(moved.get())).c_str(), nullptr);
+  return trashed ? trashed : "";
 }
 
-std::string reason(const std::string& path) {
-  return path + ": " + strerror(errno);
-}
-
-std::optional<std::string> copyFileOrLink(const DirectoryEntry& from, mode_t mode,
-                                          const std::string& path) {
+Result<> copyFileOrLink(const DirectoryEntry& from, mode_t mode, const std::string& path) {
   const std::optional<DirectoryEntry> to = DirectoryEntry::at(path);
-  if (!to) return reason(path);
+  if (!to) return systemError(path);
   EntryCopy copy(Owner::asBefore);
   const EntryCopy::Entry source{from.folder.get(), from.name.c_str()};
   const EntryCopy::Entry target{to->folder.get(), to->name.c_str()};
   if (S_ISLNK(mode) ? copy.copyLink(source, target) : copy.copyFile(source, target)) {
-    return std::nullopt;
+    return kSuccess;
   }
-  return reason(path);
+  return systemError(path);
 }
 
 // Nothing else is left of it once the original goes, should the machine lose its power.
@@ -84,33 +87,33 @@ bool freePath(const DirectoryEntry& place, mode_t mode) {
   return unlinkat(place.folder.get(), place.name.c_str(), 0) == 0;
 }
 
-std::optional<std::string> moveByCopying(const std::string& path, const DirectoryEntry& place,
-                                         mode_t mode) {
-  if (faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) return reason(path);
+Result<std::string> moveByCopying(const std::string& path, const DirectoryEntry& place,
+                                  mode_t mode) {
+  if (faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) return systemError(path);
   std::optional<PlaceInTrash> trash = PlaceInTrash::reserve(path, place.name);
-  if (!trash) return "The Trash cannot be used: " + std::string(strerror(errno));
-  std::optional<std::string> error = S_ISDIR(mode) ? copyTree(path, trash->path(), Owner::asBefore)
-                                                   : copyFileOrLink(place, mode, trash->path());
-  if (error) return error;
+  if (!trash) return systemError("The Trash cannot be used");
+  const Result<> copied = S_ISDIR(mode) ? copyTree(path, trash->path(), Owner::asBefore)
+                                        : copyFileOrLink(place, mode, trash->path());
+  if (!copied) return copied.error();
   if (isOnDisk(trash->path()) && freePath(place, mode)) {
     trash->use();
-    return std::nullopt;
+    return trash->path();
   }
-  error = reason(path);
+  Error error = systemError(path);
   removeTree(trash->path());
   return error;
 }
 
 }  // namespace
 
-std::optional<std::string> moveToTrash(const std::string& path) {
+Result<std::string> moveToTrash(const std::string& path) {
   const std::optional<DirectoryEntry> place = DirectoryEntry::at(path);
   struct stat facts;
   if (!place ||
       fstatat(place->folder.get(), place->name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {
-    return reason(path);
+    return systemError(path);
   }
-  if (moveByRenaming(path, *place)) return std::nullopt;
+  if (const auto trashed = moveByRenaming(path, *place)) return *trashed;
   return moveByCopying(path, *place, facts.st_mode);
 }
 

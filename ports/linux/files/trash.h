@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "base/result.h"
 
 namespace revwarden {
 
@@ -13,7 +14,8 @@ namespace revwarden {
 /// process is killed, the thing is whole at its path, in the Trash, or in both. What cannot be
 /// removed afterwards stays beside the path under a hidden name.
 ///
-/// Absent on success, else the reason; it is whole at its path then. Any thread.
-std::optional<std::string> moveToTrash(const std::string& path);
+/// Returns the path in the Trash, empty if it cannot be found out. On an error it is whole at its
+/// path. Any thread.
+Result<std::string> moveToTrash(const std::string& path);
 
 }  // namespace revwarden

@@ -9,10 +9,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
 
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -23,9 +23,11 @@ bool become(const AskingUser& user) {
          ::setresuid(user.uid, user.uid, user.uid) == 0;
 }
 
-[[noreturn]] void answer(int pipe, const std::optional<std::string>& error) {
-  if (error) (void)!::write(pipe, error->data(), std::min<size_t>(error->size(), PIPE_BUF));
-  ::_exit(error ? 1 : 0);
+// The value with status 0, else the error's code, a line break and its message.
+[[noreturn]] void answer(int pipe, const Result<std::string>& result) {
+  const std::string text = result ? *result : result.error().code + '\n' + result.error().message;
+  (void)!::write(pipe, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
+  ::_exit(result ? 0 : 1);
 }
 
 }  // namespace
@@ -40,22 +42,26 @@ std::optional<AskingUser> askingUser(const std::string& uid) {
   return AskingUser{number, entry->pw_gid, entry->pw_name};
 }
 
-std::optional<std::string> withRightsOf(const AskingUser& user,
-                                        const std::function<std::optional<std::string>()>& work) {
+Result<std::string> withRightsOf(const AskingUser& user,
+                                 const std::function<Result<std::string>()>& work) {
   std::optional<Pipe> pipe = makePipe();
-  if (!pipe) return std::strerror(errno);
+  if (!pipe) return systemError("pipe");
   const pid_t pid = ::fork();
-  if (pid < 0) return std::strerror(errno);
+  if (pid < 0) return systemError("fork");
   if (pid == 0) {
     answer(pipe->writeEnd.get(),
-           become(user) ? work() : "The rights of the user cannot be taken on.");
+           become(user)
+               ? work()
+               : Result<std::string>(Error{"", "The rights of the user cannot be taken on."}));
   }
   pipe->writeEnd = FileDescriptor();
   std::string text;
   readToEnd(pipe->readEnd.get(), text);
   const int status = waitForEnd(pid);
-  if (status == 0) return std::nullopt;
-  return text.empty() ? "ended with status " + std::to_string(status) : text;
+  if (status == 0) return text;
+  const size_t lineBreak = text.find('\n');
+  if (lineBreak == text.npos) return Error{"", "ended with status " + std::to_string(status)};
+  return Error{text.substr(0, lineBreak), text.substr(lineBreak + 1)};
 }
 
 }  // namespace revwarden

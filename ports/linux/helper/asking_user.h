@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "base/result.h"
+
 namespace revwarden {
 
 /// The user for whom a helper with more rights than his works.
@@ -19,12 +21,12 @@ struct AskingUser {
 std::optional<AskingUser> askingUser(const std::string& uid);
 
 /// Runs `work` in a process of its own that has this user's rights, groups and nothing more, waits
-/// for it and hands on its answer: absent on success, else the error.
+/// for it and returns its result.
 ///
 /// What a privileged process writes into a folder of the user can be led astray by links that he
 /// puts there meanwhile; what this process writes cannot, and belongs to him. To be called while
 /// the calling process has one thread.
-std::optional<std::string> withRightsOf(const AskingUser& user,
-                                        const std::function<std::optional<std::string>()>& work);
+Result<std::string> withRightsOf(const AskingUser& user,
+                                 const std::function<Result<std::string>()>& work);
 
 }  // namespace revwarden

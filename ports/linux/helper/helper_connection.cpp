@@ -15,15 +15,15 @@ bool HelperConnection::isGreeted(int process) {
   return sources[0].revents != 0 && receiveMessage(socket_.get()) == HelperMessage{helperGreeting};
 }
 
-std::optional<std::string> HelperConnection::ask(const HelperMessage& request) {
+Result<std::string> HelperConnection::ask(const HelperMessage& request) {
   const std::lock_guard lock(oneRequest_);
-  if (finished_) return "The helper was stopped.";
+  if (finished_) return Error{"", "The helper was stopped."};
   if (sendMessage(socket_.get(), request)) {
     const std::optional<HelperMessage> answer = receiveMessage(socket_.get());
-    if (answer && answer->empty()) return std::nullopt;
     if (answer && answer->size() == 1) return answer->front();
+    if (answer && answer->size() == 2) return Error{answer->front(), answer->back()};
   }
-  return "The helper has ended.";
+  return Error{"", "The helper has ended."};
 }
 
 bool HelperConnection::finish() {

@@ -2,9 +2,9 @@
 
 #include <atomic>
 #include <mutex>
-#include <optional>
 #include <string>
 
+#include "base/result.h"
 #include "ports/linux/helper/helper_message.h"
 #include "ports/posix/file_descriptor.h"
 
@@ -20,9 +20,10 @@ class HelperConnection {
   /// the helper's end of the socket.
   bool isGreeted(int process);
 
-  /// Sends the request when those before it have been answered, and waits for the answer: absent on
-  /// success, else the error. The end of the helper and of the conversation are errors.
-  std::optional<std::string> ask(const HelperMessage& request);
+  /// Sends the request when those before it have been answered, and waits for the answer: the
+  /// operation's value ("" if it has none) or its error. The end of the helper and of the
+  /// connection are errors.
+  Result<std::string> ask(const HelperMessage& request);
 
   /// Lets the helper know that no request follows, and does not wait. One that it carries out is
   /// still answered. Whether this was the first call.

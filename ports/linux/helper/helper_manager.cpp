@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <utility>
 
@@ -10,9 +11,12 @@
 #include "ports/linux/helper/helper_connection.h"
 #include "ports/linux/processes/processes.h"
 #include "ports/posix/spawn.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
+
+constexpr std::chrono::seconds kEndPatience(2);
 
 class LinuxHelperTask final : public KQHelperTask {
  public:
@@ -21,17 +25,17 @@ class LinuxHelperTask final : public KQHelperTask {
   LinuxHelperTask(std::shared_ptr<HelperConnection> helper, std::shared_ptr<const Reports> reports)
       : helper_(std::move(helper)), reports_(std::move(reports)) {}
 
-  std::optional<std::string> moveItemAtPathToTrash(std::string_view path) override {
+  Result<std::string> moveItemAtPathToTrash(std::string_view path) override {
     return ask({moveToTrashSelector, std::string(path)}, {path});
   }
 
-  std::optional<std::string> performCopyItemAtPath_toPath(std::string_view source,
-                                                          std::string_view destination) override {
-    return ask({copySelector, std::string(source), std::string(destination)},
-               {source, destination});
+  Result<> performCopyItemAtPath_toPath(std::string_view source,
+                                        std::string_view destination) override {
+    return withoutValue(
+        ask({copySelector, std::string(source), std::string(destination)}, {source, destination}));
   }
 
-  std::optional<std::string> performAction_withArguments(
+  Result<> performAction_withArguments(
       std::string_view action, const std::map<std::string, std::string>& arguments) override {
     HelperMessage request{actionSelector, std::string(action)};
     DictionaryBuilder reported;
@@ -39,7 +43,7 @@ class LinuxHelperTask final : public KQHelperTask {
       request.insert(request.end(), {key, value});
       reported.set(key, value);
     }
-    return ask(request, {action, reported.build()});
+    return withoutValue(ask(request, {action, reported.build()}));
   }
 
   void stop() override {
@@ -47,10 +51,16 @@ class LinuxHelperTask final : public KQHelperTask {
   }
 
  private:
-  std::optional<std::string> ask(const HelperMessage& request, std::vector<Value> arguments) {
-    std::optional<std::string> error = helper_->ask(request);
-    reports_->ended(request.front(), Array(std::move(arguments)), error);
-    return error;
+  static Result<> withoutValue(const Result<std::string>& result) {
+    if (!result) return result.error();
+    return kSuccess;
+  }
+
+  Result<std::string> ask(const HelperMessage& request, std::vector<Value> arguments) {
+    Result<std::string> result = helper_->ask(request);
+    reports_->ended(request.front(), Array(std::move(arguments)),
+                    result ? std::nullopt : std::optional(result.error().message));
+    return result;
   }
 
   const std::shared_ptr<HelperConnection> helper_;
@@ -65,26 +75,51 @@ LinuxHelperManager::LinuxHelperManager(Authorization authorization, std::string 
       helperProgram_(std::move(helperProgram)),
       reports_(std::make_shared<const Reports>(std::move(reports))) {}
 
-std::shared_ptr<KQHelperTask> LinuxHelperManager::rootTaskWithPrompt(std::string_view prompt) {
-  std::shared_ptr<HelperConnection> helper;
-  if (authorization_ != Authorization::never) helper = obtainHelper();
-  reports_->asked(prompt, helper != nullptr);
-  if (!helper) return nullptr;
-  return std::make_shared<LinuxHelperTask>(std::move(helper), reports_);
+Result<std::shared_ptr<KQHelperTask>> LinuxHelperManager::rootTaskWithPrompt(
+    std::string_view prompt) {
+  Result<std::shared_ptr<HelperConnection>> helper = obtainHelper();
+  reports_->asked(prompt, helper.ok());
+  if (!helper) return helper.error();
+  return std::shared_ptr<KQHelperTask>(
+      std::make_shared<LinuxHelperTask>(std::move(*helper), reports_));
 }
 
-std::shared_ptr<HelperConnection> LinuxHelperManager::obtainHelper() {
+Result<std::shared_ptr<HelperConnection>> LinuxHelperManager::obtainHelper() {
+  if (authorization_ == Authorization::never) {
+    return Error{"notAuthorized", "this agent does not ask for administrator rights"};
+  }
+  // pkexec reports a missing program with the status of a refusal.
+  if (::access(helperProgram_.c_str(), X_OK) != 0) {
+    return Error{"authorizationUnavailable", systemError(helperProgram_).message};
+  }
   int ends[2];
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return nullptr;
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+    return Error{"authorizationUnavailable", systemError("socketpair").message};
+  }
   auto connection = std::make_shared<HelperConnection>(FileDescriptor(ends[0]));
   FileDescriptor helpersEnd(ends[1]);
   const pid_t pid = start(helpersEnd.get(), connection);
   helpersEnd = FileDescriptor();
-  if (pid <= 0) return nullptr;
-  const bool granted = connection->isGreeted(openProcess(pid).get());
+  if (pid <= 0) {
+    return Error{"authorizationUnavailable", helperCommand().front() + " cannot be started"};
+  }
+  const FileDescriptor process = openProcess(pid);
+  const bool granted = connection->isGreeted(process.get());
   settle(granted);
+  if (!granted && endsBefore(std::chrono::steady_clock::now() + kEndPatience, process)) {
+    return refusal(waitForEnd(pid));
+  }
   reapInBackground(pid);
-  return granted ? connection : nullptr;
+  if (!granted) return refusal(0);
+  return connection;
+}
+
+// A status of pkexec: 126 if the user dismissed the dialogue, 127 if no authorization was obtained.
+Error LinuxHelperManager::refusal(int status) const {
+  if (authorization_ == Authorization::ask && (status == 126 || status == 127)) {
+    return {"notAuthorized", "administrator rights were not granted"};
+  }
+  return {"authorizationUnavailable", helperCommand().front() + " did not start the helper"};
 }
 
 std::vector<std::string> LinuxHelperManager::helperCommand() const {

@@ -45,7 +45,7 @@ class LinuxHelperManager final : public KQHelperManager {
   /// tasks do.
   LinuxHelperManager(Authorization authorization, std::string helperProgram, Reports reports);
 
-  std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) override;
+  Result<std::shared_ptr<KQHelperTask>> rootTaskWithPrompt(std::string_view prompt) override;
 
   /// For the end of this process: kills a program that is still asking, ends the helpers, and lets
   /// none be started from now on. Any thread, whatever the others do; does not wait for the
@@ -53,7 +53,8 @@ class LinuxHelperManager final : public KQHelperManager {
   void endAll();
 
  private:
-  std::shared_ptr<HelperConnection> obtainHelper();
+  Result<std::shared_ptr<HelperConnection>> obtainHelper();
+  Error refusal(int status) const;
   std::vector<std::string> helperCommand() const;
   pid_t start(int socket, const std::shared_ptr<HelperConnection>& connection);
   void settle(bool granted);

@@ -9,7 +9,7 @@
 //
 // The helper speaks first, with `helperGreeting`. From then on the agent sends one request at a
 // time, the operation's selector and its arguments, and the helper answers each exactly once: with
-// no field on success, else with the error's text.
+// the operation's value ("" if it has none), or with the error's code and message.
 namespace revwarden {
 
 /// The fields of one message. On the socket it is its length, then each field's length and bytes;

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <map>
 #include <string_view>
 
@@ -16,15 +15,12 @@
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/hidden_folder.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
 
-using Error = std::optional<std::string>;
-
-Error failed(const std::string& path) {
-  return path + ": " + std::strerror(errno);
-}
+using Refusal = std::optional<Error>;
 
 bool isPlainPath(std::string_view path) {
   if (path.size() < 2 || path.front() != '/' || path.find('\0') != path.npos) return false;
@@ -37,41 +33,42 @@ bool isPlainPath(std::string_view path) {
   return true;
 }
 
-Error refusalOfApplication(const std::string& path) {
-  if (!isPlainPath(path)) return path + " is no full path.";
+Refusal refusalOfApplication(const std::string& path) {
+  if (!isPlainPath(path)) return Error{"", path + " is no full path."};
   if (asciiUpperCase(pathExtension(path)) == "APP") return std::nullopt;
-  return path + " is no application.";
+  return Error{"", path + " is no application."};
 }
 
-Error refusalOfFolder(const std::string& path) {
-  if (!isPlainPath(path)) return path + " is no full path.";
+Refusal refusalOfFolder(const std::string& path) {
+  if (!isPlainPath(path)) return Error{"", path + " is no full path."};
   struct stat facts;
-  if (::lstat(path.c_str(), &facts) != 0) return failed(path);
+  if (::lstat(path.c_str(), &facts) != 0) return systemError(path);
   if (S_ISDIR(facts.st_mode)) return std::nullopt;
-  return path + " is no folder.";
+  return Error{"notFolder", path + " is no folder."};
 }
 
-Error refusalOfScript(const std::string& path, const std::optional<AskingUser>& user) {
+Refusal refusalOfScript(const std::string& path, const std::optional<AskingUser>& user) {
   if (!isPlainPath(path) || lastPathComponent(path) != "installPkg") {
-    return path + " is not the script that installs packages.";
+    return Error{"", path + " is not the script that installs packages."};
   }
   struct stat facts;
-  if (::lstat(path.c_str(), &facts) != 0) return failed(path);
+  if (::lstat(path.c_str(), &facts) != 0) return systemError(path);
   const bool isTrusted =
       facts.st_uid == 0 || facts.st_uid == ::geteuid() || (user && facts.st_uid == user->uid);
   if (S_ISREG(facts.st_mode) && isTrusted && !(facts.st_mode & S_IWOTH)) return std::nullopt;
-  return path + " could be another user's.";
+  return Error{"", path + " could be another user's."};
 }
 
-Error refusalOfPackage(const std::string& path) {
-  if (!isPlainPath(path)) return path + " is no full path.";
-  if (!asciiUpperCase(pathExtension(path)).ends_with("PKG")) return path + " is no package.";
+Refusal refusalOfPackage(const std::string& path) {
+  if (!isPlainPath(path)) return Error{"", path + " is no full path."};
+  if (!asciiUpperCase(pathExtension(path)).ends_with("PKG"))
+    return Error{"", path + " is no package."};
   if (::access(path.c_str(), F_OK) == 0) return std::nullopt;
-  return failed(path);
+  return systemError(path);
 }
 
 /// Makes the folder that holds `path` the current one.
-Error enterFolderOf(const std::string& path) {
+Result<> enterFolderOf(const std::string& path) {
   constexpr int flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
   FileDescriptor folder(::open("/", flags));
   size_t begin = 1;
@@ -79,17 +76,18 @@ Error enterFolderOf(const std::string& path) {
     const std::string name = path.substr(begin, end - begin);
     folder = FileDescriptor(::openat(folder.get(), name.c_str(), flags));
   }
-  if (folder && ::fchdir(folder.get()) == 0) return std::nullopt;
-  return failed(path);
+  if (folder && ::fchdir(folder.get()) == 0) return kSuccess;
+  return systemError(path);
 }
 
-Error copyToTrash(const std::string& path) {
+Result<std::string> copyToTrash(const std::string& path) {
   std::optional<PlaceInTrash> trash =
       PlaceInTrash::reserve(path, std::string(lastPathComponent(path)));
-  if (!trash) return "The Trash cannot be used: " + std::string(std::strerror(errno));
-  if (Error error = copyTree(path, trash->path())) return error;
+  if (!trash) return systemError("The Trash cannot be used");
+  const Result<> copied = copyTree(path, trash->path());
+  if (!copied) return copied.error();
   trash->use();
-  return std::nullopt;
+  return trash->path();
 }
 
 std::string inCurrentFolder(const std::string& path) {
@@ -99,7 +97,7 @@ std::string inCurrentFolder(const std::string& path) {
 }  // namespace
 
 HelperOperations::Answer HelperOperations::carryOut(const HelperMessage& request) {
-  if (::chdir("/") != 0) return {failed("/")};  // wherever the last operation went
+  if (::chdir("/") != 0) return {systemError("/")};  // wherever the last operation went
   if (request.size() == 2 && request[0] == moveToTrashSelector) return {moveToTrash(request[1])};
   if (request.size() == 3 && request[0] == copySelector) return {copy(request[1], request[2])};
   if (request.size() == 6 && request[0] == actionSelector && request[1] == "runScript") {
@@ -111,33 +109,37 @@ HelperOperations::Answer HelperOperations::carryOut(const HelperMessage& request
       return {runPackageScript(script->second, package->second)};
     }
   }
-  return {"The helper does not know this operation.", false};
+  return {Error{"", "The helper does not know this operation."}, false};
 }
 
-Error HelperOperations::moveToTrash(const std::string& path) {
-  if (Error refusal = refusalOfApplication(path)) return refusal;
-  if (Error refusal = refusalOfFolder(path)) return refusal;
+Result<std::string> HelperOperations::moveToTrash(const std::string& path) {
+  if (Refusal refusal = refusalOfApplication(path)) return *refusal;
+  if (Refusal refusal = refusalOfFolder(path)) return *refusal;
   if (!user_) return revwarden::moveToTrash(path);
-  if (Error error = enterFolderOf(path)) return error;
-  if (::eaccess(".", W_OK) != 0) return failed(path);  // not only after a long copy
-  if (Error error = withRightsOf(*user_, [&] { return copyToTrash(path); })) return error;
-  if (HiddenFolder::hide(AT_FDCWD, std::string(lastPathComponent(path)).c_str())) {
-    return std::nullopt;
-  }
-  return failed(path);
+  if (const Result<> entered = enterFolderOf(path); !entered) return entered.error();
+  if (::eaccess(".", W_OK) != 0) return systemError(path);  // not only after a long copy
+  Result<std::string> trashed = withRightsOf(*user_, [&] { return copyToTrash(path); });
+  if (!trashed) return trashed;
+  if (HiddenFolder::hide(AT_FDCWD, std::string(lastPathComponent(path)).c_str())) return trashed;
+  return systemError(path);
 }
 
-Error HelperOperations::copy(const std::string& source, const std::string& destination) {
-  if (Error refusal = refusalOfFolder(source)) return refusal;
-  if (Error refusal = refusalOfApplication(destination)) return refusal;
-  if (Error error = enterFolderOf(destination)) return error;
-  return copyTree(source, inCurrentFolder(destination));
+Result<std::string> HelperOperations::copy(const std::string& source,
+                                           const std::string& destination) {
+  if (Refusal refusal = refusalOfFolder(source)) return *refusal;
+  if (Refusal refusal = refusalOfApplication(destination)) return *refusal;
+  if (const Result<> entered = enterFolderOf(destination); !entered) return entered.error();
+  const Result<> copied = copyTree(source, inCurrentFolder(destination));
+  if (!copied) return copied.error();
+  return std::string();
 }
 
-Error HelperOperations::runPackageScript(const std::string& script, const std::string& package) {
-  if (Error refusal = refusalOfScript(script, user_)) return refusal;
-  if (Error refusal = refusalOfPackage(package)) return refusal;
-  return runScript(script, package, agent_);
+Result<std::string> HelperOperations::runPackageScript(const std::string& script,
+                                                       const std::string& package) {
+  if (Refusal refusal = refusalOfScript(script, user_)) return *refusal;
+  if (Refusal refusal = refusalOfPackage(package)) return *refusal;
+  if (auto error = runScript(script, package, agent_)) return Error{"packageFailed", *error};
+  return std::string();
 }
 
 }  // namespace revwarden

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "base/result.h"
 #include "ports/linux/helper/asking_user.h"
 #include "ports/linux/helper/helper_message.h"
 
@@ -31,16 +32,15 @@ class HelperOperations {
       : user_(std::move(user)), agent_(agent) {}
 
   struct Answer {
-    std::optional<std::string> error;  // absent on success
-    bool isKnown = true;               // false: no request of the agent looks like this
+    Result<std::string> result;  // the operation's value, or its error
+    bool isKnown = true;         // false: no request of the agent looks like this
   };
   Answer carryOut(const HelperMessage& request);
 
  private:
-  std::optional<std::string> moveToTrash(const std::string& path);
-  std::optional<std::string> copy(const std::string& source, const std::string& destination);
-  std::optional<std::string> runPackageScript(const std::string& script,
-                                              const std::string& package);
+  Result<std::string> moveToTrash(const std::string& path);
+  Result<std::string> copy(const std::string& source, const std::string& destination);
+  Result<std::string> runPackageScript(const std::string& script, const std::string& package);
 
   const std::optional<AskingUser> user_;
   const int agent_;

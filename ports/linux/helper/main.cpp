@@ -27,8 +27,10 @@ int serve(HelperOperations operations) {
   if (!sendMessage(agent, {helperGreeting})) return complain("revwarden-agent starts this program");
   while (const std::optional<HelperMessage> request = receiveMessage(agent)) {
     const HelperOperations::Answer answer = operations.carryOut(*request);
+    const Result<std::string>& result = answer.result;
     const bool isSent =
-        sendMessage(agent, answer.error ? HelperMessage{*answer.error} : HelperMessage{});
+        sendMessage(agent, result ? HelperMessage{*result}
+                                  : HelperMessage{result.error().code, result.error().message});
     if (!isSent || !answer.isKnown) return 1;
   }
   return 0;

@@ -42,9 +42,9 @@ bool mayUnpack(const ChildProcess& child) {
 LinuxChildProcesses::LinuxChildProcesses(Places places, Workspace& workspace)
     : places_(std::move(places)), workspace_(workspace) {}
 
-std::optional<ChildProcesses::Result> LinuxChildProcesses::run(const ChildProcess& child) {
+std::optional<ChildProcesses::Completion> LinuxChildProcesses::run(const ChildProcess& child) {
   if (!mayUnpack(child)) return std::nullopt;
-  std::optional<Result> result = children_.run(resolved(child.program), child);
+  std::optional<Completion> result = children_.run(resolved(child.program), child);
   if (result && attachesAndOpens(child)) openMountPoint(result->output);
   return result;
 }

@@ -25,7 +25,7 @@ class LinuxChildProcesses final : public ChildProcesses {
   /// `workspace` must outlive this.
   LinuxChildProcesses(Places places, Workspace& workspace);
 
-  std::optional<Result> run(const ChildProcess& child) override;
+  std::optional<Completion> run(const ChildProcess& child) override;
 
   /// As `RunningChildren::endAll`.
   void endAll() { children_.endAll(); }

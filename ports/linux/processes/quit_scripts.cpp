@@ -42,9 +42,9 @@ Asked askToEnd(const RunningApplication& application) {
 
 }  // namespace
 
-std::optional<std::string> QuitScripts::executeSource(std::string_view source) {
+Result<> QuitScripts::executeSource(std::string_view source) {
   const std::optional<std::string> name = applicationToQuit(source);
-  if (!name) return "This script is not understood: " + std::string(source);
+  if (!name) return Error{"", "This script is not understood: " + std::string(source)};
   std::vector<Asked> asked;
   for (const RunningApplication& application : runningApplications()) {
     if (application.name != *name || application.pid == getpid()) continue;
@@ -52,9 +52,11 @@ std::optional<std::string> QuitScripts::executeSource(std::string_view source) {
   }
   const auto deadline = std::chrono::steady_clock::now() + patience_;
   for (const Asked& one : asked) {
-    if (!one.isGone && !endsBefore(deadline, one.process)) return *name + " is still running.";
+    if (!one.isGone && !endsBefore(deadline, one.process)) {
+      return Error{"", *name + " is still running."};
+    }
   }
-  return std::nullopt;
+  return kSuccess;
 }
 
 }  // namespace revwarden

@@ -18,7 +18,7 @@ class QuitScripts final : public AppleScripts {
   explicit QuitScripts(std::chrono::milliseconds patience = std::chrono::seconds(15))
       : patience_(patience) {}
 
-  std::optional<std::string> executeSource(std::string_view source) override;
+  Result<> executeSource(std::string_view source) override;
 
  private:
   const std::chrono::milliseconds patience_;

@@ -11,12 +11,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <type_traits>
 
 #include "ports/posix/folder_copy.h"
 #include "ports/posix/remove_tree.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -25,10 +27,6 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kPrefix = ".revwarden-";
 constexpr std::string_view kExtension = ".bundle";  // of a package that is no application
-
-std::string reason(const std::string& path, int error) {
-  return path + ": " + std::generic_category().message(error);
-}
 
 bool isThere(const std::string& path) {
   struct stat facts;
@@ -111,17 +109,18 @@ class HiddenSibling {
 // One copy by copyfile(3), which tells of every step.
 class PlainCopy {
  public:
-  std::optional<std::string> run(const std::string& source, const std::string& target) {
+  Result<> run(const std::string& source, const std::string& target) {
     constexpr copyfile_flags_t kFlags = COPYFILE_ALL | COPYFILE_RECURSIVE | COPYFILE_NOFOLLOW;
     const std::unique_ptr<Handle, Free> state(copyfile_state_alloc());
-    if (!state) return reason(source, ENOMEM);
+    if (!state) return systemError(source, ENOMEM);
     copyfile_state_set(state.get(), COPYFILE_STATE_STATUS_CB,
                        reinterpret_cast<const void*>(&onStep));
     copyfile_state_set(state.get(), COPYFILE_STATE_STATUS_CTX, this);
     if (::copyfile(source.c_str(), target.c_str(), state.get(), kFlags) != 0 && !failure_) {
-      failure_ = reason(source, errno);
+      failure_ = systemError(source, errno);
     }
-    return failure_;
+    if (failure_) return *failure_;
+    return kSuccess;
   }
 
  private:
@@ -143,7 +142,7 @@ class PlainCopy {
   }
 
   int stopAt(const char* path) {
-    if (!failure_) failure_ = reason(path ? path : "", errno);
+    if (!failure_) failure_ = systemError(path ? path : "");
     return COPYFILE_QUIT;
   }
 
@@ -161,32 +160,32 @@ class PlainCopy {
     return ::chmod(path, facts.st_mode & 0777) == 0;
   }
 
-  std::optional<std::string> failure_;  // the first one
+  std::optional<Error> failure_;  // the first one
 };
 
-std::optional<std::string> cloneOrCopy(const std::string& source, const std::string& target) {
+Result<> cloneOrCopy(const std::string& source, const std::string& target) {
   constexpr uint32_t kFlags = CLONE_NOFOLLOW | CLONE_NOOWNERCOPY;
-  if (::clonefile(source.c_str(), target.c_str(), kFlags) == 0) return std::nullopt;
-  if (errno != ENOTSUP && errno != EXDEV) return reason(source, errno);
+  if (::clonefile(source.c_str(), target.c_str(), kFlags) == 0) return kSuccess;
+  if (errno != ENOTSUP && errno != EXDEV) return systemError(source, errno);
   removeTree(target);
   return PlainCopy().run(source, target);
 }
 
 }  // namespace
 
-std::optional<std::string> copyTree(const std::string& source, const std::string& destination) {
+Result<> copyTree(const std::string& source, const std::string& destination) {
   const std::string from = withoutSlashesAtEnd(source), to = withoutSlashesAtEnd(destination);
   struct stat facts;
-  if (::lstat(from.c_str(), &facts) != 0) return reason(from, errno);
-  if (!S_ISDIR(facts.st_mode)) return reason(from, ENOTDIR);
-  if (isThere(to)) return reason(to, EEXIST);
+  if (::lstat(from.c_str(), &facts) != 0) return systemError(from, errno);
+  if (!S_ISDIR(facts.st_mode)) return Error{"notFolder", systemError(from, ENOTDIR).message};
+  if (isThere(to)) return systemError(to, EEXIST);
   const std::string above = folderOf(to);
-  if (isWithin(above, from)) return reason(to, EINVAL);
+  if (isWithin(above, from)) return systemError(to, EINVAL);
   removeAbandoned(above);
   HiddenSibling hidden(above);
-  if (auto error = cloneOrCopy(from, hidden.path())) return error;
-  if (!hidden.appearAs(to)) return reason(to, errno);
-  return std::nullopt;
+  if (Result<> copied = cloneOrCopy(from, hidden.path()); !copied) return copied;
+  if (!hidden.appearAs(to)) return systemError(to, errno);
+  return kSuccess;
 }
 
 }  // namespace revwarden

@@ -8,7 +8,7 @@ namespace revwarden {
 /// Child processes: the system's own tools, at exactly their paths.
 class MacChildProcesses final : public ChildProcesses {
  public:
-  std::optional<Result> run(const ChildProcess& child) override {
+  std::optional<Completion> run(const ChildProcess& child) override {
     return children_.run(child.program, child);
   }
 

@@ -38,14 +38,17 @@ bool MacFileOperations::removeItemAtPath(std::string_view path) {
   return removeTree(std::string(path));
 }
 
-bool MacFileOperations::moveItemAtPathToTrash(std::string_view path) {
+Result<std::string> MacFileOperations::moveItemAtPathToTrash(std::string_view path) {
   const AutoreleasePool pool;
-  return isFullPath(path) &&
-         [[NSFileManager defaultManager] moveItemAtPathToTrash:foundationText(path)];
+  if (isFullPath(path) &&
+      [[NSFileManager defaultManager] moveItemAtPathToTrash:foundationText(path)]) {
+    return std::string();  // the shared library does not say where
+  }
+  return Error{"", std::string(path) + ": it cannot be moved to the Trash"};
 }
 
-std::optional<std::string> MacFileOperations::copyDirectoryAtPath_toPath(
-    std::string_view source, std::string_view destination) {
+Result<> MacFileOperations::copyDirectoryAtPath_toPath(std::string_view source,
+                                                       std::string_view destination) {
   return copyTree(std::string(source), std::string(destination));
 }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/outcomes.h"
+
 #import "ports/macos/platform/agent_reference.h"
 #import "ports/macos/platform/foundation_bundles.h"
 #include "ports/macos/platform/foundation_defaults.h"
@@ -37,6 +39,13 @@ ProxyFor proxyFor() {
 #endif
 }
 
+// The agent application has no method for outcomes.
+class IgnoredOutcomes final : public OutcomeReceiver {
+ public:
+  void jobEnded(const JobOutcome&) override {}
+  void checkEnded(const CheckOutcome&) override {}
+};
+
 struct PlatformObjects {
   PlatformObjects(std::shared_ptr<const AgentReference> agent, Protocol* userInterface,
                   HostAgent::TargetObject targetObject)
@@ -59,6 +68,7 @@ struct PlatformObjects {
   CurlConnection connection{[](const ExchangeEnd&) {}, {}, proxyFor()};
   MacWorkspace workspace;
   HostAgent host;
+  IgnoredOutcomes outcomes;
   CurlDownloads downloads{{}, proxyFor()};
   MacChildProcesses children;
   MacFileOperations fileOperations;
@@ -88,6 +98,7 @@ std::shared_ptr<const Platform> macPlatform(std::shared_ptr<const AgentReference
                                                    s.connection,
                                                    s.workspace,
                                                    s.host,
+                                                   s.outcomes,
                                                    s.downloads,
                                                    s.children,
                                                    s.fileOperations,

@@ -7,7 +7,7 @@ namespace revwarden {
 /// AppleScript.
 class MacScripts final : public AppleScripts {
  public:
-  std::optional<std::string> executeSource(std::string_view source) override;
+  Result<> executeSource(std::string_view source) override;
 };
 
 }  // namespace revwarden

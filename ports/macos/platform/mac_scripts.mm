@@ -15,15 +15,15 @@
 
 namespace revwarden {
 
-std::optional<std::string> MacScripts::executeSource(std::string_view source) {
+Result<> MacScripts::executeSource(std::string_view source) {
   const AutoreleasePool pool;
   NSAppleScript* const script =
       [[[NSAppleScript alloc] initWithSource:foundationText(source)] autorelease];
-  if (!script) return "The script cannot be made";
+  if (!script) return Error{"", "The script cannot be made"};
   NSDictionary* error = nil;
   [script executeAndReturnError:&error];
-  if (!error) return std::nullopt;
-  return textOf([error description]);
+  if (!error) return kSuccess;
+  return Error{"", textOf([error description])};
 }
 
 }  // namespace revwarden

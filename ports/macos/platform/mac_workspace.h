@@ -8,6 +8,7 @@ namespace revwarden {
 class MacWorkspace final : public Workspace, public WakeNotifications {
  public:
   bool openURL(std::string_view url) override;
+  void openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) override;
   bool selectFile_inFileViewerRootedAtPath(std::string_view path, std::string_view root) override;
   std::vector<std::string> launchedApplicationPaths() override;
 

@@ -40,6 +40,11 @@ bool MacWorkspace::openURL(std::string_view url) {
   return address && [[NSWorkspace sharedWorkspace] openURL:address];
 }
 
+// The system answers at once.
+void MacWorkspace::openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) {
+  opened(openURL(url));
+}
+
 bool MacWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,
                                                        std::string_view root) {
   const AutoreleasePool pool;

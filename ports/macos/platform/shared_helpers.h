@@ -7,7 +7,7 @@ namespace revwarden {
 /// The shared library's privileged helpers.
 class SharedHelpers final : public KQHelperManager {
  public:
-  std::shared_ptr<KQHelperTask> rootTaskWithPrompt(std::string_view prompt) override;
+  Result<std::shared_ptr<KQHelperTask>> rootTaskWithPrompt(std::string_view prompt) override;
 };
 
 }  // namespace revwarden

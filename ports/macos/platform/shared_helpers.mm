@@ -7,35 +7,37 @@
 namespace revwarden {
 namespace {
 
-std::optional<std::string> errorText(id error) {
-  if (!error) return std::nullopt;
-  return textOf([error description]);
+Result<> resultOf(id error) {
+  if (!error) return kSuccess;
+  return Error{"", textOf([error description])};
 }
 
 class SharedHelperTask final : public KQHelperTask {
  public:
   explicit SharedHelperTask(::KQHelperTask* task) : task_(task) {}
 
-  std::optional<std::string> moveItemAtPathToTrash(std::string_view path) override {
+  Result<std::string> moveItemAtPathToTrash(std::string_view path) override {
     const AutoreleasePool pool;
-    return errorText([task() moveItemAtPathToTrash:foundationText(path)]);
+    const Result<> moved = resultOf([task() moveItemAtPathToTrash:foundationText(path)]);
+    if (!moved) return moved.error();
+    return std::string();  // the shared library does not say where
   }
 
-  std::optional<std::string> performCopyItemAtPath_toPath(std::string_view source,
-                                                          std::string_view destination) override {
+  Result<> performCopyItemAtPath_toPath(std::string_view source,
+                                        std::string_view destination) override {
     const AutoreleasePool pool;
-    return errorText([task() performCopyItemAtPath:foundationText(source)
-                                            toPath:foundationText(destination)]);
+    return resultOf([task() performCopyItemAtPath:foundationText(source)
+                                           toPath:foundationText(destination)]);
   }
 
-  std::optional<std::string> performAction_withArguments(
+  Result<> performAction_withArguments(
       std::string_view action, const std::map<std::string, std::string>& arguments) override {
     const AutoreleasePool pool;
     NSMutableDictionary* const texts = [NSMutableDictionary dictionary];
     for (const auto& [name, text] : arguments) {
       [texts setObject:foundationText(text) forKey:foundationText(name)];
     }
-    return errorText([task() performAction:foundationText(action) withArguments:texts]);
+    return resultOf([task() performAction:foundationText(action) withArguments:texts]);
   }
 
   void stop() override {
@@ -51,11 +53,12 @@ class SharedHelperTask final : public KQHelperTask {
 
 }  // namespace
 
-std::shared_ptr<KQHelperTask> SharedHelpers::rootTaskWithPrompt(std::string_view prompt) {
+Result<std::shared_ptr<KQHelperTask>> SharedHelpers::rootTaskWithPrompt(std::string_view prompt) {
   const AutoreleasePool pool;
   ::KQHelperTask* const task =
       [[::KQHelperManager sharedManager] rootTaskWithPrompt:foundationText(prompt)];
-  return task ? std::make_shared<SharedHelperTask>(task) : nullptr;
+  if (!task) return Error{"notAuthorized", "administrator rights were not granted"};
+  return std::shared_ptr<KQHelperTask>(std::make_shared<SharedHelperTask>(task));
 }
 
 }  // namespace revwarden
