@@ -6,7 +6,6 @@
 
 #include "host/installation.h"
 #include "host/json_values.h"
-#include "platform/outcomes.h"
 #include "ports/linux/processes/launch_application.h"
 #include "protocol/names.h"
 
@@ -18,13 +17,6 @@ void reportExchange(EventLog& events, const ExchangeEnd& end) {
                 jsonList({jsonText(end.address), jsonText(int64_t{end.status}),
                           jsonText(end.bytesReceived), jsonTextOrNull(end.error)}));
 }
-
-// Until the events of the host carry them.
-class IgnoredOutcomes final : public OutcomeReceiver {
- public:
-  void jobEnded(const JobOutcome&) override {}
-  void checkEnded(const CheckOutcome&) override {}
-} ignoredOutcomes;
 
 LinuxWorkspace::Reports workspaceReports(EventLog& events) {
   return {.opened =
@@ -118,7 +110,7 @@ std::shared_ptr<const Platform> PlatformObjects::platform() {
                                                    connection,
                                                    *wake,
                                                    host,
-                                                   ignoredOutcomes,
+                                                   outcomes,
                                                    downloads,
                                                    children,
                                                    fileOperations,

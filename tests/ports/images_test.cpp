@@ -49,7 +49,7 @@ class ImagesTest : public testing::Test {
   ChildProcesses::Completion hdiutil(std::vector<std::string> arguments) {
     ChildProcess child{"/usr/bin/hdiutil", std::move(arguments), {}, "y\n", true};
     child.environment = std::map<std::string, std::string>{{"PAGER", "/usr/bin/true"}};
-    return children_.run(child).value_or(ChildProcesses::Completion{-1, ""});
+    return children_.run(child).value_or(ChildProcesses::Completion{-1, "", ""});
   }
   // The mount points; none is a failure, which says nothing else.
   std::vector<std::string> attach(const std::string& image) {
