@@ -6,7 +6,7 @@
 
 #include "catalogue/kqrw_agent_delegate.h"
 #import "ports/macos/face/kqrw_protocols.h"
-#import "ports/macos/platform/guard.h"
+#import "ports/macos/platform/exception_guard.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {

@@ -21,8 +21,8 @@
 /// A list refresh ended. Follows `agentDidFinishValidateItem:` directly.
 - (oneway void)agentDidFinishUpdatingApplicationList:(KQRWAgent*)agent;
 /// Records were starred, moved to or from the black list, queued, or removed from the queue.
-/// `items` may be empty. After a change of star or black list it arrives on the thread of the
-/// caller.
+/// `items` may be empty. After a change of star or black list it arrives on its caller's
+/// thread.
 - (void)agent:(KQRWAgent*)agent didChangeStatusForItems:(NSArray*)items;
 /// The install queue starts its first job.
 - (void)didStartQueueInAgent:(KQRWAgent*)agent;

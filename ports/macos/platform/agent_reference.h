@@ -4,11 +4,10 @@
 
 namespace revwarden {
 
-/// The Objective-C agent for those that it does not outlive in every case: its threads and what
-/// they use.
+/// Refers to the Objective-C agent from objects that can outlive it: its threads and what they use.
 struct AgentReference {
   Class agentClass;  // any thread
-  id agent;          // main thread; nil once the agent is gone
+  id agent;          // main thread; nil after the agent was released
 };
 
 }  // namespace revwarden

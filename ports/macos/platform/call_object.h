@@ -4,18 +4,19 @@
 
 #include <functional>
 
-/// A C++ function for those who send messages: timers, threads, notification centres.
+/// Wraps a C++ function for timers, threads and notification centres, which call methods.
 @interface KQRWCall : NSObject {
  @private
   void* function;
 }
-/// Runs the function. The object lives at least until that has ended.
+/// Runs the function. The object stays alive at least until the function returns.
 - (void)run:(id)sender;
 @end
 
 namespace revwarden {
 
-/// Autoreleased. The function must not throw, and is destroyed with the object.
+/// Returns an autoreleased object for `function`, which must not throw. The function is destroyed
+/// with the object.
 KQRWCall* callObject(std::function<void()> function);
 
 }  // namespace revwarden

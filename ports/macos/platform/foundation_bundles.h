@@ -6,14 +6,14 @@
 
 namespace revwarden {
 
-/// Bundles as Foundation and the shared library open them.
+/// Opens bundles with Foundation and the shared library. Any thread.
 class FoundationBundles final : public Bundles {
  public:
-  /// The plug-in's resources are in the bundle that contains `agentClass`.
+  /// `agentClass` is in the bundle that has the plug-in's resources.
   explicit FoundationBundles(Class agentClass) : agentClass_(agentClass) {}
 
   std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) override;
-  /// Where the system has such a cache and lets it be flushed.
+  /// Does nothing if the system has no function for it.
   void flushBundleCachesForPath(std::string_view path) override;
   std::shared_ptr<const Bundle> threadSafeMainBundle() override;
   std::optional<std::string> pathForPluginResource(std::string_view name) override;

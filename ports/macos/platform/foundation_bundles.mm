@@ -6,7 +6,7 @@
 
 #ifdef __APPLE__
 #import <CoreFoundation/CoreFoundation.h>
-// Not in the system's headers, nor on every system: looked at before it is called.
+// Private function, possibly missing: weakly linked and tested before the call.
 extern "C" void _CFBundleFlushBundleCaches(CFBundleRef bundle) __attribute__((weak_import));
 #endif
 
@@ -20,7 +20,7 @@ std::optional<Value> textOrNumberFor(NSString* key, NSDictionary* information) {
   return isEither ? valueOf(value) : std::nullopt;
 }
 
-// As the file has it: localised names are for the eyes.
+// Reads the keys as they are in the file, not localized.
 std::shared_ptr<const Bundle> informationOf(NSBundle* bundle) {
   if (!bundle) return nullptr;
   NSDictionary* const information = [bundle infoDictionary];

@@ -4,8 +4,8 @@
 
 namespace revwarden {
 
-/// The standard user defaults, of the application that loaded the plug-in. Keeping them whole on
-/// the disk is the system's part; it tells of no failure to write.
+/// The standard user defaults of the application that loaded the plug-in. The system writes them
+/// and does not report write errors.
 class FoundationDefaults final : public UserDefaults {
  public:
   std::optional<Dictionary> dictionaryForKey(std::string_view key) override;

@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// Property lists as Foundation reads them.
+/// Reads property lists with Foundation. Any thread.
 class FoundationPropertyLists final : public PropertyLists {
  public:
   std::optional<Value> propertyListFromData(std::string_view bytes) const override;

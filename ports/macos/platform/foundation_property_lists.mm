@@ -2,8 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
+#import "ports/macos/platform/exception_guard.h"
 #import "ports/macos/platform/foundation_values.h"
-#import "ports/macos/platform/property_list_reading.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {

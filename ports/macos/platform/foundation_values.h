@@ -9,32 +9,33 @@
 
 #include "base/value.h"
 
-// Property-list values as Foundation's objects and back. Nothing is lost on the way: numbers keep
-// their kind, booleans are told from numbers, text may hold any character, NUL included. Any
-// thread. Objects are new, immutable in depth and autoreleased.
+// Converts property-list values to Foundation objects and back. Nothing is lost: numbers keep their
+// type, booleans stay booleans, text may contain any character, including NUL. Any thread. Returned
+// objects are new, deeply immutable and autoreleased.
 namespace revwarden {
 
-/// Bytes that are no UTF-8 become replacement characters.
+/// Bytes that are not valid UTF-8 become replacement characters.
 NSString* foundationText(std::string_view text);
 id foundationValue(const Value& value);
 NSArray* foundationArray(const std::vector<Dictionary>& dictionaries);
 NSDictionary* foundationDictionary(const Dictionary& dictionary);
 NSDate* foundationDate(Date date);
 
-/// Half of a surrogate pair becomes a replacement character. "" for what is no text.
+/// Returns "" for an object that is not a string. Half a surrogate pair becomes a replacement
+/// character.
 std::string textOf(id text);
-/// Absent for what is no text.
+/// Absent for an object that is not a string.
 std::optional<std::string> optionalTextOf(id text);
-/// The texts in an array or a set; what is no text is left out.
+/// Returns the strings in an array or a set; other elements are left out.
 std::vector<std::string> textsOf(id collection);
 
-/// Absent for nil and for what is no property list, for one nested deeper than 128 levels and for
-/// one of more than 100,000 values. Of arrays and dictionaries what is no property list is left
-/// out, and so are keys that are no text. Numbers that 64 bits with a sign cannot hold become
-/// reals, as decimal numbers do.
+/// Absent for nil, for an object that is not a property list, for more than 128 levels of nesting
+/// and for more than 100,000 values. Elements of arrays and dictionaries that are not property
+/// lists are left out, and so are keys that are not strings. Decimal numbers, and integers that do
+/// not fit into a signed 64-bit integer, become reals.
 std::optional<Value> valueOf(id object);
-/// The same, but what is nested too deep is only left out, and any number of values is taken. Empty
-/// for what is no dictionary.
+/// As `valueOf`, but values nested too deep are left out and their number is not limited. Empty for
+/// an object that is not a dictionary.
 Dictionary dictionaryOf(id object);
 
 }  // namespace revwarden

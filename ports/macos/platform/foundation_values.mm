@@ -9,9 +9,9 @@
 namespace revwarden {
 namespace {
 
-constexpr std::string_view kNoBreakSpace = "\xEF\xBB\xBF";  // of no width, U+FEFF
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // U+FEFF
 constexpr int kDeepest = 128;
-// More than any honest list has. In memory one part may stand in many places, and so on below it.
+// Bounds the work: an object can be shared, so a small graph can expand to very many values.
 constexpr int kMostValues = 100'000;
 
 NSString* stringWithBytes(std::string_view bytes) {
@@ -37,7 +37,7 @@ struct ToFoundation {
   id operator()(const Dictionary& dictionary) const { return foundationDictionary(dictionary); }
 };
 
-// There are but two booleans.
+// Foundation has exactly two boolean objects, so identity tells booleans from other numbers.
 bool isBoolean(NSNumber* number) {
   return number == [NSNumber numberWithBool:YES] || number == [NSNumber numberWithBool:NO];
 }
@@ -57,10 +57,10 @@ Value numberOf(NSNumber* number) {
   }
 }
 
-// Reads one object with all that is in it.
+// Converts one object with its contents.
 class ValueReader {
  public:
-  enum class Limits { refuse, leaveOut };  // all that is beyond; only what is too deep
+  enum class Limits { refuse, leaveOut };  // refuse the object, or leave out what is too deep
 
   explicit ValueReader(Limits limits) : refuses_(limits == Limits::refuse) {}
 
@@ -112,8 +112,8 @@ class ValueReader {
   bool isRefused_ = false;
 };
 
-// Foundation itself leaves them out or, in GNUstep, refuses the text.
-NSString* withoutHalvesOfPairs(NSString* text) {
+// Replaces halves of surrogate pairs. Foundation would drop them; GNUstep refuses the string.
+NSString* withoutHalfPairs(NSString* text) {
   std::vector<unichar> units([text length]);
   [text getCharacters:units.data()];
   for (size_t i = 0; i < units.size(); ++i) {
@@ -132,19 +132,19 @@ NSString* withoutHalvesOfPairs(NSString* text) {
 }  // namespace
 
 NSString* foundationText(std::string_view text) {
-  // Foundation would take it for a mark of the byte order at the beginning, but nowhere else.
-  if (text.starts_with(kNoBreakSpace)) {
+  // At the start of a string, Foundation would drop it as a byte order mark.
+  if (text.starts_with(kByteOrderMark)) {
     return [foundationText("-" + std::string(text)) substringFromIndex:1];
   }
   if (NSString* const whole = stringWithBytes(text)) return whole;
-  NSMutableString* const mended = [NSMutableString stringWithCapacity:text.size()];
+  NSMutableString* const repaired = [NSMutableString stringWithCapacity:text.size()];
   while (!text.empty()) {
     size_t length = std::min<size_t>(4, text.size());
     while (length > 0 && !isValidUtf8(text.substr(0, length))) --length;
-    [mended appendString:length > 0 ? stringWithBytes(text.substr(0, length)) : @"\uFFFD"];
+    [repaired appendString:length > 0 ? stringWithBytes(text.substr(0, length)) : @"\uFFFD"];
     text.remove_prefix(std::max<size_t>(1, length));
   }
-  return [[mended copy] autorelease];
+  return [[repaired copy] autorelease];
 }
 
 id foundationValue(const Value& value) {
@@ -174,7 +174,7 @@ NSDate* foundationDate(Date date) {
 std::string textOf(id text) {
   if (![text isKindOfClass:[NSString class]]) return {};
   NSData* bytes = [text dataUsingEncoding:NSUTF8StringEncoding];
-  if (!bytes) bytes = [withoutHalvesOfPairs(text) dataUsingEncoding:NSUTF8StringEncoding];
+  if (!bytes) bytes = [withoutHalfPairs(text) dataUsingEncoding:NSUTF8StringEncoding];
   return std::string(static_cast<const char*>([bytes bytes]), [bytes length]);
 }
 

@@ -8,12 +8,12 @@
 
 namespace revwarden {
 
-/// Whether the path begins at the root and can be handed to the system whole.
+/// Returns true if the path is absolute and contains no NUL, which would cut it short.
 inline bool isFullPath(std::string_view path) {
   return path.starts_with('/') && path.find('\0') == path.npos;
 }
 
-/// The full path with every symbolic link resolved; absent when nothing exists there.
+/// Returns the absolute path with every symbolic link resolved; absent if nothing exists there.
 inline std::optional<std::string> resolvedPath(std::string_view path) {
   if (!isFullPath(path)) return std::nullopt;
   std::error_code failed;

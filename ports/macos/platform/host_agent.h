@@ -10,19 +10,20 @@
 
 namespace revwarden {
 
-/// The agent application that has loaded the plug-in: the delegate of the application object.
+/// The agent application that loaded the plug-in: the delegate of the application object.
 class HostAgent final : public HostApplication, public HostJobSupport {
  public:
-  /// The Objective-C object that receives a notice's actions on behalf of a target. Notices do not
-  /// retain theirs, nor tell when they are gone: it must live as long as the agent.
+  /// Returns the Objective-C object that receives the actions of a notice for `target`. A notice
+  /// does not retain it and does not report when it closes, so the object must live as long as the
+  /// agent.
   using TargetObject = std::function<id(const std::shared_ptr<NotificationTarget>& target)>;
 
-  /// `userInterface` is the one protocol that the agent speaks with the host product.
+  /// `userInterface` is the protocol of the host product's object; no other is known.
   HostAgent(Protocol* userInterface, TargetObject targetObject)
       : userInterface_(userInterface), targetObject_(std::move(targetObject)) {}
 
-  /// Nothing but what the agent sets is set: the application's own notice is asked for when the
-  /// notice is shown, and its defaults stay.
+  /// Returns a notice without any field. Fields that the agent does not set keep the defaults of
+  /// the application, whose own notice object is created in `showNotification`.
   HostNotification notificationInstance() override { return {}; }
   void showNotification(const HostNotification& notification) override;
   std::optional<std::string> hostAppPath() override;

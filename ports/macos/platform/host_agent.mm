@@ -2,9 +2,9 @@
 
 #import <AppKit/AppKit.h>
 
+#import "ports/macos/platform/exception_guard.h"
 #import "ports/macos/platform/foundation_values.h"
 #include "ports/macos/platform/full_path.h"
-#import "ports/macos/platform/guard.h"
 #import "ports/macos/platform/host_agent_application.h"
 #import "ports/macos/platform/retained.h"
 
@@ -15,7 +15,7 @@ id<KQHostAgentApplication> application() {
   return (id<KQHostAgentApplication>)KQRWGuarded([NSApp delegate]);
 }
 
-// The application itself, for the notices whose button it is to act on.
+// The application as the target of notices whose button it handles.
 class ApplicationTarget final : public NotificationTarget {
  public:
   void performAction(std::string_view selector) override {

@@ -3,14 +3,14 @@
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
 
-// The agent application that loads the plug-in, and what it lends: declarations only. It is reached
-// as the delegate of the application object.
+// What the plug-in uses of the agent application that loads it: declarations only. The application
+// is the delegate of the application object.
 
 /// A notice to the user.
 @protocol KQHostNotification <NSObject>
 - (void)setText:(NSString*)text;
 - (void)setIcon:(NSImage*)icon;
-/// Receives the buttons' actions. Not retained; it is valid as long as the agent.
+/// Receives the actions of the buttons. Not retained; valid as long as the agent.
 - (void)setTarget:(id)target;
 /// In seconds.
 - (void)setLiveTime:(NSTimeInterval)seconds;
@@ -18,34 +18,34 @@
 - (void)setButton1Text:(NSString*)text;
 /// Sent to the target, without an argument, when button 1 is pressed.
 - (void)setButton1Action:(SEL)action;
-/// This button only closes the notice.
+/// Text of the button that only closes the notice.
 - (void)setButton2Text:(NSString*)text;
 @end
 
 /// The delegate of the application object. Any thread unless it says otherwise.
 @protocol KQHostAgentApplication <NSObject>
-/// A new notice with the application's defaults.
+/// Returns a new notice with the application's defaults.
 - (id<KQHostNotification>)notificationInstance;
 - (void)showNotification:(id<KQHostNotification>)notification;
-/// The path of the host product's application bundle; nil when it is not known.
+/// Returns the path of the host product's application bundle; nil if it is unknown.
 - (NSString*)hostAppPath;
 /// Launches the host product or brings it to the front.
 - (void)activateHostApp;
-/// The object of the host product behind a target id that understands the protocol; nil when there
-/// is none. Main thread.
+/// Returns a proxy of the host product's object with this id and protocol; nil if there is none.
+/// Main thread.
 - (id)hostAppProxyWithTargetId:(NSString*)targetId protocol:(Protocol*)protocol;
-/// The running instance of another loaded agent by its class name; nil when there is none.
+/// Returns the instance of another loaded agent by its class name; nil if there is none.
 - (id)instanceWithClassName:(NSString*)name;
 @end
 
-/// What the agent sends to the host product through such an object.
+/// The object of the host product behind such a proxy.
 @protocol KQHostAppProxy
 /// Shows the Revwarden window. Main thread.
 - (void)openRevwarden;
 @end
 
-/// Another agent, the one that watches for removed applications.
+/// Another agent, which watches for removed applications.
 @protocol KQUninstallerAgent <NSObject>
-/// Not to react to the coming removal of the application with this identifier. Main thread.
+/// Tells it to ignore the next removal of the application with this identifier. Main thread.
 - (void)addSilentRemoveBundleID:(NSString*)bundleID;
 @end

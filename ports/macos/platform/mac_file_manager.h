@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// Where paths lie, as the shared library tells it.
+/// Answers questions about paths and volumes with the shared library. Any thread.
 class MacFileManager final : public FileManager {
  public:
   std::unique_ptr<PathInspector> inspectorForPass() override;

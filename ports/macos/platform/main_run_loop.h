@@ -11,11 +11,11 @@
 
 namespace revwarden {
 
-/// The main thread's run loop, which the process runs and never ends.
+/// The run loop of the main thread, which the process runs until it ends.
 ///
-/// The queue of posted calls is its own: the run loop's only learns that there is one more. So the
-/// order holds, and a nested turn also serves the calls that were due in the turn around it.
-/// Several instances may share the run loop. Lives until the process ends.
+/// Posted calls are in a queue of this object; the run loop is only woken for each. This keeps
+/// their order, and a nested turn also runs calls that were posted before it started. Several
+/// instances may share the run loop. An instance must live until the process ends.
 class MainRunLoop final : public RunLoop {
  public:
   MainRunLoop() = default;
@@ -23,18 +23,18 @@ class MainRunLoop final : public RunLoop {
   MainRunLoop& operator=(const MainRunLoop&) = delete;
 
   bool isMainThread() const override;
-  /// Served in the common modes: also while a panel or a menu is up.
+  /// Calls also run while a panel or a menu is open.
   void post(std::function<void()> call) override;
   void postAndWait(std::function<void()> call) override;
-  /// Posted calls go first. A turn without one ends with the first event of the process, which a
-  /// timer is not; `nothingToRun` when the mode has nothing that could bring one.
+  /// Runs a posted call if there is one. Otherwise waits for the first event of the process; a
+  /// timer is not an event. Returns `nothingToRun` if the mode has no source of events.
   Turn runOneTurn(RunLoopMode mode) override;
-  /// Keeps to the machine's clock of running time: neither a clock that is set nor sleep moves the
-  /// timer, so whoever waits for a date plans anew on waking.
+  /// The timer counts the machine's running time. Setting the clock and sleep do not move it, so
+  /// the caller must set a new timer after a wake.
   [[nodiscard]] std::unique_ptr<Timer> addTimer(Date fireDate,
                                                 std::function<void()> action) override;
 
-  /// Runs the first posted call, if there is one; whether there was. Main thread.
+  /// Runs the first posted call. Returns false if there is none. Main thread.
   bool serveOne();
 
  private:
@@ -42,7 +42,7 @@ class MainRunLoop final : public RunLoop {
   void timerFired(const std::function<void()>& action);
 
   std::mutex mutex_;
-  std::deque<std::function<void()>> queue_;  // by mutex_
+  std::deque<std::function<void()>> queue_;  // guarded by mutex_
 
   // When a timer fired last. Main thread.
   std::optional<std::chrono::steady_clock::time_point> lastFired_;

@@ -25,7 +25,7 @@ class ScheduledTimer final : public Timer {
   const Retained timer_;
 };
 
-// `notBefore` holds back a date that has passed already.
+// Returns the date, but not before `notBefore`.
 NSDate* dateOf(Date date, NSDate* notBefore) {
   if (std::isnan(date.secondsSince1970)) return notBefore;
   NSDate* const never = [NSDate distantFuture];
@@ -47,8 +47,8 @@ void MainRunLoop::post(std::function<void()> call) {
   wake();
 }
 
-// On the main thread itself the message must be queued as well, which performSelectorOnMainThread:
-// does not promise everywhere.
+// On the main thread the call must be queued, too, but performSelectorOnMainThread: may run it
+// immediately.
 void MainRunLoop::wake() {
   const AutoreleasePool pool;
   KQRWCall* const server = callObject([this] { serveOne(); });
@@ -70,13 +70,13 @@ bool MainRunLoop::serveOne() {
   bool isLast = false;
   {
     const std::lock_guard lock(mutex_);
-    if (queue_.empty()) return false;  // a nested turn was faster
+    if (queue_.empty()) return false;  // a nested turn ran it
     call = std::move(queue_.front());
     queue_.pop_front();
     isLast = queue_.empty();
   }
-  // The run loop may have taken the wakes for the others together with this one: should the call
-  // run the loop itself, as a panel does, they would not be served before its end.
+  // The run loop may have consumed the wakes of the other calls together with this one. Wake it
+  // again: if this call runs the loop itself, as a panel does, the others must run inside it.
   if (!isLast) wake();
   const AutoreleasePool pool;
   call();
@@ -92,7 +92,7 @@ void MainRunLoop::postAndWait(std::function<void()> call) {
     call();
     const std::lock_guard lock(mutex);
     isDone = true;
-    done.notify_one();  // under the lock: the waiting thread takes all this with it
+    done.notify_one();  // under the lock: the waiting thread destroys both
   });
   std::unique_lock lock(mutex);
   done.wait(lock, [&] { return isDone; });

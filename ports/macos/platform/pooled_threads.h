@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// Threads of Foundation, each with an autorelease pool for its whole life.
+/// Foundation threads, each with an autorelease pool for its lifetime.
 class PooledThreads final : public Threads {
  public:
   [[nodiscard]] bool detachNewThread(std::function<void()> body) override;

@@ -3,14 +3,14 @@
 #include <utility>
 
 #import "ports/macos/platform/call_object.h"
-#import "ports/macos/platform/detach_thread.h"
+#import "ports/macos/platform/exception_guard.h"
 #import "ports/macos/platform/retained.h"
 
 namespace revwarden {
 
 bool PooledThreads::detachNewThread(std::function<void()> body) {
   const AutoreleasePool pool;
-  // The thread object may go elsewhere; what the body holds goes on its thread.
+  // Destroy the body on its own thread: the thread object may be destroyed on another one.
   std::function<void()> run = [body = std::move(body)]() mutable {
     const AutoreleasePool ofThread;
     body();

@@ -1,3 +1,4 @@
+// `removeTree` on a Mac.
 #include <fcntl.h>
 #include <fts.h>
 #include <removefile.h>
@@ -21,7 +22,7 @@ bool isGone(const std::string& path) {
   return ::lstat(path.c_str(), &facts) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-// The user's own folders let their entries be listed and removed then.
+// Makes every folder in the tree readable and writable, so that its entries can be removed.
 void openFolders(std::string path) {
   char* const tops[] = {path.data(), nullptr};
   const std::unique_ptr<FTS, CloseTree> tree(
@@ -35,7 +36,7 @@ void openFolders(std::string path) {
 }  // namespace
 
 bool removeTree(const std::string& path) {
-  // Behind a link a slash would stand for what the link leads to.
+  // A slash after a link would mean the target of the link.
   const std::string plain = path.substr(0, path.find_last_not_of('/') + 1);
   const std::string_view name = lastPathComponent(plain);
   if (plain.empty() || name == "." || name == ".." || plain.find('\0') != plain.npos) return false;

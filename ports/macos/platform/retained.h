@@ -6,7 +6,7 @@
 
 namespace revwarden {
 
-/// Holds an Objective-C object for C++ objects: retains it once for each copy. nil is allowed.
+/// Owns a reference to an Objective-C object, which may be nil. Each copy retains it.
 class Retained {
  public:
   explicit Retained(id object) : object_([object retain]) {}
@@ -23,8 +23,8 @@ class Retained {
   id object_;
 };
 
-/// An autorelease pool for the length of a block. An operation of the platform that leaves objects
-/// behind has its own: a thread that stays in C++ for long would hoard them.
+/// An autorelease pool for one scope. Every operation of the platform that autoreleases objects has
+/// one, because a thread that stays in C++ would otherwise accumulate them.
 class AutoreleasePool {
  public:
   AutoreleasePool() : pool_([[NSAutoreleasePool alloc] init]) {}

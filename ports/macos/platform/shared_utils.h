@@ -4,9 +4,9 @@
 
 #include <stdint.h>
 
-// SharedUtils, the product's shared library, as far as the agent uses it: declarations only. The
-// process that loads the plug-in brings the library. Any thread unless it says otherwise; paths are
-// full paths.
+// What the agent uses of SharedUtils, the product's shared library: declarations only. The process
+// that loads the plug-in provides the library. Any thread unless a declaration says otherwise.
+// Paths are absolute.
 
 #ifdef __cplusplus
 extern "C" {
@@ -17,71 +17,74 @@ extern NSString* const kKQProductName;
 /// The key of the short version string in a bundle's information.
 extern NSString* const kKQBundleShortVersionStringKey;
 
-/// Writes a line to the product's log of outcomes.
+/// Writes a line to the product's log.
 extern void KQLog(NSString* format, ...);
 
-/// The text for `key`, which is the English one, from the bundle of the object's class.
+/// Returns the localized text for `key`, the English text, from the bundle of the object's class.
 extern NSString* _KQLocalizedString(id object, NSString* key);
-/// The same for a format; the number placeholder "%?1$u" picks the grammatical form.
+/// The same for a format. The placeholder "%?1$u" selects the grammatical number.
 extern NSString* _KQLocalizedNumberStringWithFormat(id object, NSString* format, ...);
 
 #ifdef __cplusplus
 }
 #endif
 
-/// Passes every message on to an object that it does not retain.
+/// Forwards every message to an object that it does not retain.
 @interface KQWeakProxy : NSProxy
 - (id)initWithObject:(id)object;
 @end
 
-/// The installed applications and the facts of the machine.
+/// Facts about the machine and its applications.
 @interface KQSystemInformation : NSObject
-/// The paths of all applications that the system knows to be installed.
+/// Returns the paths of all installed applications.
 + (NSSet*)allApplicationsPaths;
-/// nil when it is unknown.
+/// nil if it is unknown.
 + (NSString*)computerSerialNumber;
 + (NSString*)systemVersionString;
 + (BOOL)isPowerPC;
 + (BOOL)is64BitCapable;
 @end
 
+/// Facts about the product.
 @interface KQProductInformation : NSObject
-/// The address of a path on the host behind one of the maker's services.
+/// Returns the address of `path` on the host of a service.
 + (NSURL*)URLWithScheme:(NSString*)scheme service:(NSString*)service path:(NSString*)path;
 @end
 
 /// A version of an application. Immutable.
 @interface KQVersion : NSObject
-/// From a string or a number; nil for nil and for what is no version.
+/// Returns the version for a string or a number; nil if the value is not one.
 + (KQVersion*)versionWithValue:(id)value;
-/// The one that best represents what is installed; either may be nil. nil when neither is usable.
+/// Returns the version that describes the application best. Either argument may be nil; nil if
+/// neither is usable.
 + (KQVersion*)betterVersionOfShort:(KQVersion*)shortVersion andFull:(KQVersion*)fullVersion;
 - (NSComparisonResult)compare:(KQVersion*)other;
 - (NSString*)stringRepresentation;
 @end
 
-/// A privileged helper. Each operation answers nil on success, else an error object.
+/// A privileged helper. Each operation returns nil on success, otherwise an error object.
 @interface KQHelperTask : NSObject
 - (id)moveItemAtPathToTrash:(NSString*)path;
 - (id)performCopyItemAtPath:(NSString*)source toPath:(NSString*)destination;
-/// Runs a named action ("runScript") with arguments that are all strings.
+/// Runs a named action, such as "runScript". All arguments are strings.
 - (id)performAction:(NSString*)action withArguments:(NSDictionary*)arguments;
 /// Ends the helper.
 - (void)stop;
 @end
 
+/// Starts privileged helpers.
 @interface KQHelperManager : NSObject
 + (KQHelperManager*)sharedManager;
-/// Asks the user for administrator rights; nil when they cannot be had. Main thread.
+/// Asks the user for administrator rights. Returns nil if they are not granted. Main thread.
 - (KQHelperTask*)rootTaskWithPrompt:(NSString*)prompt;
 @end
 
 @interface NSBundle (KQSharedUtils)
-/// A bundle that may be used on this thread; nil for a path that is no readable bundle.
+/// Returns a bundle that this thread may use; nil if the path is not a readable bundle.
 + (NSBundle*)threadSafeBundleWithPath:(NSString*)path;
-/// The bundle that contains a class.
+/// Returns the bundle that contains the class.
 + (NSBundle*)threadSafeBundleForClass:(Class)aClass;
-/// The bundle of the process.
+/// Returns the bundle of the process.
 + (NSBundle*)threadSafeMainBundle;
 @end
 
@@ -90,9 +93,9 @@ extern NSString* _KQLocalizedNumberStringWithFormat(id object, NSString* format,
 - (BOOL)isFileWithPathInTrash:(NSString*)path;
 - (BOOL)pathIsContentOfPackage:(NSString*)path;
 - (BOOL)pathIsOnSystemVolume:(NSString*)path;
-/// The path relative to the root of its volume, beginning with "/".
+/// Returns the path relative to the root of its volume, with a leading "/".
 - (NSString*)localVolumePathFromFullPath:(NSString*)path;
-/// Whether this user may move the file at the path away.
+/// Returns YES if the user may move the file.
 - (BOOL)isMovableFileAtPath:(NSString*)path;
 - (BOOL)moveItemAtPathToTrash:(NSString*)path;
 @end

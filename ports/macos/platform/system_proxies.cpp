@@ -51,7 +51,8 @@ std::optional<std::string> addressOf(CFDictionaryRef entry) {
   const auto is = [&](CFStringRef kind) { return type && CFEqual(type, kind); };
   if (is(kCFProxyTypeNone)) return "";
   if (host.empty()) return std::nullopt;
-  // The kinds tell what goes through a proxy, not how it is spoken to.
+  // The type names the traffic that goes through the proxy, not the proxy's protocol: an HTTPS
+  // proxy is an HTTP proxy, too.
   if (is(kCFProxyTypeHTTP) || is(kCFProxyTypeHTTPS)) return "http://" + host + portOf(entry);
   if (is(kCFProxyTypeSOCKS)) return "socks5h://" + host + portOf(entry);
   return std::nullopt;

@@ -5,14 +5,13 @@
 
 namespace revwarden {
 
-/// How the user's network settings want an address to be reached, in the terms of `ProxyFor`: ""
-/// directly, else the first proxy that the settings name for it; their exceptions are heeded. The
-/// settings are read at each call, so a change holds from the next transfer on. Any thread.
+/// Returns the proxy for an address according to the user's network settings, as `ProxyFor` defines
+/// it: "" for none, otherwise the first proxy in the settings, which may exclude hosts. Absent if
+/// `url` is not an address. Reads the settings at each call. Any thread.
 ///
-/// - A SOCKS proxy is taken for one of version 5 and looks up the host's name itself.
-/// - Configuration scripts are not run. Where the settings leave the choice to one the answer is
-///   absent, as it is for what is no address.
-/// - Names and passwords for proxies are not read. A proxy that asks for them fails the transfer.
+/// - A SOCKS proxy is used with version 5 and resolves host names itself.
+/// - Configuration scripts are not run. If the settings name one, the result is absent.
+/// - User names and passwords are not read. A proxy that requires them fails the transfer.
 std::optional<std::string> systemProxyFor(const std::string& url);
 
 }  // namespace revwarden

@@ -1,4 +1,4 @@
-#import "ports/macos/platform/guard.h"
+#import "ports/macos/platform/exception_guard.h"
 
 @interface KQRWGuard : NSProxy {
  @private
@@ -44,4 +44,24 @@
 
 id KQRWGuarded(id object) {
   return object ? [[[KQRWGuard alloc] initWithObject:object] autorelease] : nil;
+}
+
+BOOL KQRWDetachThread(SEL selector, id target) {
+  @try {
+    [NSThread detachNewThreadSelector:selector toTarget:target withObject:nil];
+    return YES;
+  } @catch (NSException* failure) {
+    return NO;
+  }
+}
+
+id KQRWPropertyListFromData(NSData* data) {
+  @try {
+    return [NSPropertyListSerialization propertyListWithData:data
+                                                     options:NSPropertyListImmutable
+                                                      format:NULL
+                                                       error:NULL];
+  } @catch (NSException* failure) {
+    return nil;
+  }
 }
