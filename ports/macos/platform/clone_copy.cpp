@@ -1,3 +1,4 @@
+// `copyTree` on a Mac: clonefile(2), otherwise copyfile(3).
 #include <copyfile.h>
 #include <sys/clonefile.h>
 #include <sys/stat.h>
@@ -26,14 +27,14 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kPrefix = ".revwarden-";
-constexpr std::string_view kExtension = ".bundle";  // of a package that is no application
+constexpr std::string_view kExtension = ".bundle";  // a package, but not an application
 
 bool isThere(const std::string& path) {
   struct stat facts;
   return ::lstat(path.c_str(), &facts) == 0;
 }
 
-// Behind a link a slash would stand for what the link leads to.
+// A slash after a link would mean the target of the link.
 std::string withoutSlashesAtEnd(const std::string& path) {
   return path.substr(0, path.find_last_not_of('/') + 1);
 }
@@ -43,7 +44,7 @@ std::string folderOf(const std::string& path) {
   return above.empty() ? "." : above;
 }
 
-// What copies into itself never ends.
+// Returns true if `folder` is `top` or below it. A copy into itself would never end.
 bool isWithin(const std::string& folder, const std::string& top) {
   std::error_code failed;
   fs::path at = fs::canonical(folder, failed);
@@ -53,7 +54,7 @@ bool isWithin(const std::string& folder, const std::string& top) {
   return !failed && at.has_relative_path();
 }
 
-// The process that made a hidden folder with this name; 0 when the name is none of ours.
+// Returns the process that created the staging directory with this name; 0 for any other name.
 pid_t makerOf(std::string_view name) {
   pid_t maker = 0;
   if (!name.starts_with(kPrefix) || !name.ends_with(kExtension)) return 0;
@@ -66,7 +67,7 @@ bool hasEnded(pid_t process) {
   return ::kill(process, 0) != 0 && errno == ESRCH;
 }
 
-// What processes left in a folder that were killed while they copied.
+// Removes the staging directories of processes that were killed while they copied.
 void removeAbandoned(const std::string& folder) {
   std::error_code failed;
   const fs::directory_iterator end;
@@ -77,26 +78,27 @@ void removeAbandoned(const std::string& folder) {
   }
 }
 
-// A free name beside the destination; what is there when this object ends is removed.
-class HiddenSibling {
+// A staging directory beside the destination. The destructor removes whatever is there.
+class StagingDirectory {
  public:
-  explicit HiddenSibling(const std::string& folder) {
+  explicit StagingDirectory(const std::string& folder) {
     static std::atomic<unsigned> count = 0;
     path_ = folder + "/" + std::string(kPrefix) + std::to_string(::getpid()) + "-" +
             std::to_string(++count) + std::string(kExtension);
-    removeTree(path_);  // of an earlier process with this one's number
+    removeTree(path_);  // of an earlier process with the same id
   }
-  HiddenSibling(const HiddenSibling&) = delete;
-  HiddenSibling& operator=(const HiddenSibling&) = delete;
-  ~HiddenSibling() { removeTree(path_); }
+  StagingDirectory(const StagingDirectory&) = delete;
+  StagingDirectory& operator=(const StagingDirectory&) = delete;
+  ~StagingDirectory() { removeTree(path_); }
 
   const std::string& path() const { return path_; }
 
-  /// Gives what is there this path, which must be free. Whether it has it, else see `errno`.
-  bool appearAs(const std::string& path) {
+  /// Renames the directory to `path`, which must not exist. Returns false and sets errno on
+  /// failure.
+  bool moveTo(const std::string& path) {
     if (::renamex_np(path_.c_str(), path.c_str(), RENAME_EXCL) == 0) return true;
     if (errno != ENOTSUP) return false;
-    // The volume cannot do it in one step; at worst an empty folder is replaced.
+    // The volume does not support RENAME_EXCL. rename(2) replaces at most an empty folder.
     if (!isThere(path)) return std::rename(path_.c_str(), path.c_str()) == 0;
     errno = EEXIST;
     return false;
@@ -106,7 +108,7 @@ class HiddenSibling {
   std::string path_;
 };
 
-// One copy by copyfile(3), which tells of every step.
+// Copies with copyfile(3), which calls `onStep` for each step.
 class PlainCopy {
  public:
   Result<> run(const std::string& source, const std::string& target) {
@@ -131,13 +133,13 @@ class PlainCopy {
 
   static int onStep(int what, int stage, copyfile_state_t, const char* source, const char* target,
                     void* self) {
-    // An extended attribute that the volume does not take is left out.
+    // Leave out an extended attribute that the volume does not support.
     if (what == COPYFILE_COPY_XATTR) return COPYFILE_CONTINUE;
     auto* const copy = static_cast<PlainCopy*>(self);
     if (stage == COPYFILE_ERR) return copy->stopAt(source);
     if (what != COPYFILE_RECURSE_FILE) return COPYFILE_CONTINUE;
     if (stage == COPYFILE_START && !isFileOrLink(source)) return COPYFILE_SKIP;
-    if (stage == COPYFILE_FINISH && !dropForeignIdentity(target)) return copy->stopAt(target);
+    if (stage == COPYFILE_FINISH && !clearIdBits(target)) return copy->stopAt(target);
     return COPYFILE_CONTINUE;
   }
 
@@ -151,12 +153,12 @@ class PlainCopy {
     return ::lstat(path, &facts) != 0 || S_ISREG(facts.st_mode) || S_ISLNK(facts.st_mode);
   }
 
-  // Takes away what would make it run as its owner or group, as a clone does.
-  static bool dropForeignIdentity(const char* path) {
-    constexpr mode_t kForeign = S_ISUID | S_ISGID;
+  // Clears the set-user-ID and set-group-ID bits of a file, as a clone does.
+  static bool clearIdBits(const char* path) {
+    constexpr mode_t kIdBits = S_ISUID | S_ISGID;
     struct stat facts;
     if (::lstat(path, &facts) != 0) return false;
-    if (!S_ISREG(facts.st_mode) || (facts.st_mode & kForeign) == 0) return true;
+    if (!S_ISREG(facts.st_mode) || (facts.st_mode & kIdBits) == 0) return true;
     return ::chmod(path, facts.st_mode & 0777) == 0;
   }
 
@@ -182,9 +184,9 @@ Result<> copyTree(const std::string& source, const std::string& destination) {
   const std::string above = folderOf(to);
   if (isWithin(above, from)) return systemError(to, EINVAL);
   removeAbandoned(above);
-  HiddenSibling hidden(above);
-  if (Result<> copied = cloneOrCopy(from, hidden.path()); !copied) return copied;
-  if (!hidden.appearAs(to)) return systemError(to, errno);
+  StagingDirectory staging(above);
+  if (Result<> copied = cloneOrCopy(from, staging.path()); !copied) return copied;
+  if (!staging.moveTo(to)) return systemError(to, errno);
   return kSuccess;
 }
 

@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// Changes to the file system. The Trash is the shared library's.
+/// Changes to the file system. The shared library moves files to the Trash. Any thread.
 class MacFileOperations final : public FileOperations {
  public:
   std::string homeDirectory() const override;

@@ -21,7 +21,7 @@ std::vector<std::string> MacFileOperations::downloadsDirectories() const {
   return textsOf(NSSearchPathForDirectoriesInDomains(NSDownloadsDirectory, NSUserDomainMask, YES));
 }
 
-// The order is the file system's, which Foundation does not promise.
+// Not with Foundation, which does not promise the order of the file system.
 std::vector<std::string> MacFileOperations::contentsOfDirectoryAtPath(std::string_view path) const {
   std::vector<std::string> names;
   std::error_code failed;
@@ -42,9 +42,9 @@ Result<std::string> MacFileOperations::moveItemAtPathToTrash(std::string_view pa
   const AutoreleasePool pool;
   if (isFullPath(path) &&
       [[NSFileManager defaultManager] moveItemAtPathToTrash:foundationText(path)]) {
-    return std::string();  // the shared library does not say where
+    return std::string();  // the shared library does not return the path
   }
-  return Error{"", std::string(path) + ": it cannot be moved to the Trash"};
+  return Error{"", std::string(path) + ": cannot be moved to the Trash"};
 }
 
 Result<> MacFileOperations::copyDirectoryAtPath_toPath(std::string_view source,

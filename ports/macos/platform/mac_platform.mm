@@ -2,24 +2,22 @@
 
 #include <utility>
 
+#include "platform/child_process.h"
 #include "platform/outcomes.h"
-
 #import "ports/macos/platform/agent_reference.h"
 #import "ports/macos/platform/foundation_bundles.h"
 #include "ports/macos/platform/foundation_defaults.h"
 #include "ports/macos/platform/foundation_property_lists.h"
-#include "ports/macos/platform/mac_child_processes.h"
 #include "ports/macos/platform/mac_file_manager.h"
 #include "ports/macos/platform/mac_file_operations.h"
-#include "ports/macos/platform/mac_scripts.h"
 #include "ports/macos/platform/mac_workspace.h"
 #include "ports/macos/platform/main_run_loop.h"
 #include "ports/macos/platform/pooled_threads.h"
-#include "ports/macos/platform/shared_helpers.h"
 #include "ports/macos/platform/shared_library.h"
 #include "ports/posix/curl_connection.h"
 #include "ports/posix/curl_downloads.h"
 #include "ports/posix/libxml_documents.h"
+#include "ports/posix/running_children.h"
 #include "ports/posix/system_clock.h"
 #ifdef __APPLE__
 #include "ports/macos/platform/system_proxies.h"
@@ -36,7 +34,18 @@ ProxyFor proxyFor() {
 #endif
 }
 
-// The agent application has no method for outcomes.
+// Runs the system's tools at exactly their paths.
+class MacChildProcesses final : public ChildProcesses {
+ public:
+  std::optional<Completion> run(const ChildProcess& child) override {
+    return children_.run(child.program, child);
+  }
+
+ private:
+  RunningChildren children_;
+};
+
+// The agent application has no method that receives outcomes.
 class IgnoredOutcomes final : public OutcomeReceiver {
  public:
   void jobEnded(const JobOutcome&) override {}

@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// The shared workspace, and its notification centre for wakes.
+/// The shared workspace. Its notification centre reports wakes.
 class MacWorkspace final : public Workspace, public WakeNotifications {
  public:
   bool openURL(std::string_view url) override;
@@ -13,6 +13,12 @@ class MacWorkspace final : public Workspace, public WakeNotifications {
   std::vector<std::string> launchedApplicationPaths() override;
 
   [[nodiscard]] std::unique_ptr<Observation> observeDidWake(std::function<void()> handler) override;
+};
+
+/// Runs AppleScript. Any thread.
+class MacScripts final : public AppleScripts {
+ public:
+  Result<> executeSource(std::string_view source) override;
 };
 
 }  // namespace revwarden

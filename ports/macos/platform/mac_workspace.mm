@@ -7,10 +7,18 @@
 #include "ports/macos/platform/full_path.h"
 #import "ports/macos/platform/retained.h"
 
+#ifdef GNUSTEP
+// GNUstep's class lacks these methods; the test host provides them.
+@interface NSAppleScript (Source)
+- (id)initWithSource:(NSString*)source;
+- (NSAppleEventDescriptor*)executeAndReturnError:(NSDictionary**)errorInfo;
+@end
+#endif
+
 namespace revwarden {
 namespace {
 
-// A centre does not retain its observers: the call lives as long as this.
+// Retains the call, because a notification centre does not retain its observers.
 class WakeObservation final : public Observation {
  public:
   explicit WakeObservation(KQRWCall* call) : call_(call) {
@@ -40,7 +48,7 @@ bool MacWorkspace::openURL(std::string_view url) {
   return address && [[NSWorkspace sharedWorkspace] openURL:address];
 }
 
-// The system answers at once.
+// NSWorkspace returns immediately.
 void MacWorkspace::openURL_whenOpened(std::string_view url, std::function<void(bool)> opened) {
   opened(openURL(url));
 }
@@ -63,6 +71,17 @@ std::vector<std::string> MacWorkspace::launchedApplicationPaths() {
 std::unique_ptr<Observation> MacWorkspace::observeDidWake(std::function<void()> handler) {
   const AutoreleasePool pool;
   return std::make_unique<WakeObservation>(callObject(std::move(handler)));
+}
+
+Result<> MacScripts::executeSource(std::string_view source) {
+  const AutoreleasePool pool;
+  NSAppleScript* const script =
+      [[[NSAppleScript alloc] initWithSource:foundationText(source)] autorelease];
+  if (!script) return Error{"", "cannot create the script"};
+  NSDictionary* error = nil;
+  [script executeAndReturnError:&error];
+  if (!error) return kSuccess;
+  return Error{"", textOf([error description])};
 }
 
 }  // namespace revwarden

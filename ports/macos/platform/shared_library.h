@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/helper.h"
 #include "platform/localization.h"
 #include "platform/log.h"
 #include "platform/system_information.h"
@@ -59,6 +60,12 @@ class SharedVersions final : public Versions {
   VersionRef versionWithValue(const Value* value) const override;
   VersionRef betterVersionOfShort_andFull(const VersionRef& shortVersion,
                                           const VersionRef& fullVersion) const override;
+};
+
+/// Privileged helpers.
+class SharedHelpers final : public KQHelperManager {
+ public:
+  Result<std::shared_ptr<KQHelperTask>> rootTaskWithPrompt(std::string_view prompt) override;
 };
 
 }  // namespace revwarden
