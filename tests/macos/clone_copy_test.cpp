@@ -10,8 +10,8 @@
 #include "tests/fakes/error_of.h"
 #include "tests/fakes/scratch_folder.h"
 
-// Small stand-ins of a Mac's calls, which fail as they are told. So the tests see the order of the
-// calls and the clean-up, and nothing of how a Mac's own calls behave.
+// Tests the order of calls and the clean-up with stand-ins for the system calls of a Mac, which can
+// be made to fail. Does not test how the real calls behave.
 namespace fs = std::filesystem;
 
 namespace {
@@ -19,7 +19,7 @@ namespace {
 struct {
   std::vector<std::string> calls = {};
   int cloneError = 0, renameError = 0;
-  std::string unreadable = {};  // a name
+  std::string unreadable = {};  // a file name
 } mac;
 
 int answer(const std::string& call, int error = 0) {
@@ -33,7 +33,7 @@ int answer(const std::string& call, int error = 0) {
 int clonefile(const char* from, const char* to, uint32_t flags) {
   EXPECT_EQ(flags, CLONE_NOFOLLOW | CLONE_NOOWNERCOPY);
   EXPECT_THAT(to, testing::MatchesRegex(".*/\\.revwarden-[0-9]+-[0-9]+\\.bundle"));
-  fs::create_directory(to);  // of a clone that fails, too, something may be there
+  fs::create_directory(to);  // a failed clone can leave something behind
   constexpr auto kOptions = fs::copy_options::recursive | fs::copy_options::copy_symlinks;
   if (mac.cloneError == 0) fs::copy(from, to, kOptions);
   return answer("clone", mac.cloneError);
@@ -95,7 +95,7 @@ struct CloneCopy : testing::Test, ScratchFolder {
   auto count() const { return std::distance(fs::directory_iterator(path()), {}); }
 };
 
-TEST_F(CloneCopy, ClonesIntoAHiddenSiblingThatAppearsWhole) {
+TEST_F(CloneCopy, ClonesIntoAStagingDirectoryAndRenamesIt) {
   for (const int renameError : {0, ENOTSUP}) {
     mac = {.renameError = renameError};
     EXPECT_EQ(copy(), std::nullopt);
@@ -106,25 +106,25 @@ TEST_F(CloneCopy, ClonesIntoAHiddenSiblingThatAppearsWhole) {
   }
 }
 
-TEST_F(CloneCopy, CopiesWhereTheVolumeDoesNotCloneAndClearsAwayWhatAKilledProcessLeft) {
-  const std::string ofNobody = ".revwarden-4194305-1.bundle";  // more than the greatest number
-  const std::string ofARunningOne = ".revwarden-" + std::to_string(getppid()) + "-1.bundle";
+TEST_F(CloneCopy, CopiesIfTheVolumeCannotCloneAndRemovesAbandonedDirectories) {
+  const std::string abandoned = ".revwarden-4194305-1.bundle";  // greater than any process id
+  const std::string inUse = ".revwarden-" + std::to_string(getppid()) + "-1.bundle";
   mkfifo(file("A.app/Contents/pipe").c_str(), 0600);
   for (const int error : {ENOTSUP, EXDEV}) {
     mac = {.cloneError = error};
-    fs::create_directory(file(ofNobody));
-    fs::create_directory(file(ofARunningOne));
+    fs::create_directory(file(abandoned));
+    fs::create_directory(file(inUse));
     EXPECT_EQ(copy(), std::nullopt);
     EXPECT_THAT(mac.calls, ElementsAre("remove", "clone", "remove", "copy", "rename"));
     EXPECT_EQ(fs::status(file("B.app/Contents/tool")).permissions(), fs::perms{0755});
     EXPECT_EQ(fs::read_symlink(file("B.app/link")), "nowhere");
     EXPECT_FALSE(fs::exists(file("B.app/Contents/pipe")));
-    EXPECT_TRUE(fs::exists(file(ofARunningOne)) && count() == 3);
+    EXPECT_TRUE(fs::exists(file(inUse)) && count() == 3);
     fs::remove_all(file("B.app"));
   }
 }
 
-TEST_F(CloneCopy, NothingIsLeftOfAFailure) {
+TEST_F(CloneCopy, AFailedCopyLeavesNothing) {
   mac = {.cloneError = EIO};
   EXPECT_THAT(copy(), Optional(file("A.app: Input/output error")));
   mac = {.cloneError = EXDEV, .unreadable = "tool"};
@@ -140,7 +140,7 @@ TEST_F(CloneCopy, NothingIsLeftOfAFailure) {
   EXPECT_THAT(mac.calls, ElementsAre());
 }
 
-TEST_F(CloneCopy, RemovesAFolderThatForbidsItButNothingBehindALink) {
+TEST_F(CloneCopy, RemovesReadOnlyFoldersAndFollowsNoLink) {
   fs::create_directory_symlink("A.app", file("link"));
   fs::permissions(file("A.app"), fs::perms{0500});
   EXPECT_TRUE(removeTree(file("link/")));

@@ -1,4 +1,4 @@
-// What the plug-in shows to those who load it: classes, messages and texts.
+// Checks the interface of the loaded bundle: classes, methods, protocols and constants.
 #import <Foundation/Foundation.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -7,11 +7,11 @@
 #include <map>
 #include <sstream>
 
-extern "C" void tell(NSString*, id) {}
+extern "C" void sendEvent(NSString*, id) {}
 
 namespace {
 
-// Pairs of words.
+// Reads pairs of words.
 std::map<std::string, std::string> table(const char* text) {
   std::map<std::string, std::string> pairs;
   std::istringstream words(text);
@@ -19,7 +19,7 @@ std::map<std::string, std::string> table(const char* text) {
   return pairs;
 }
 
-// An encoding as in the tables: without the offsets of the arguments, B for BOOL, L for 64 bits.
+// Returns a type encoding as in the tables: without argument offsets, B for BOOL, L for int64_t.
 std::string plain(std::string types) {
   std::erase_if(types, [](unsigned char c) { return std::isdigit(c); });
   std::replace(types.begin(), types.end(), *@encode(BOOL), 'B');
@@ -58,7 +58,7 @@ class Face : public testing::Test {
   NSBundle* const plugin = [NSBundle bundleWithPath:besideThePrograms(@"gnustep/Revwarden.plugin")];
 };
 
-TEST_F(Face, AnswersEveryMessage) {
+TEST_F(Face, HasEveryMethod) {
   const Class agent = [plugin principalClass];
   ASSERT_TRUE([NSStringFromClass(agent) isEqual:@"KQRWAgent"]);
   const auto messages = table(R"(
@@ -79,7 +79,7 @@ TEST_F(Face, AnswersEveryMessage) {
   }
 }
 
-TEST_F(Face, ShowsItsProtocols) {
+TEST_F(Face, HasBothProtocols) {
   expectMethods("KQRWAgentDelegate", R"(
       itemsDidChangeInAgent: Vv@:@  agentDidStartValidateItem: Vv@:@
       agentDidFinishValidateItem: Vv@:@  agentDidFinishUpdatingApplicationList: Vv@:@
@@ -91,7 +91,7 @@ TEST_F(Face, ShowsItsProtocols) {
       appInstallerFailedAndStoppedQueue: v@:@  appInstallerDidUpdateStatus: v@:@)");
 }
 
-TEST_F(Face, ExportsItsTexts) {
+TEST_F(Face, ExportsEveryConstant) {
   const auto texts = table(R"(
       IDKey id  ApplicationPathKey applicationPath  ApplicationNameKey applicationName
       BundleIdKey bundleId  CurrentVersionKey currentVersion  IsFavouriteKey isFavourite

@@ -17,7 +17,7 @@ class FoundationValues : public testing::Test {
   const AutoreleasePool pool_;
 };
 
-// Values of different kinds are equal when they stand for the same number.
+// Compares the type, too: values of different types are equal if they represent the same number.
 void expectValue(id object, const Value& expected) {
   SCOPED_TRACE([[object description] UTF8String]);
   const auto kindOf = [](const auto& held) { return std::string(typeid(held).name()); };
@@ -27,24 +27,24 @@ void expectValue(id object, const Value& expected) {
   EXPECT_EQ(value->visit(kindOf), expected.visit(kindOf));
 }
 
-void expectBack(const Value& value) {
+void expectRoundTrip(const Value& value) {
   expectValue(foundationValue(value), value);
 }
 
-TEST_F(FoundationValues, EveryKindComesBack) {
+TEST_F(FoundationValues, EveryTypeSurvivesTheRoundTrip) {
   const Dictionary inner = {{"", true}, {"é", Array({Dictionary(), Array({1, "", 0.5})})}};
   const std::string odd = "\uFEFF👩‍🚀 e\u0301 \uFFFD\uFEFF\x01";
-  expectBack(Array({inner, true, 1, 1.0, Date{0.5}, Data{}, "", Array(), false, 0, 0.0}));
-  expectBack(odd);
-  expectBack(odd + '\0' + odd);
-  expectBack(Data{std::string("\0\xFF\0", 3)});
-  for (const bool flag : {true, false}) expectBack(flag);
-  for (const int64_t number : {INT64_MIN, INT64_MAX, int64_t{1}}) expectBack(number);
-  for (const double number : {1.0, 0.1, -DBL_MAX, 5e-324, HUGE_VAL, 1e15}) expectBack(number);
-  for (const double date : {-1.5, -6e10, 1234567890.123456}) expectBack(Date{date});
+  expectRoundTrip(Array({inner, true, 1, 1.0, Date{0.5}, Data{}, "", Array(), false, 0, 0.0}));
+  expectRoundTrip(odd);
+  expectRoundTrip(odd + '\0' + odd);
+  expectRoundTrip(Data{std::string("\0\xFF\0", 3)});
+  for (const bool flag : {true, false}) expectRoundTrip(flag);
+  for (const int64_t number : {INT64_MIN, INT64_MAX, int64_t{1}}) expectRoundTrip(number);
+  for (const double number : {1.0, 0.1, -DBL_MAX, 5e-324, HUGE_VAL, 1e15}) expectRoundTrip(number);
+  for (const double date : {-1.5, -6e10, 1234567890.123456}) expectRoundTrip(Date{date});
 }
 
-TEST_F(FoundationValues, NumbersKeepTheirKind) {
+TEST_F(FoundationValues, NumbersKeepTheirType) {
   expectValue([NSNumber numberWithBool:YES], true);
   expectValue([NSNumber numberWithInt:1], 1);
   expectValue([NSNumber numberWithChar:0], 0);
@@ -54,7 +54,7 @@ TEST_F(FoundationValues, NumbersKeepTheirKind) {
   expectValue([NSDecimalNumber decimalNumberWithString:@"2.5"], 2.5);
 }
 
-TEST_F(FoundationValues, BrokenTextIsMended) {
+TEST_F(FoundationValues, InvalidTextGetsReplacementCharacters) {
   NSMutableString* const halves = [NSMutableString stringWithString:foundationText("🚀a🚀b🚀")];
   [halves deleteCharactersInRange:NSMakeRange(0, 1)];
   [halves deleteCharactersInRange:NSMakeRange([halves length] - 1, 1)];
@@ -66,7 +66,7 @@ TEST_F(FoundationValues, BrokenTextIsMended) {
   EXPECT_EQ(textOf(foundationText(marks)), marks);
 }
 
-TEST_F(FoundationValues, WhatIsNoPropertyListIsLeftOut) {
+TEST_F(FoundationValues, ObjectsThatAreNotPropertyListsAreLeftOut) {
   EXPECT_FALSE(valueOf(nil));
   EXPECT_FALSE(valueOf([NSNull null]));
   NSDictionary* const odd = [NSDictionary dictionaryWithObject:@"" forKey:[NSNull null]];
@@ -82,7 +82,7 @@ TEST_F(FoundationValues, WhatIsNoPropertyListIsLeftOut) {
   EXPECT_FALSE(valueOf(wide));
 }
 
-TEST_F(FoundationValues, PropertyListsAreReadAndNothingElse) {
+TEST_F(FoundationValues, ReadsPropertyListsAndRejectsOtherData) {
   const FoundationPropertyLists lists;
   const std::string whole =
       "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>mount-point</key>"
@@ -93,7 +93,7 @@ TEST_F(FoundationValues, PropertyListsAreReadAndNothingElse) {
   }
 }
 
-TEST_F(FoundationValues, NothingStaysMutable) {
+TEST_F(FoundationValues, ConvertedObjectsAreImmutable) {
   NSDictionary* const outer = foundationDictionary({{"a", Array({Dictionary{{"b", "c"}}})}});
   NSArray* const inner = [outer objectForKey:@"a"];
   EXPECT_FALSE([outer isKindOfClass:[NSMutableDictionary class]]);

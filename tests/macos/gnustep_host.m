@@ -1,6 +1,6 @@
-// An agent application in a scratch home. It loads the plug-in, sends the messages that a test asks
-// for, and tells it of everything that happens. What goes either way is a property list behind its
-// length and a line break.
+// An agent application for tests, with a scratch home. It loads the plug-in, calls the methods that
+// the test requests on standard input, and reports results and events on standard output. Each
+// message is a property list, preceded by its length in bytes and a line break.
 #import <AppKit/AppKit.h>
 #import <objc/runtime.h>
 #include <stdio.h>
@@ -9,7 +9,7 @@
 #import "ports/macos/platform/host_agent_application.h"
 #import "tests/macos/test_world.h"
 
-static void say(NSDictionary* message) {
+static void sendMessage(NSDictionary* message) {
   NSData* const list =
       [NSPropertyListSerialization dataFromPropertyList:message
                                                  format:NSPropertyListXMLFormat_v1_0
@@ -21,21 +21,21 @@ static void say(NSDictionary* message) {
   funlockfile(stdout);
 }
 
-// Of other objects than texts and collections the class is told.
+// Returns strings and collections as they are, and the class name of any other object.
 static id plain(id object) {
   const BOOL isPlain = [object respondsToSelector:@selector(writeToFile:atomically:)];
   return isPlain ? object : NSStringFromClass([object class]);
 }
 
-void tell(NSString* event, id subject) {
+void sendEvent(NSString* event, id subject) {
   NSArray* const subjects = [NSArray arrayWithObjects:plain(subject), nil];
   NSNumber* const isMain = [NSNumber numberWithBool:[NSThread isMainThread]];
-  say([NSDictionary
+  sendMessage([NSDictionary
       dictionaryWithObjectsAndKeys:event, @"method", subjects, @"params", isMain, @"main", nil]);
 }
 
-/// Answers every message of a protocol, without a result. Tells of it and of its last argument; one
-/// without a prefix is a notice, and keeps them.
+/// Implements every method of a protocol without a result. Stores the last argument of each call in
+/// `fields`. With a prefix, also reports the call as an event; without one, it is a notice.
 @interface Recorder : NSObject {
  @public
   Protocol* protocol;
@@ -45,12 +45,12 @@ void tell(NSString* event, id subject) {
 }
 @end
 
-static BOOL isAway;  // for one message
+static BOOL failsNextMessage;
 
-static void raiseIfAway(void) {
-  const BOOL wasAway = isAway;
-  isAway = NO;
-  if (wasAway) [NSException raise:@"Away" format:@"nobody is there"];
+static void raiseIfRequested(void) {
+  const BOOL raises = failsNextMessage;
+  failsNextMessage = NO;
+  if (raises) [NSException raise:@"Unreachable" format:@"requested by the test"];
 }
 
 static id recorder(Protocol* protocol, NSString* prefix) {
@@ -69,7 +69,7 @@ static id recorder(Protocol* protocol, NSString* prefix) {
 }
 - (void)forwardInvocation:(NSInvocation*)invocation {
   NSString* const selector = NSStringFromSelector([invocation selector]);
-  raiseIfAway();
+  raiseIfRequested();
   const NSInteger last = [[invocation methodSignature] numberOfArguments] - 1;
   union {
     id object;
@@ -80,17 +80,17 @@ static id recorder(Protocol* protocol, NSString* prefix) {
   const char type = *[[invocation methodSignature] getArgumentTypeAtIndex:last];
   if (type == 'd') argument.object = [NSString stringWithFormat:@"%g", argument.number];
   if (type == ':') argument.object = NSStringFromSelector(argument.selector);
-  if (prefix) tell([prefix stringByAppendingString:selector], argument.object);
+  if (prefix) sendEvent([prefix stringByAppendingString:selector], argument.object);
   if ([selector isEqual:@"setTarget:"]) target = argument.object;
   if (argument.object) [fields setObject:plain(argument.object) forKey:selector];
 }
 @end
 
-/// Lets the agent go in the midst of a request.
-@interface LettingGo : NSObject
+/// Releases the agent during a request.
+@interface ReleasingDelegate : NSObject
 @end
 
-@implementation LettingGo
+@implementation ReleasingDelegate
 - (oneway void)agentDidStartValidateItem:(KQRWAgent*)agent {
   [agent release];
 }
@@ -114,23 +114,23 @@ static BOOL isAsleep;
 }
 - (void)showNotification:(id<KQHostNotification>)notification {
   shown = (Recorder*)notification;
-  tell(@"showNotification:", shown->fields);
+  sendEvent(@"showNotification:", shown->fields);
 }
 - (NSString*)hostAppPath {
   return worldPath(@"apps/Pellmark.app");
 }
 - (void)activateHostApp {
-  tell(@"activateHostApp", nil);
+  sendEvent(@"activateHostApp", nil);
 }
 - (id)hostAppProxyWithTargetId:(NSString*)targetId protocol:(Protocol*)protocol {
-  raiseIfAway();
+  raiseIfRequested();
   return recorder(protocol, [targetId stringByAppendingString:@" "]);
 }
 - (id)instanceWithClassName:(NSString*)name {
   return recorder(@protocol(KQUninstallerAgent), [name stringByAppendingString:@" "]);
 }
 
-// What the test asks for besides the agent's operations.
+// Requests of the test that are not methods of the agent.
 
 - (void)pressButton1 {
   NSString* const action = [shown->fields objectForKey:@"setButton1Action:"];
@@ -145,17 +145,17 @@ static BOOL isAsleep;
       postNotificationName:NSWorkspaceDidWakeNotification
                     object:nil];
 }
-- (void)goAway {
-  isAway = YES;
+- (void)failNextMessage {
+  failsNextMessage = YES;
 }
 - (void)makeOtherAgents {
   [[[[agent class] alloc] init] release];  // while its first pass runs
   KQRWAgent* const other = [[[agent class] alloc] init];
-  NSDate* const soon = [NSDate dateWithTimeIntervalSinceNow:0.1];  // its thread lets it go, too
+  NSDate* const soon = [NSDate dateWithTimeIntervalSinceNow:0.1];  // its thread also releases it
   while ([other updateIsInProgress] || [soon timeIntervalSinceNow] > 0) {
     [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:soon];
   }
-  [other setDelegate:(id<KQRWAgentDelegate>)[[LettingGo alloc] init]];
+  [other setDelegate:(id<KQRWAgentDelegate>)[[ReleasingDelegate alloc] init]];
   [other startUpdateApplicationsList];
 }
 - (void)end {
@@ -176,7 +176,7 @@ static BOOL isAsleep;
     const BOOL isObject = *[signature getArgumentTypeAtIndex:i] == '@';
     [invocation setArgument:isObject ? (void*)&object : &flag atIndex:i];
   }
-  say([NSDictionary dictionaryWithObject:@"" forKey:@"begun"]);
+  sendMessage([NSDictionary dictionaryWithObject:@"" forKey:@"begun"]);
   [invocation invokeWithTarget:receiver];
   union {
     id object;
@@ -187,7 +187,8 @@ static BOOL isAsleep;
   if (type != 'v') [invocation getReturnValue:&result];
   if (type == *@encode(BOOL)) result.object = [NSNumber numberWithBool:result.flag];
   if (type == *@encode(int64_t)) result.object = [NSNumber numberWithLongLong:result.number];
-  say([NSDictionary dictionaryWithObjectsAndKeys:@"", @"id", result.object, @"result", nil]);
+  sendMessage(
+      [NSDictionary dictionaryWithObjectsAndKeys:@"", @"id", result.object, @"result", nil]);
 }
 
 - (void)readMessages:(id)unused {
@@ -209,15 +210,16 @@ static BOOL isAsleep;
 }
 @end
 
-// While the machine sleeps timers do not come due, and waking does not move them.
+// Simulates sleep: timers that are set while asleep never fire, and a wake does not move them.
 @implementation NSRunLoop (Sleep)
-- (void)addTimerOfSleeper:(NSTimer*)timer forMode:(NSString*)mode {
+- (void)addTimerUnlessAsleep:(NSTimer*)timer forMode:(NSString*)mode {
   if (isAsleep) [timer setFireDate:[NSDate distantFuture]];
-  [self addTimerOfSleeper:timer forMode:mode];  // by then the other way round
+  [self addTimerUnlessAsleep:timer
+                     forMode:mode];  // the implementations are exchanged: this calls the original
 }
 @end
 
-// The shared workspace would start a daemon for it, which stays, and run the main loop meanwhile.
+// The original starts a daemon, which is never stopped, and runs the main loop until it answers.
 @implementation NSDistributedNotificationCenter (Local)
 + (id)defaultCenter {
   return [NSNotificationCenter defaultCenter];
@@ -229,7 +231,7 @@ int main(int argc, char** argv) {
   isAsleep = argc > 2;
   method_exchangeImplementations(
       class_getInstanceMethod([NSRunLoop class], @selector(addTimer:forMode:)),
-      class_getInstanceMethod([NSRunLoop class], @selector(addTimerOfSleeper:forMode:)));
+      class_getInstanceMethod([NSRunLoop class], @selector(addTimerUnlessAsleep:forMode:)));
   Host* const host = [[Host alloc] init];
   NSApp = (id)host;
   NSBundle* const bundle = [NSBundle bundleWithPath:[NSString stringWithUTF8String:argv[1]]];

@@ -1,4 +1,4 @@
-"""The bundle in an agent application under GNUstep, from its first start to its second."""
+"""Runs the bundle in an agent application under GNUstep, from its first start to a restart."""
 
 import datetime
 import json
@@ -16,28 +16,29 @@ BUNDLE = os.environ["REVWARDEN_BUNDLE"]
 CHANGED, VALIDATED = "itemsDidChangeInAgent:", "agentDidFinishValidateItem:"
 LISTED, STOPPED = "agentDidFinishUpdatingApplicationList:", "didStopQueueInAgent:"
 STATUS = "agent:didChangeStatusForItems:"
-# What depends on timing.
-PASSING = {"agent:didChangeUpdatedStatusForItem:", "agentDidStartValidateItem:", VALIDATED, CHANGED}
-# What does not happen on the main thread.
-ELSEWHERE = {"showNotification:", "script", "activateHostApp",
-             "root moveItemAtPathToTrash:", "root runScript", "root performCopyItemAtPath:toPath:"}
+# Events whose number depends on timing.
+TIMING_DEPENDENT = {"agent:didChangeUpdatedStatusForItem:", "agentDidStartValidateItem:",
+                    VALIDATED, CHANGED}
+# Events that do not come from the main thread.
+OTHER_THREADS = {"showNotification:", "script", "activateHostApp",
+                 "root moveItemAtPathToTrash:", "root runScript", "root performCopyItemAtPath:toPath:"}
 NEWS = ("Updates available for %?1$u applications: %2$@. Open Pellmark to install updates. "
         "[{}, {}]").format
 SUCCESS = "KQLog {} was updated from 1 to 2 version successfully.".format
 
 
 class Host(Client):
-    """Speaks to the agent application."""
+    """Controls the agent application over its standard input and output."""
 
     def __init__(self, ours):
-        self.socket, self.lines, self.events, self.elsewhere = ours, ours.makefile("rb"), [], set()
+        self.socket, self.lines, self.events, self.off_main = ours, ours.makefile("rb"), [], set()
         ours.settimeout(20)
 
     def message(self):
         message = plistlib.loads(self.lines.read(int(self.lines.readline())))
         if "method" in message:
             self.events.append((message["method"], message["params"]))
-            self.elsewhere |= set() if message["main"] else {message["method"]}
+            self.off_main |= set() if message["main"] else {message["method"]}
         return message
 
     def answer(self):
@@ -51,12 +52,12 @@ class Host(Client):
         self.send(method, *params)
         return self.answer()["result"]
 
-    def told_until(self, method):
-        """The events up to that one in a few words each."""
-        return [told(*event) for event in self.events_until(method)]
+    def summaries_until(self, method):
+        """Returns a summary of each event up to this one."""
+        return [summary(*event) for event in self.events_until(method)]
 
 
-def told(method, params):
+def summary(method, params):
     subject = params[0] if params else ""
     if isinstance(subject, list):
         subject = " ".join(sorted(record["applicationName"] for record in subject))
@@ -93,16 +94,16 @@ class Life(UpdateWorld, unittest.TestCase):
         self.assertEqual(0, self.processes[-1].wait(10))
 
     def run_queue(self, host, *names):
-        """Has them updated; answers what was told of it, until they are validated again."""
+        """Updates these applications; returns the event summaries until they are validated again."""
         host.events.clear()
         host.call("startUpdateItemWithIDs:", [host.ids[name] for name in names])
         return self.rest_of_queue(host)
 
     def rest_of_queue(self, host):
-        events = host.told_until(STOPPED) + host.told_until(VALIDATED)
-        return [event for event in events if event.split()[0] not in PASSING]
+        events = host.summaries_until(STOPPED) + host.summaries_until(VALIDATED)
+        return [event for event in events if event.split()[0] not in TIMING_DEPENDENT]
 
-    def test_a_life(self):
+    def test_life(self):
         for name in ("Zip", "Locked", "LockedLong"):
             self.offer(name, archive(self.new_app(name)))
         self.offer("Package", b"a package", "/Package.pkg")
@@ -125,8 +126,8 @@ class Life(UpdateWorld, unittest.TestCase):
         self.start_again(host)
 
     def begin(self, host):
-        """The refresh, the check against the service and the notice."""
-        events = host.told_until(LISTED)
+        """Checks the first refresh, the check with the service and the notice."""
+        events = host.summaries_until(LISTED)
         notice = events.pop(1)
         self.assertEqual([f"{event} KQRWAgent" for event in (CHANGED, CHANGED, VALIDATED, LISTED)],
                          events)
@@ -143,12 +144,12 @@ class Life(UpdateWorld, unittest.TestCase):
              "setButton1Action:": "openRevwarden", "setButton2Text:": "Cancel"},
             {k: v for k, v in host.call("fieldsOfNotice").items() if k != "setText:"})
         self.assertEqual(records["Zip"], host.call("itemSnapshotWithID:", host.ids["Zip"]))
-        self.assertIsNone(host.call("itemSnapshotWithID:", "nobody's"))
+        self.assertIsNone(host.call("itemSnapshotWithID:", "unknown"))
         host.call("pressButton1")
         host.events_until("KQRevwarden openRevwarden")
 
     def mark(self, host):
-        """The star, the black list and the switches, which are stored at once."""
+        """Sets star, black list and switches, which are stored immediately."""
         host.call("setStarred:forItemWithId:", True, host.ids["Zip"])
         host.call("moveItemsWithIds:toBlackList:", [host.ids["Cut"], host.ids["Page"]], True)
         host.call("setUpdatesApplicationsFromAllLocalVolumes:", True)
@@ -168,7 +169,7 @@ class Life(UpdateWorld, unittest.TestCase):
         self.assertEqual(stored["lastFireDate"], host.call("lastFireDate"))
 
     def update(self, host):
-        """Updates of every kind, with the rights of an administrator where they are needed."""
+        """Runs each kind of update, with administrator rights where they are needed."""
         self.assertEqual(
             ["didStartQueueInAgent: KQRWAgent", "agent:didStartUpdateItem: Zip", f"{STATUS} Zip",
              "KQUninstallerAgent addSilentRemoveBundleID: zip", f"{STATUS} Zip",
@@ -193,7 +194,7 @@ class Life(UpdateWorld, unittest.TestCase):
                       self.run_queue(host, "Cut"))
 
     def cancel(self, host):
-        """Out of a step that takes its time, while others are heard."""
+        """Cancels a long copy. Other requests are answered until the copy has ended."""
         self.write("hold", b"")
         host.call("startUpdateItemWithIDs:", [host.ids["LockedLong"]])
         host.events_until("root performCopyItemAtPath:toPath:")
@@ -209,7 +210,7 @@ class Life(UpdateWorld, unittest.TestCase):
                       self.rest_of_queue(host))
 
     def update_the_product(self, host):
-        """A new version of the host product, which is relaunched."""
+        """Updates the host product and relaunches it."""
         self.offer("Pellmark", archive(self.new_app("Pellmark")))
         self.write("offers", json.dumps(self.offers).encode())
         host.call("startFullRescan")
@@ -228,19 +229,19 @@ class Life(UpdateWorld, unittest.TestCase):
             self.assertEqual(value, host.call(name))
         host.call("pressButton1")
         self.assertIn('script tell application "Pellmark" to quit',
-                      host.told_until("activateHostApp"))
+                      host.summaries_until("activateHostApp"))
         host.records()
-        # A pass that still ran left it out to read the new version.
+        # The new version is read only if no pass was running.
         host.call("startUpdateInfoForItemsWithIDs:", [record["id"]])
         self.assertEqual("2", host.records()["Pellmark"]["currentVersion"])
-        host.call("goAway")  # for whom the next event is
-        host.call("setStarred:forItemWithId:", False, host.ids["Page"])  # which saves it all
-        host.call("goAway")
+        host.call("failNextMessage")  # so the delegate raises on the next event
+        host.call("setStarred:forItemWithId:", False, host.ids["Page"])  # saves all records
+        host.call("failNextMessage")
         host.call("openRevwarden")
-        self.assertLessEqual(host.elsewhere, ELSEWHERE)
+        self.assertLessEqual(host.off_main, OTHER_THREADS)
 
     def start_again(self, first):
-        """What the first process left, and a check that fell due while the machine slept."""
+        """Restarts with the stored state; a check became due while the machine slept."""
         root, long_ago = self.stored(), datetime.datetime(2001, 1, 1)
         root["KQRWAgent"]["lastFireDate"] = long_ago
         for record in root["KQRWAgent"]["itemsPrefsKey"]:
@@ -260,7 +261,7 @@ class Life(UpdateWorld, unittest.TestCase):
         self.offer("Late", b"")
         self.write("offers", json.dumps(self.offers).encode())
         host.call("wake")
-        self.assertIn(f"showNotification: {NEWS(1, 'Late')}", host.told_until(LISTED))
+        self.assertIn(f"showNotification: {NEWS(1, 'Late')}", host.summaries_until(LISTED))
         self.assertLess(long_ago, host.call("lastFireDate"))
         host.call("makeOtherAgents")
         self.end_host(host)

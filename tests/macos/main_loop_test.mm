@@ -16,7 +16,7 @@ constexpr Date kPast{0};
 
 class MainLoop : public testing::Test {
  protected:
-  // As the process turns it, until that many notes were taken.
+  // Runs the loop as the process does, until there are this many notes.
   void turnUntil(size_t count, NSString* mode = NSDefaultRunLoopMode) {
     NSDate* const deadline = [NSDate dateWithTimeIntervalSinceNow:20];
     while (notes.size() < count && [deadline timeIntervalSinceNow] > 0) {
@@ -36,10 +36,10 @@ class MainLoop : public testing::Test {
   const AutoreleasePool pool_;
 };
 
-TEST_F(MainLoop, CallsKeepTheirOrderAndAreWaitedFor) {
+TEST_F(MainLoop, CallsKeepTheirOrder) {
   loop.post(note('b'));
   loop.postAndWait(note('a'));
-  EXPECT_EQ(notes, "a") << "ahead of what is queued, which never runs inline";
+  EXPECT_EQ(notes, "a") << "postAndWait runs inline, post does not";
   std::thread other([this] {
     EXPECT_FALSE(loop.isMainThread());
     loop.post(note('c'));
@@ -54,7 +54,7 @@ TEST_F(MainLoop, CallsKeepTheirOrderAndAreWaitedFor) {
   EXPECT_EQ(notes, "abcde");
 }
 
-TEST_F(MainLoop, NestedTurnsServeWhatIsBehindAndWaitForMore) {
+TEST_F(MainLoop, NestedTurnsRunWaitingCallsAndWaitForMore) {
   std::thread other;
   loop.post([&] {
     while (notes.size() < 1) ASSERT_EQ(loop.runOneTurn(RunLoopMode::modal), kHandledOne);
@@ -69,7 +69,7 @@ TEST_F(MainLoop, NestedTurnsServeWhatIsBehindAndWaitForMore) {
   EXPECT_EQ(notes, "abc.");
 }
 
-TEST_F(MainLoop, APanelInACallDoesNotHoldUpTheCallsBehindIt) {
+TEST_F(MainLoop, APanelInsideACallDoesNotDelayTheNextCalls) {
   loop.post([this] {
     turnUntil(1);
     notes += '.';
@@ -79,12 +79,12 @@ TEST_F(MainLoop, APanelInACallDoesNotHoldUpTheCallsBehindIt) {
   EXPECT_EQ(notes, "a.");
 }
 
-TEST_F(MainLoop, TimersFireOnceInTheDefaultModeOnlyAndNotOnEndWhenDue) {
+TEST_F(MainLoop, TimersFireOnceInTheDefaultModeAndAtMostOnceASecondWhenDue) {
   std::unique_ptr<Timer> timer;
   const std::string held(100, 't');
   timer = loop.addTimer(kPast, [=, this, &timer] {
     timer.reset();
-    notes += held[99];  // the action outlives its timer
+    notes += held[99];  // the action may destroy its own timer
   });
   const auto never = loop.addTimer(Date{HUGE_VAL}, note('n'));
   loop.addTimer(kPast, note('x')).reset();

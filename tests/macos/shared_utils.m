@@ -1,5 +1,5 @@
-// The product's shared library as far as the agent uses it, for tests: it does in the scratch home
-// what it can, and tells of the rest.
+// A stand-in for the product's shared library. It works in the scratch folder of the test and
+// reports calls as events.
 #import "ports/macos/platform/shared_utils.h"
 
 #import <AppKit/AppKit.h>
@@ -22,7 +22,7 @@ NSString* worldPath(NSString* name) {
 void KQLog(NSString* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  tell(@"KQLog", [[[NSString alloc] initWithFormat:format arguments:arguments] autorelease]);
+  sendEvent(@"KQLog", [[[NSString alloc] initWithFormat:format arguments:arguments] autorelease]);
   va_end(arguments);
 }
 
@@ -40,7 +40,7 @@ NSString* _KQLocalizedNumberStringWithFormat(id object, NSString* format, ...) {
   return text;
 }
 
-// The declarations name no variables: objects keep what they hold behind their end.
+// The declared classes have no instance variables, so each object has room for one behind its end.
 static id allocate(Class kind) {
   return NSAllocateObject(kind, sizeof(id), NULL);
 }
@@ -119,32 +119,32 @@ static id* held(id object) {
   return [[[self alloc] init] autorelease];
 }
 - (KQHelperTask*)rootTaskWithPrompt:(NSString*)prompt {
-  tell(@"rootTaskWithPrompt:", prompt);
+  sendEvent(@"rootTaskWithPrompt:", prompt);
   return [[[KQHelperTask alloc] init] autorelease];
 }
 @end
 
 @implementation KQHelperTask
 - (id)moveItemAtPathToTrash:(NSString*)path {
-  tell(@"root moveItemAtPathToTrash:", path);
-  return [[NSFileManager defaultManager] moveItemAtPathToTrash:path] ? nil : @"It cannot be moved";
+  sendEvent(@"root moveItemAtPathToTrash:", path);
+  return [[NSFileManager defaultManager] moveItemAtPathToTrash:path] ? nil : @"cannot be moved";
 }
 - (id)performCopyItemAtPath:(NSString*)source toPath:(NSString*)destination {
   NSFileManager* const files = [NSFileManager defaultManager];
-  tell(@"root performCopyItemAtPath:toPath:", destination);
+  sendEvent(@"root performCopyItemAtPath:toPath:", destination);
   while ([files fileExistsAtPath:worldPath(@"hold")]) usleep(1000);
-  return [files copyPath:source toPath:destination handler:nil] ? nil : @"It cannot be copied";
+  return [files copyPath:source toPath:destination handler:nil] ? nil : @"cannot be copied";
 }
 - (id)performAction:(NSString*)action withArguments:(NSDictionary*)arguments {
-  tell([@"root " stringByAppendingString:action], arguments);
+  sendEvent([@"root " stringByAppendingString:action], arguments);
   return nil;
 }
 - (void)stop {
-  tell(@"root stop", nil);
+  sendEvent(@"root stop", nil);
 }
 @end
 
-// Stands for a bundle in a Mac's layout, which this NSBundle cannot read.
+// Acts as a bundle in the layout of a Mac, which GNUstep's NSBundle cannot read.
 @implementation NSDictionary (MacBundle)
 - (NSDictionary*)infoDictionary {
   return self;
@@ -192,13 +192,13 @@ static id* held(id object) {
 }
 @end
 
-// What AppKit offers here does nothing without a display.
+// Replaces methods that do nothing without a display.
 #ifdef __clang__
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
 #endif
 @implementation NSWorkspace (Test)
 - (BOOL)openURL:(NSURL*)url {
-  tell(@"openURL:", [url absoluteString]);
+  sendEvent(@"openURL:", [url absoluteString]);
   return YES;
 }
 - (NSArray*)launchedApplications {
@@ -209,7 +209,7 @@ static id* held(id object) {
 
 @implementation NSAppleScript (Test)
 - (id)initWithSource:(NSString*)source {
-  tell(@"script", source);
+  sendEvent(@"script", source);
   return self;
 }
 - (id)executeAndReturnError:(NSDictionary**)error {

@@ -2,8 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
-/// Has the test hear of something that happened. Any thread.
-void tell(NSString* event, id subject);
+/// Reports an event to the test. Any thread.
+void sendEvent(NSString* event, id subject);
 
-/// A place in the scratch home that the test has made.
+/// Returns a path in the scratch folder of the test.
 NSString* worldPath(NSString* name);
