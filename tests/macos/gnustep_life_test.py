@@ -21,7 +21,8 @@ TIMING_DEPENDENT = {"agent:didChangeUpdatedStatusForItem:", "agentDidStartValida
                     VALIDATED, CHANGED}
 # Events that do not come from the main thread.
 OTHER_THREADS = {"showNotification:", "script", "activateHostApp",
-                 "root moveItemAtPathToTrash:", "root runScript", "root performCopyItemAtPath:toPath:"}
+                 "root moveItemAtPathToTrash:", "root runScript",
+                 "root performCopyItemAtPath:toPath:"}
 NEWS = ("Updates available for %?1$u applications: %2$@. Open Pellmark to install updates. "
         "[{}, {}]").format
 SUCCESS = "KQLog {} was updated from 1 to 2 version successfully.".format
@@ -94,7 +95,7 @@ class Life(UpdateWorld, unittest.TestCase):
         self.assertEqual(0, self.processes[-1].wait(10))
 
     def run_queue(self, host, *names):
-        """Updates these applications; returns the event summaries until they are validated again."""
+        """Updates these applications; returns event summaries until they are validated again."""
         host.events.clear()
         host.call("startUpdateItemWithIDs:", [host.ids[name] for name in names])
         return self.rest_of_queue(host)
