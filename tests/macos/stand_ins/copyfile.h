@@ -1,4 +1,5 @@
 #pragma once
+// A stand-in: the parts of <copyfile.h> of macOS that the port uses.
 #include <cstdint>
 
 struct Copying {

@@ -1,4 +1,5 @@
 #pragma once
+// A stand-in: the parts of <removefile.h> of macOS that the port uses.
 #include <cstdint>
 
 constexpr uint32_t REMOVEFILE_RECURSIVE = 1;
