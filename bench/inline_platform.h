@@ -59,6 +59,7 @@ struct InlinePlatform {
             .connection = connection,
             .wake = memory.host,
             .host = memory.host,
+            .outcomes = memory.outcomes,
             .downloads = memory.downloads,
             .children = memory.machine,
             .fileOperations = memory.machine,
