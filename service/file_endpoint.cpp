@@ -14,7 +14,7 @@
 
 #include "base/text.h"
 #include "ports/posix/open_beneath.h"
-#include "service/methods.h"
+#include "service/routes.h"
 
 namespace revwarden {
 namespace {

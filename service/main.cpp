@@ -21,7 +21,7 @@
 #include "service/catalogue.h"
 #include "service/file_endpoint.h"
 #include "service/log.h"
-#include "service/methods.h"
+#include "service/routes.h"
 #include "service/update_endpoint.h"
 
 namespace revwarden {

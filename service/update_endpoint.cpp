@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "service/methods.h"
+#include "service/routes.h"
 
 namespace revwarden {
 namespace {

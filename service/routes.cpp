@@ -1,4 +1,4 @@
-#include "service/methods.h"
+#include "service/routes.h"
 
 #include <string>
 
