@@ -73,6 +73,12 @@ class KQRWAgent {
   virtual bool installerQueueIsInProgress() const = 0;
   /// The number of jobs in the queue, the running one included.
   virtual int64_t installerQueueCount() const = 0;
+  /// The ids of the records with a request whose outcome is still to come: those in the queue, and
+  /// those whose page is being opened. Any thread.
+  virtual std::vector<std::string> openJobIDs() const = 0;
+  /// Reports every open request as failed or dropped because the agent ends; no outcome of a job is
+  /// reported afterwards. The host calls it before the process ends. Any thread.
+  virtual void reportOpenJobsAsEnded() = 0;
 
   // Settings. Setting a new value saves; an equal one does nothing. Getters: any thread.
 

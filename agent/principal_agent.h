@@ -74,6 +74,9 @@ class PrincipalAgent final : public KQRWAgent,
   bool installerQueueIsInProgress() const override { return queue_.installerQueueIsInProgress(); }
   int64_t installerQueueCount() const override { return queue_.installerQueueCount(); }
 
+  std::vector<std::string> openJobIDs() const override { return queue_.openJobIDs(); }
+  void reportOpenJobsAsEnded() override { queue_.reportOpenJobsAsEnded(); }
+
   bool showRevwardenNotifications() const override {
     return settings_.showRevwardenNotifications();
   }
@@ -108,7 +111,8 @@ class PrincipalAgent final : public KQRWAgent,
   void scheduleNextUpdate() override { schedule_.scheduleNextUpdate(); }
   void dropScheduleTimer() override { schedule_.dropTimer(); }
   void setScanStartedByUser(bool byUser) override { check_.setScanStartedByUser(byUser); }
-  void performCheckForAppsUpdates() override { check_.performCheckForAppsUpdates(); }
+  bool takeScanStartedByUser() override { return check_.takeScanStartedByUser(); }
+  CheckOutcome performCheckForAppsUpdates() override { return check_.performCheckForAppsUpdates(); }
   void notifyNewUpdates() override { notice_.notifyNewUpdates(); }
   bool hasRootTask() override { return queue_.rootTask() != nullptr; }
   KQRWAgent& agent() override { return *this; }

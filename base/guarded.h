@@ -25,6 +25,13 @@ class Guarded {
     std::swap(value_, value);
   }
 
+  /// Calls `change` with the value, under the lock.
+  template <typename Change>
+  void update(const Change& change) {
+    const std::lock_guard lock(mutex_);
+    change(value_);
+  }
+
  private:
   mutable std::mutex mutex_;
   T value_{};

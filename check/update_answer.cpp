@@ -13,9 +13,9 @@ Dictionary convertedItem(XmlElement& item) {
   DictionaryBuilder fields;
   fields.reserve(item.children.size());
   for (XmlElement& field : item.children) {
-    // Leaves, nearly all fields, need no joining.
+    // Nearly all fields are leaves and need no joining.
     std::string text = field.children.empty() ? std::move(field.text) : field.stringValue();
-    // Asked before trimming: a field of mere spaces is stored, empty; an empty one is not.
+    // Intentional: tested before trimming, so a field of spaces is stored as "", an empty one not.
     if (text.empty()) continue;
     const std::string_view trimmed = trimmingSpaces(text);
     if (trimmed.size() != text.size()) text = std::string(trimmed);
@@ -28,7 +28,7 @@ Dictionary convertedItem(XmlElement& item) {
 
 std::vector<Dictionary> convertedArrayFromResponse(XmlElement* root) {
   std::vector<Dictionary> answers;
-  if (!root || root->name != "response") return answers;
+  if (!root || root->name != kResponseRoot) return answers;
   answers.reserve(root->children.size());
   for (XmlElement& child : root->children) {
     if (child.name == "item") answers.push_back(convertedItem(child));

@@ -7,9 +7,12 @@
 
 namespace revwarden {
 
-/// The answers in a document of the update service, one dictionary of texts for each "item" below
-/// the root, in document order (catalogue/version_info_keys.h). Empty for a document that is absent
-/// (nullptr) or whose root is no "response". Takes the texts out of the document.
+/// The name of the root element of an answer.
+inline constexpr char kResponseRoot[] = "response";
+
+/// Returns the answers in a document of the update service, one dictionary of texts for each "item"
+/// below the root, in document order (catalogue/version_info_keys.h). Empty if there is no document
+/// (nullptr) or its root is not `kResponseRoot`. Moves the texts out of the document.
 std::vector<Dictionary> convertedArrayFromResponse(XmlElement* root);
 
 }  // namespace revwarden

@@ -61,19 +61,26 @@ const Dictionary* answerFor(const Dictionary& record, const AnswersByBundleId& a
 
 }  // namespace
 
-void UpdateCheck::performCheckForAppsUpdates() {
+CheckOutcome UpdateCheck::performCheckForAppsUpdates() {
+  CheckOutcome outcome;
   Question question = chooseItems();
+  outcome.asked = static_cast<int64_t>(question.root.children.size());
   URLExchange exchange = send(std::exchange(question.root, {}));
+  outcome.status = exchange.status;
   if (exchange.body) {
-    // Exchanged, so that the body is gone before the merge.
-    const std::vector<Dictionary> answers = readAnswers(std::exchange(*exchange.body, {}));
-    merge(question, answers);
+    // Exchanged, so that the body is freed before the merge.
+    const std::vector<Dictionary> answers = readAnswers(std::exchange(*exchange.body, {}), outcome);
+    outcome.answered = merge(question, answers);
     platform_.mainLoop.post([this] { mediator_.notifyNewUpdates(); });
     pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
+  } else {
+    outcome.kind = CheckOutcome::Kind::unreachable;
+    outcome.reason = exchange.body.error().message;
   }
   settings_.setLastFireDate(platform_.clock.now());
   pass_.onMainThread([this] { settings_.savePrefs(); });
-  scanStartedByUser_ = false;
+  outcome.byUser = takeScanStartedByUser();
+  return outcome;
 }
 
 UpdateCheck::Question UpdateCheck::chooseItems() const {
@@ -103,19 +110,28 @@ URLExchange UpdateCheck::send(XmlElement root) const {
   return platform_.connection.sendSynchronousRequest(request);
 }
 
-std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body) {
+std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body, CheckOutcome& outcome) {
   Result<XmlElement> document = platform_.xml.parse(body);
+  outcome.kind = CheckOutcome::Kind::invalid;
   if (!document) {
+    outcome.reason = "the response is not well-formed: " + document.error().message;
     platform_.log.NSLog("Invalid response: %@", {document.error().message});
     Log::Arguments text;
     text.push_back(asciiText(body));  // not in braces, which would copy what may be very long
     platform_.log.NSLog("Response: %@", text);
     if (scanStartedByUser_) showErrorNotice();
   }
-  return convertedArrayFromResponse(document ? &*document : nullptr);
+  if (!document) return convertedArrayFromResponse(nullptr);
+  if (document->name == kResponseRoot) {
+    outcome.kind = CheckOutcome::Kind::answered;
+  } else {
+    outcome.reason = "the response is not an answer but \"" + document->name + "\"";
+  }
+  return convertedArrayFromResponse(&*document);
 }
 
-void UpdateCheck::merge(const Question& question, const std::vector<Dictionary>& answers) {
+int64_t UpdateCheck::merge(const Question& question, const std::vector<Dictionary>& answers) {
+  int64_t answered = 0;
   const AnswersByBundleId index = byBundleId(answers);
   const Date now = platform_.clock.now();
   ItemCatalogue::Access records(catalogue_);
@@ -127,6 +143,7 @@ void UpdateCheck::merge(const Question& question, const std::vector<Dictionary>&
     DictionaryBuilder record(contents);
     const std::string* name = contents.stringFor(kKQRWApplicationNameKey);
     if (const Dictionary* answer = answerFor(contents, index)) {
+      ++answered;
       record.set(kKQRWAvailableVersionInfoKey, *answer);
     } else if (name && question.mandatoryNames.contains(*name)) {
       record.remove(kKQRWAvailableVersionInfoKey);
@@ -134,6 +151,7 @@ void UpdateCheck::merge(const Question& question, const std::vector<Dictionary>&
     }
     records->replace(position, record.build());
   }
+  return answered;
 }
 
 void UpdateCheck::showErrorNotice() {

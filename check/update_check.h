@@ -9,6 +9,7 @@
 #include "base/value.h"
 #include "base/xml_element.h"
 #include "catalogue/record_set.h"
+#include "platform/outcomes.h"
 #include "platform/url_connection.h"
 
 namespace revwarden {
@@ -39,13 +40,15 @@ class UpdateCheck {
         pass_(pass),
         mediator_(mediator) {}
 
-  /// Whether the user asked for the check, and so is told when the service talks nonsense. Cleared
-  /// at the end of every check. Any thread.
+  /// Whether the user asked for the check, and so is notified when the response is malformed.
+  /// Cleared at the end of every check. Any thread.
   void setScanStartedByUser(bool byUser) { scanStartedByUser_ = byUser; }
+  /// Clears the flag and returns what it was. Any thread.
+  bool takeScanStartedByUser() { return scanStartedByUser_.exchange(false); }
 
-  /// Runs the check on the calling thread, a pass's, and returns when it is over. However it ends,
-  /// the next one is due a day from now.
-  void performCheckForAppsUpdates();
+  /// Runs the check on the calling thread, a pass's, and returns its outcome without the times.
+  /// Whatever the outcome, the next check is due a day from now.
+  CheckOutcome performCheckForAppsUpdates();
 
  private:
   /// The records asked about, and which of them must be answered.
@@ -57,8 +60,9 @@ class UpdateCheck {
 
   Question chooseItems() const;
   URLExchange send(XmlElement root) const;
-  std::vector<Dictionary> readAnswers(const std::string& body);
-  void merge(const Question& question, const std::vector<Dictionary>& answers);
+  std::vector<Dictionary> readAnswers(const std::string& body, CheckOutcome& outcome);
+  /// Returns the number of records that got an answer.
+  int64_t merge(const Question& question, const std::vector<Dictionary>& answers);
   void showErrorNotice();
 
   const Platform& platform_;

@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "base/uuid.h"
+#include "catalogue/installed_version.h"
 #include "catalogue/item_catalogue.h"
 #include "catalogue/pass_guard.h"
 #include "catalogue/record_keys.h"
@@ -15,10 +16,6 @@
 
 namespace revwarden {
 namespace {
-
-const Value* pointerTo(const std::optional<Value>& value) {
-  return value ? &*value : nullptr;
-}
 
 // Only a missing name is made up from the file's: an empty one is a name.
 std::string applicationName(const Bundle& bundle, const std::string& path) {
@@ -49,10 +46,7 @@ std::optional<ItemValidation::Installed> ItemValidation::readInstalled(
     }
     return std::nullopt;
   }
-  const Versions& versions = platform_.versions;
-  const Versions::VersionRef version = versions.betterVersionOfShort_andFull(
-      versions.versionWithValue(pointerTo(bundle->shortVersionString)),
-      versions.versionWithValue(pointerTo(bundle->bundleVersion)));
+  const Versions::VersionRef version = versionOfBundle(platform_, *bundle);
   if (!version) return std::nullopt;
   return Installed{version, applicationName(*bundle, path), bundle->bundleIdentifier.value_or("")};
 }

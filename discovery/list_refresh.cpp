@@ -15,6 +15,7 @@
 #include "catalogue/record_set.h"
 #include "catalogue/record_state.h"
 #include "discovery/item_validation.h"
+#include "platform/clock.h"
 #include "platform/file_manager.h"
 #include "platform/platform.h"
 #include "platform/system_information.h"
@@ -48,7 +49,7 @@ ListRefresh::ListRefresh(const Platform& platform, ItemCatalogue& catalogue,
       mediator_(mediator) {}
 
 void ListRefresh::startFullRescan() {
-  // Set also when a pass runs: its check, or the next one, then answers for this wish.
+  // Intentional: set also while a pass runs, for its check or the next one.
   mediator_.setScanStartedByUser(true);
   if (pass_.updateIsInProgress()) return;
   {
@@ -68,16 +69,23 @@ void ListRefresh::startUpdateApplicationsList() {
 }
 
 void ListRefresh::performUpdateApplicationsList() {
+  const Date started = platform_.clock.now();
+  CheckOutcome outcome;
   if (refreshCatalogue()) {
-    mediator_.performCheckForAppsUpdates();
+    outcome = mediator_.performCheckForAppsUpdates();
   } else {
-    mediator_.setScanStartedByUser(false);
+    outcome.byUser = mediator_.takeScanStartedByUser();
   }
   pass_.finish();
-  pass_.onMainThread([this] { mediator_.didFinishUpdatingApplicationsList(); });
+  outcome.started = started;
+  pass_.onMainThread([this, &outcome] {
+    mediator_.didFinishUpdatingApplicationsList();
+    outcome.ended = platform_.clock.now();
+    platform_.outcomes.checkEnded(outcome);
+  });
 }
 
-// Answers whether the service is to be asked.
+// Returns true if the service is to be asked.
 bool ListRefresh::refreshCatalogue() {
   const std::unique_ptr<PathInspector> inspector = platform_.files.inspectorForPass();
   const bool changed = validateApplications(*inspector);
@@ -87,7 +95,7 @@ bool ListRefresh::refreshCatalogue() {
   }
   const LiveRecords snapshot = catalogue_.itemsSnapshot();
   removeRecordsOutOfScope(*inspector, snapshot);
-  // The snapshot still holds the records just removed: one of them may call for the check.
+  // Intentional: the snapshot still holds the removed records, and one of them may need the check.
   return changed || thereAreNeverCheckedItems(snapshot);
 }
 

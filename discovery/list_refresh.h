@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "catalogue/live_record.h"
+#include "platform/outcomes.h"
 
 namespace revwarden {
 
@@ -21,12 +22,14 @@ class ListRefresh {
  public:
   class Mediator {
    public:
-    /// Ends the pending wait for the next periodic check.
+    /// Cancels the timer of the next periodic check.
     virtual void dropScheduleTimer() = 0;
-    /// Whether the next check was asked for by the user.
+    /// Sets whether the user asked for the next check.
     virtual void setScanStartedByUser(bool byUser) = 0;
-    /// One whole check; returns when it is over.
-    virtual void performCheckForAppsUpdates() = 0;
+    /// Clears that flag and returns what it was.
+    virtual bool takeScanStartedByUser() = 0;
+    /// Runs one whole check and returns its outcome without the times.
+    virtual CheckOutcome performCheckForAppsUpdates() = 0;
     virtual void notifyDelegateAboutItemsDidChange() = 0;
     virtual void didFinishUpdatingApplicationsList() = 0;
 
@@ -38,7 +41,9 @@ class ListRefresh {
               ExcludedPaths& excluded, PassGuard& pass, ItemValidation& validation,
               Mediator& mediator);
 
-  /// A refresh at the user's wish, which forgets when records were last checked. Main thread.
+  /// Starts a refresh that the user asked for, which forgets when records were last checked.
+  /// Dropped while a pass runs, but the next check then counts as asked for by the user. Main
+  /// thread.
   void startFullRescan();
   /// Starts a refresh; dropped while a pass runs. Main thread.
   void startUpdateApplicationsList();

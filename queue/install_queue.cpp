@@ -42,7 +42,8 @@ InstallQueue::InstallQueue(std::shared_ptr<const Platform> platform, ItemCatalog
     : platform_(std::move(platform)),
       catalogue_(catalogue),
       settings_(settings),
-      mediator_(mediator) {}
+      mediator_(mediator),
+      ledger_(*platform_) {}
 
 InstallQueue::~InstallQueue() = default;
 
@@ -53,10 +54,11 @@ void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
   for (const LiveRecordRef& record : catalogue_.itemsSnapshot()) {
     Dictionary item = record->contents();
     if (!contains(ids, item.stringFor(kKQRWIDKey))) continue;
-    // Listed as it was when it was queued, though its job may be over by now.
+    // Intentional: the list holds the record as it was queued, even if its job has ended since.
     if (addItemToInstallQueue(item)) changed.push_back(std::move(item));
   }
   sendDidChangeStatus(changed);
+  for (const auto& [item, error] : std::exchange(refused_, {})) ledger_.refuse(item, error);
 }
 
 // From the last job to the first, so that the end of the running one starts none that this request
@@ -64,15 +66,20 @@ void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
 void InstallQueue::cancelUpdateItemWithIDs(const std::vector<std::string>& ids) {
   const auto kept = mediator_.weakAgentReference().lock();
   std::vector<Dictionary> changed;
+  std::vector<Job> cancelled;
   for (size_t index = installersQueue_.size(); index-- > 0;) {
     if (index >= installersQueue_.size()) continue;
-    const std::optional<std::string> id = installersQueue_[index]->originalAppItemID();
+    const Job job = installersQueue_[index];
+    const std::optional<std::string>& id = job->originalAppItemID();
     if (!id || !contains(ids, &*id)) continue;
     const std::optional<Dictionary> known = catalogue_.itemSnapshotWithID(*id);
     Dictionary item = known.value_or(Dictionary{{kKQRWIDKey, *id}});
     if (removeItemFromInstallQueue(item) && known) changed.push_back(std::move(item));
+    cancelled.push_back(job);
   }
   sendDidChangeStatus(changed);
+  // A job that was running has reported its own end.
+  for (const Job& job : cancelled) ledger_.close(*job, cancelledByUser());
 }
 
 void InstallQueue::startUpdatePellmark() {
@@ -87,12 +94,16 @@ bool InstallQueue::addItemToInstallQueue(Dictionary& item) {
   if (jobFor(item) != installersQueue_.end()) return false;
   const Job job = makeJob(item);
   if (needsRights(item)) {
-    if (!rootTask_ && !askForRights()) return false;
+    if (const auto refusal = rootTask_ ? std::nullopt : askForRights()) {
+      refused_.emplace_back(item, *refusal);
+      return false;
+    }
     job->setRootTask(rootTask_);
   }
   item = item.with(kKQRWInstallerIsInQueueKey, true);
   catalogue_.updateItem(item);
   installersQueue_.push_back(job);
+  ledger_.open(job, item);
   if (installersQueue_.size() == 1) {
     sendDidStartQueue();
     job->start();
@@ -122,15 +133,17 @@ bool InstallQueue::needsRights(const Dictionary& item) const {
   return !platform_->files.isMovableFileAtPath(path) || itemNeedToBeUpdatedThroughPkgFile(item);
 }
 
-bool InstallQueue::askForRights() {
-  if (!rootTaskAvailable_) return false;
+// Returns why there are no rights; absent if they were granted. One prompt for each request.
+std::optional<Error> InstallQueue::askForRights() {
+  if (!rootTaskAvailable_) return rightsRefusal_;
   const std::string format = platform_->localization.KQLocalizedString(
       "%@ requires administrator privileges to perform update.");
   const Result<std::shared_ptr<KQHelperTask>> granted = platform_->helpers.rootTaskWithPrompt(
       formatted(format, {platform_->productInformation.productName()}));
   rootTaskAvailable_ = granted.ok();
-  if (granted) rootTask_ = *granted;
-  return rootTaskAvailable_;
+  if (!granted) return rightsRefusal_ = granted.error();
+  rootTask_ = *granted;
+  return std::nullopt;
 }
 
 bool InstallQueue::removeItemFromInstallQueue(Dictionary& item) {
@@ -148,6 +161,7 @@ bool InstallQueue::removeItemFromInstallQueue(Dictionary& item) {
 }
 
 void InstallQueue::appInstallerDidStart(KQRWAppUpdater& job) {
+  ledger_.didStart(job);
   const std::optional<Dictionary> known = itemOf(job);
   if (!known) return;
   const Dictionary item = withAction(*known, job);
@@ -177,6 +191,7 @@ void InstallQueue::appInstaller_didFinishSuccessfully(KQRWAppUpdater& job, bool 
   sendDidChangeStatus(item ? std::vector{*item} : std::vector<Dictionary>());
   if (const auto delegate = mediator_.delegate(); delegate && item)
     delegate->agent_didStopUpdateItem(mediator_.agent(), *item);
+  reportOutcomeOf(job);
   if (installersQueue_.empty()) {
     sendDidStopQueue();
     dropRights();
@@ -194,12 +209,19 @@ void InstallQueue::appInstallerFailedAndStoppedQueue(KQRWAppUpdater& job) {
   const std::shared_ptr<KQRWAppUpdater> kept = job.shared_from_this();
   platform_->log.NSLog("!!!!! QUEUE INTERRUPTED !!!!!!");
   std::vector<Dictionary> changed;
-  for (const Job& dropped : installersQueue_) {
-    if (auto item = markAsNotQueued(*dropped)) changed.push_back(std::move(*item));
+  for (const Job& one : installersQueue_) {
+    if (auto item = markAsNotQueued(*one)) changed.push_back(std::move(*item));
   }
-  installersQueue_.clear();
+  const std::vector<Job> dropped = std::exchange(installersQueue_, {});
   sendDidChangeStatus(changed);
   sendDidStopQueue();
+  reportOutcomeOf(job);
+  const JobVerdict verdict = droppedFromQueue(
+      itemOf(job).value_or(Dictionary()).textFor(kKQRWApplicationNameKey).value_or(""));
+  for (const Job& one : dropped) {
+    // A job that is running although another one's download failed ends by itself.
+    if (!ledger_.isStarted(*one)) ledger_.close(*one, verdict);
+  }
   revalidateItemOf(job);
 }
 
@@ -224,6 +246,13 @@ std::optional<Dictionary> InstallQueue::markAsNotQueued(const KQRWAppUpdater& jo
   const Dictionary item = known->with(kKQRWInstallerIsInQueueKey, false);
   catalogue_.updateItem(item);
   return item;
+}
+
+void InstallQueue::reportOutcomeOf(KQRWAppUpdater& job) {
+  job.whenVerdictIsKnown(
+      [this, agent = mediator_.weakAgentReference(), &job](const JobVerdict& verdict) {
+        if (const auto alive = agent.lock()) ledger_.close(job, verdict);
+      });
 }
 
 void InstallQueue::revalidateItemOf(const KQRWAppUpdater& job) {

@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "base/value.h"
 #include "catalogue/kqrw_agent_delegate.h"
+#include "queue/job_ledger.h"
 
 namespace revwarden {
 
@@ -20,10 +22,10 @@ struct Platform;
 /// The install queue: turns requests into update jobs, runs them one at a time and mirrors what
 /// they do into the records of their applications.
 ///
-/// Main thread. Starting or cancelling a job may end it, and every event may change the queue:
-/// nothing that was learned of the queue before is taken for granted afterwards. The handling of a
-/// job's end takes a second report of the same end like the first, and a status that comes after
-/// the end like any other.
+/// Main thread unless an operation says otherwise. Callbacks may re-enter: starting or cancelling a
+/// job may end it, and every event may change the queue, so re-read the queue after each call. A
+/// second report of a job's end is handled like the first, and a status that arrives after the end
+/// like any other; only its outcome is reported once.
 class InstallQueue final : private KQRWAppInstallerDelegate {
  public:
   class Mediator {
@@ -49,8 +51,13 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
   void startUpdatePellmark();
 
   bool installerQueueIsInProgress() const { return !installersQueue_.empty(); }
+  /// The ids of the records with a request whose outcome is still to come. Any thread.
+  std::vector<std::string> openJobIDs() const { return ledger_.openIDs(); }
+  /// Reports every open request as ended with the agent. Any thread.
+  void reportOpenJobsAsEnded() { ledger_.closeAllAsAgentEnds(); }
+
   int64_t installerQueueCount() const { return static_cast<int64_t>(installersQueue_.size()); }
-  /// The rights that jobs of this run share; nullptr while nobody has asked for them.
+  /// The rights that jobs of this run share; nullptr until a job needs them.
   const std::shared_ptr<KQHelperTask>& rootTask() const { return rootTask_; }
 
  private:
@@ -61,7 +68,7 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
   std::vector<Job>::iterator jobFor(const Dictionary& item);
   Job makeJob(const Dictionary& item);
   bool needsRights(const Dictionary& item) const;
-  bool askForRights();
+  std::optional<Error> askForRights();
   void dropRights();
   void startHead();
 
@@ -72,6 +79,7 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
 
   std::optional<Dictionary> itemOf(const KQRWAppUpdater& job) const;
   std::optional<Dictionary> markAsNotQueued(const KQRWAppUpdater& job);
+  void reportOutcomeOf(KQRWAppUpdater& job);
   void revalidateItemOf(const KQRWAppUpdater& job);
   void logOutcome(const Dictionary& item, bool successfully);
 
@@ -85,7 +93,11 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
   Mediator& mediator_;
   std::vector<Job> installersQueue_;  // the first one runs
   std::shared_ptr<KQHelperTask> rootTask_;
-  bool rootTaskAvailable_ = true;  // whether the user may still be asked in this request
+  JobLedger ledger_;  // depends-on: platform_
+  // Of the current request.
+  bool rootTaskAvailable_ = true;  // whether the user may still be asked
+  Error rightsRefusal_;            // why not
+  std::vector<std::pair<Dictionary, Error>> refused_;
 };
 
 /// Whether the update that is on offer for a record is an installer package, judged by its link.

@@ -15,10 +15,9 @@ constexpr char kTool[] = "/usr/bin/hdiutil";
 
 }  // namespace
 
-std::optional<std::string> attachDiskImage(const Platform& platform,
-                                           const std::optional<std::string>& imagePath,
-                                           ImageShows shows) {
-  if (!imagePath) return std::nullopt;
+Result<std::string> attachDiskImage(const Platform& platform,
+                                    const std::optional<std::string>& imagePath, ImageShows shows) {
+  if (!imagePath) return Error{"", "there is no disk image"};
   ChildProcess tool;
   tool.program = kTool;
   tool.arguments = {"attach", *imagePath, "-plist"};
@@ -26,14 +25,16 @@ std::optional<std::string> attachDiskImage(const Platform& platform,
     tool.arguments.insert(tool.arguments.end(), {"-nobrowse", "-noautofsck"});
   }
   tool.arguments.emplace_back(shows == ImageShows::opened ? "-autoopen" : "-noautoopen");
-  tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // or a licence would be paged
-  tool.input = "y\n";                                     // which is then agreed to
-  tool.collectsOutput = true;
-  const std::optional<ChildProcesses::Completion> result = platform.children.run(tool);
-  if (!result) return std::nullopt;
-  // The status says less than the list: an image can be attached in part.
-  const std::optional<Value> list = platform.propertyLists.propertyListFromData(result->output);
-  return list ? firstMountPoint(*list) : std::nullopt;
+  tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // else a licence would be paged
+  tool.input = "y\n";                                     // agrees to the licence
+  tool.collectsOutput = tool.collectsErrors = true;
+  const std::optional<ChildProcesses::Completion> ran = platform.children.run(tool);
+  if (!ran) return Error{"", std::string(kTool) + " cannot be started"};
+  // Intentional: the exit status is ignored, because an image can be attached in part.
+  const std::optional<Value> list = platform.propertyLists.propertyListFromData(ran->output);
+  const std::optional<std::string> mountPoint = list ? firstMountPoint(*list) : std::nullopt;
+  if (mountPoint) return *mountPoint;
+  return Error{"", ran->errors.empty() ? "no volume was mounted" : ran->errors};
 }
 
 void detachDiskImage(const Platform& platform, const std::string& mountPoint) {

@@ -2,40 +2,21 @@
 
 #include <utility>
 
-#include "catalogue/record_keys.h"
 #include "catalogue/update_methods.h"
-#include "catalogue/version_info_keys.h"
-#include "platform/file_operations.h"
 #include "platform/helper.h"
 #include "platform/localization.h"
-#include "platform/log.h"
 #include "platform/platform.h"
 #include "platform/run_loop.h"
 #include "platform/threads.h"
 #include "platform/workspace.h"
-#include "updater/download_link.h"
 
 namespace revwarden {
-namespace {
-
-std::optional<std::string> textOfOffer(const Dictionary& item, std::string_view key) {
-  return item.dictionaryFor(kKQRWAvailableVersionInfoKey).value_or(Dictionary()).textFor(key);
-}
-
-std::optional<std::string> urlOf(const std::optional<std::string>& link) {
-  return link ? urlFromDownloadLink(*link) : std::nullopt;
-}
-
-}  // namespace
 
 KQRWAppUpdater::KQRWAppUpdater(std::shared_ptr<const Platform> platform, const Dictionary& item)
     : platform_(std::move(platform)),
-      targetDownloadUrl_(urlOf(textOfOffer(item, kKQRWIDownloadLinkKey))),
-      applicationName_(item.textFor(kKQRWApplicationNameKey)),
-      applicationPath_(item.textFor(kKQRWApplicationPathKey)),
-      applicationBundleId_(item.textFor(kKQRWBundleIdKey)),
-      originalAppItemID_(item.textFor(kKQRWIDKey)),
-      updateMethod_(textOfOffer(item, kKQRWIUpdateMethodKey).value_or(kKQRWUpdateMethodAuto)) {}
+      item_(item),
+      download_(*platform_, item_, state_, *this),
+      installation_(platform_, item_, state_, *this) {}
 
 KQRWAppUpdater::~KQRWAppUpdater() = default;
 
@@ -44,41 +25,99 @@ void KQRWAppUpdater::setDelegate(std::weak_ptr<KQRWAppInstallerDelegate> delegat
 }
 
 void KQRWAppUpdater::setRootTask(std::shared_ptr<KQHelperTask> rootTask) {
-  rootTask_ = std::move(rootTask);
+  state_.rootTask = std::move(rootTask);
 }
 
 void KQRWAppUpdater::start() {
-  stopAction_ = false;
+  state_.stopAction = false;
   setCurrentAction(JobAction::starting);
   if (const auto delegate = delegate_.lock()) delegate->appInstallerDidStart(*this);
-  if (updateMethod_ == kKQRWUpdateMethodManual) {
-    // Nobody asks whether it opened: the user has been sent there, and that is all there is to do.
-    if (targetDownloadUrl_) {
-      platform_->workspace.openURL_whenOpened(*targetDownloadUrl_, [](bool) {});
-    }
+  if (item_.updateMethod == kKQRWUpdateMethodManual) {
+    // Intentional: the job succeeds whether or not the page opens; only its verdict waits for that.
+    openPage();
     setCurrentAction(JobAction::handedToBrowser);
     return notifyAppInstallerDidFinishSuccessfully();
   }
-  const bool complete = targetDownloadUrl_ && applicationName_ && applicationPath_;
+  const bool complete = item_.targetDownloadUrl && item_.applicationName && item_.applicationPath;
   if (complete && downloadPath()) return startInstall();
   if (complete && detachNewThread(&KQRWAppUpdater::performDownload)) return;
+  if (complete) {
+    state_.explain("noThread", "the system cannot start another thread");
+  } else if (item_.targetDownloadUrl) {
+    state_.explain("incompleteRecord", "the application's record has no name or no path");
+  } else {
+    state_.explain("noLink", "the offer has no download link");
+  }
   setCurrentAction(JobAction::failed);
   notifyAppInstallerDidFail();
 }
 
+void KQRWAppUpdater::openPage() {
+  if (!item_.targetDownloadUrl) return state_.explain("noLink", "the offer has no link to a page");
+  pageIsOpening_ = true;
+  platform_->workspace.openURL_whenOpened(
+      *item_.targetDownloadUrl, [platform = platform_, weak = weak_from_this()](bool opened) {
+        platform->mainLoop.post([weak, opened] {
+          if (const auto job = weak.lock()) job->pageDidOpen(opened);
+        });
+      });
+}
+
+void KQRWAppUpdater::pageDidOpen(bool opened) {
+  const std::string& page = *item_.targetDownloadUrl;
+  if (opened) {
+    state_.conclude(JobResult::Done::handedOver, {"pageOpened", "opened in the browser: " + page});
+  } else {
+    state_.explain("pageNotOpened", "the page could not be opened: " + page);
+  }
+  pageIsOpening_ = false;
+  if (const auto handler = std::exchange(verdictHandler_, nullptr)) whenVerdictIsKnown(handler);
+}
+
+void KQRWAppUpdater::whenVerdictIsKnown(std::function<void(const JobVerdict&)> handler) {
+  if (pageIsOpening_) {
+    verdictHandler_ = std::move(handler);
+  } else {
+    handler(verdictOf(state_.result.get(), state_.stopAction));
+  }
+}
+
 void KQRWAppUpdater::cancel() {
-  stopDownload();
-  if (currentAction_ == JobAction::downloading) clearDownloadState();
-  stopAction_ = true;
-  if (!installRunning_) return notifyAppInstallerDidFail();
-  while (installRunning_ || unreportedEnds_ > 0) {
+  download_.stopDownload();
+  if (currentAction() == JobAction::downloading) download_.clearDownloadState();
+  state_.stopAction = true;
+  if (!state_.installRunning) return notifyAppInstallerDidFail();
+  while (state_.installRunning || unreportedEnds_ > 0) {
     const auto turn = platform_->mainLoop.runOneTurn(RunLoopMode::defaultMode);
     if (turn == RunLoop::Turn::nothingToRun) break;
   }
 }
 
 SimpleAction KQRWAppUpdater::simpleCurrentAction() const {
-  return stopAction_ ? SimpleAction::failed : simpleAction(currentAction_);
+  return state_.stopAction ? SimpleAction::failed : simpleAction(currentAction());
+}
+
+void KQRWAppUpdater::startInstall() {
+  if (detachNewThread(&KQRWAppUpdater::_performInstallThread)) return;
+  state_.explain("noThread", "the system cannot start another thread");
+  setCurrentAction(JobAction::failed);
+  ++unreportedEnds_;
+  postToMainThread(&KQRWAppUpdater::onStopInstall);
+}
+
+void KQRWAppUpdater::_performInstallThread() {
+  state_.installRunning = true;
+  performInstall();
+  ++unreportedEnds_;
+  state_.installRunning = false;
+  postToMainThread(&KQRWAppUpdater::onStopInstall);
+}
+
+// Main thread. Intentional: every action but `failed` counts as success, also an unfinished one.
+void KQRWAppUpdater::onStopInstall() {
+  --unreportedEnds_;
+  if (state_.stopAction || currentAction() == JobAction::failed) return notifyAppInstallerDidFail();
+  notifyAppInstallerDidFinishSuccessfully();
 }
 
 bool KQRWAppUpdater::detachNewThread(Step body) {
@@ -94,12 +133,8 @@ void KQRWAppUpdater::postToMainThread(Step call) {
   platform_->mainLoop.post([job = shared_from_this(), call] { ((*job).*call)(); });
 }
 
-void KQRWAppUpdater::performOnMainThreadAndWait(Step call) {
-  platform_->mainLoop.postAndWait([this, call] { (this->*call)(); });
-}
-
 void KQRWAppUpdater::setCurrentAction(JobAction action) {
-  currentAction_ = action;
+  state_.currentAction = action;
   updateStatus();
 }
 
@@ -121,34 +156,20 @@ void KQRWAppUpdater::notifyAppInstallerDidFail() {
     delegate->appInstaller_didFinishSuccessfully(*this, false);
 }
 
-void KQRWAppUpdater::notifyAppInstallerFailedAndStoppedQueue() {
-  if (const auto delegate = delegate_.lock()) delegate->appInstallerFailedAndStoppedQueue(*this);
+void KQRWAppUpdater::didFinishAndWait(bool successfully) {
+  platform_->mainLoop.postAndWait([this, successfully] {
+    successfully ? notifyAppInstallerDidFinishSuccessfully() : notifyAppInstallerDidFail();
+  });
 }
 
-void KQRWAppUpdater::clearDownloadState() {
-  downloadPath_.set(std::nullopt);
-  totalBytes_ = 0;
-  receivedBytes_ = 0;
-  downloadDidStart_ = false;
+void KQRWAppUpdater::failedAndStoppedQueueAndWait() {
+  platform_->mainLoop.postAndWait([this] {
+    if (const auto delegate = delegate_.lock()) delegate->appInstallerFailedAndStoppedQueue(*this);
+  });
 }
 
-void KQRWAppUpdater::clearDownload() {
-  clearItem(downloadPath_, "[RWInstaller] Failed to remove downloaded file %@");
-  clearDownloadState();
-}
-
-void KQRWAppUpdater::clearResources() {
-  clearItem(resourcesPath_, "[RWInstaller] Failed to remove resource file %@");
-  resourcesPath_.set(std::nullopt);
-}
-
-void KQRWAppUpdater::clearItem(const Guarded<std::optional<std::string>>& path,
-                               std::string_view failureFormat) {
-  const std::optional<std::string> item = path.get();
-  if (!item || item->empty()) return;
-  if (!platform_->fileOperations.removeItemAtPath(*item)) {
-    platform_->log.NSLog(failureFormat, {item});
-  }
+void KQRWAppUpdater::postDidFinishSuccessfully() {
+  postToMainThread(&KQRWAppUpdater::notifyAppInstallerDidFinishSuccessfully);
 }
 
 HostNotification KQRWAppUpdater::warning(std::string text) {

@@ -1,131 +1,151 @@
+#include "updater/update_download.h"
+
 #include <memory>
 #include <utility>
 
 #include "base/text.h"
-#include "catalogue/update_methods.h"
 #include "platform/clock.h"
-#include "platform/file_manager.h"
 #include "platform/file_operations.h"
 #include "platform/localization.h"
 #include "platform/log.h"
 #include "platform/platform.h"
 #include "platform/workspace.h"
-#include "updater/kqrw_app_updater.h"
+#include "updater/download_location.h"
 
-// The download of an update job. All of it but `downloadsFolder` runs on the download's thread.
 namespace revwarden {
 namespace {
 
 constexpr double kProgressInterval = 0.04;  // seconds
 
-std::string pathInFolder(std::string folder, std::string_view name) {
-  if (!folder.ends_with('/')) folder += '/';
-  return folder.append(name);
-}
-
-// The types are compared as the server spelled them.
+// Intentional: the comparison is case-sensitive, and "zip" may stand anywhere in the type.
 bool isAcceptedType(std::string_view mimeType) {
   return mimeType.find("zip") != mimeType.npos || mimeType == "application/octet-stream" ||
          mimeType == "application/x-apple-diskimage";
 }
 
-// A name from a bundle may hold anything; as the file viewer does, ":" stands for a slash.
-std::string fileNameFor(std::string applicationName) {
-  for (char& c : applicationName) {
-    if (c == '/') c = ':';
-  }
-  return applicationName + ".dat";
+std::string fullText(const URLDownloadError& error) {
+  const std::string reason = error.localizedFailureReason.value_or("");
+  const std::string description = error.localizedDescription.value_or("");
+  if (reason.empty() && description.empty()) return "the download failed";
+  return description + (reason.empty() || description.empty() ? "" : ": ") + reason;
 }
 
 }  // namespace
 
-void KQRWAppUpdater::performDownload() {
-  const auto download = platform_->downloads.beginDownload(*targetDownloadUrl_, *this);
-  // A cancellation from before this moment is forgotten; the first response brings it to light.
-  downloadCanceled_ = false;
-  while (!downloadCanceled_ && download->runOneTurn()) {
+void UpdateDownload::performDownload() {
+  const auto download = platform_.downloads.beginDownload(*item_.targetDownloadUrl, *this);
+  // Intentional: a cancellation before this line is lost here; the first response checks for it.
+  state_.downloadCanceled = false;
+  while (!state_.downloadCanceled && download->runOneTurn()) {
   }
 }
 
-void KQRWAppUpdater::download_didReceiveResponse(const URLDownloadResponse& response) {
-  if (downloadDidStart_.exchange(true)) return;
-  if (stopAction_) return stopDownload();
-  if (!isAcceptedType(response.mimeType)) return openRefusedContent();
-  setCurrentAction(JobAction::downloading);
-  totalBytes_ = response.expectedLength;
-  receivedBytes_ = 0;
+void UpdateDownload::download_didReceiveResponse(const URLDownloadResponse& response) {
+  if (state_.downloadDidStart.exchange(true)) return;
+  if (state_.stopAction) return stopDownload();
+  if (response.status >= 400) {
+    state_.result.update([&](JobResult& result) {
+      result.httpError = Error{"httpStatus", "the server answered with HTTP status " +
+                                                 std::to_string(response.status) + ": " +
+                                                 *item_.targetDownloadUrl};
+    });
+  }
+  if (!isAcceptedType(response.mimeType)) return openRefusedContent(response.mimeType);
+  job_.setCurrentAction(JobAction::downloading);
+  state_.totalBytes = response.expectedLength;
+  state_.receivedBytes = 0;
 }
 
-// What cannot be installed is most likely the vendor's page: the user gets to see that.
-void KQRWAppUpdater::openRefusedContent() {
+// Content that cannot be installed is most likely the vendor's page, which the browser can show.
+void UpdateDownload::openRefusedContent(const std::string& mimeType) {
+  const std::string& url = *item_.targetDownloadUrl;
   stopDownload();
   clearDownload();
-  platform_->log.NSLog("[RWInstaller] Invalid content. Open target URL in browser.");
-  if (platform_->workspace.openURL(*targetDownloadUrl_)) {
-    setCurrentAction(JobAction::handedToBrowser);
-    performOnMainThreadAndWait(&KQRWAppUpdater::notifyAppInstallerDidFinishSuccessfully);
+  platform_.log.NSLog("[RWInstaller] Invalid content. Open target URL in browser.");
+  if (platform_.workspace.openURL(url)) {
+    state_.conclude(JobResult::Done::handedOver,
+                    {"unsupportedContent", "the download is of type " + mimeType +
+                                               ", which cannot be installed; opened in the "
+                                               "browser: " +
+                                               url});
+    job_.setCurrentAction(JobAction::handedToBrowser);
+    job_.didFinishAndWait(true);
   } else {
-    setCurrentAction(JobAction::failed);
-    performOnMainThreadAndWait(&KQRWAppUpdater::notifyAppInstallerDidFail);
-    platform_->log.NSLog("[RWInstaller] failed to open %@ in browser", {targetDownloadUrl_});
+    state_.explain("pageNotOpened", "the page could not be opened: " + url);
+    job_.setCurrentAction(JobAction::failed);
+    job_.didFinishAndWait(false);
+    platform_.log.NSLog("[RWInstaller] failed to open %@ in browser", {url});
   }
 }
 
-std::string KQRWAppUpdater::download_decideDestinationWithSuggestedFilename(
+std::string UpdateDownload::download_decideDestinationWithSuggestedFilename(
     const std::optional<std::string>& name) {
-  const std::string folder = updateMethod_ == kKQRWUpdateMethodAuto
-                                 ? platform_->files.temporaryDirectory()
-                                 : downloadsFolder();
-  std::string path = pathInFolder(folder, name ? *name : fileNameFor(*applicationName_));
-  downloadPath_.set(path);
+  const std::string path =
+      downloadDestination(platform_, item_.updateMethod, name, *item_.applicationName);
+  state_.downloadPath.set(path);
   return path;
 }
 
-std::string KQRWAppUpdater::downloadsFolder() const {
-  const std::vector<std::string> folders = platform_->fileOperations.downloadsDirectories();
-  if (!folders.empty()) return folders.front();
-  return pathInFolder(platform_->fileOperations.homeDirectory(), "Downloads");
-}
-
-void KQRWAppUpdater::download_didReceiveDataOfLength(int64_t length) {
-  receivedBytes_ += length;
-  const double now = platform_->clock.now().secondsSince1970;
+void UpdateDownload::download_didReceiveDataOfLength(int64_t length) {
+  state_.receivedBytes += length;
+  const double now = platform_.clock.now().secondsSince1970;
   if (now - statusUpdateTime_ <= kProgressInterval) return;
   statusUpdateTime_ = now;
-  updateStatus();
+  job_.updateStatus();
 }
 
-void KQRWAppUpdater::downloadDidFinish() {
-  if (downloadCanceled_) return;
+void UpdateDownload::downloadDidFinish() {
+  if (state_.downloadCanceled) return;
   stopDownload();
-  setCurrentAction(JobAction::downloaded);
-  startInstall();
+  job_.setCurrentAction(JobAction::downloaded);
+  job_.startInstall();
 }
 
-void KQRWAppUpdater::download_didFailWithError(const URLDownloadError& error) {
+void UpdateDownload::download_didFailWithError(const URLDownloadError& error) {
+  state_.explain(error.code, fullText(error));
   stopDownload();
+  // Intentional: cleared before the notice is made, which so always reads as a failed connection.
   clearDownloadState();
-  platform_->host.showNotification(downloadDidFailNotificationWithError(error));
-  performOnMainThreadAndWait(&KQRWAppUpdater::notifyAppInstallerFailedAndStoppedQueue);
+  platform_.host.showNotification(downloadDidFailNotificationWithError(error));
+  job_.failedAndStoppedQueueAndWait();
 }
 
-HostNotification KQRWAppUpdater::downloadDidFailNotificationWithError(
+HostNotification UpdateDownload::downloadDidFailNotificationWithError(
     const URLDownloadError& error) {
-  const Localization& texts = platform_->localization;
+  const Localization& texts = platform_.localization;
   const std::string reason = error.localizedFailureReason ? *error.localizedFailureReason
                              : error.localizedDescription
                                  ? *error.localizedDescription
                                  : texts.KQLocalizedString("Unexpected error");
-  if (downloadDidStart_) {
-    setCurrentAction(JobAction::failed);
-    return warning(
+  if (state_.downloadDidStart) {
+    job_.setCurrentAction(JobAction::failed);
+    return job_.warning(
         formatted(texts.KQLocalizedString("Failed to download updates for %@. Error occured: %@"),
-                  {applicationName_, reason}));
+                  {item_.applicationName, reason}));
   }
-  setCurrentAction(JobAction::noConnection);
-  return warning(formatted(texts.KQLocalizedString("Could not establish a connection to the "
-                                                   "server. Updating failed with error: %@."),
-                           {reason}));
+  job_.setCurrentAction(JobAction::noConnection);
+  return job_.warning(formatted(texts.KQLocalizedString("Could not establish a connection to the "
+                                                        "server. Updating failed with error: %@."),
+                                {reason}));
+}
+
+void UpdateDownload::clearDownloadState() {
+  state_.downloadPath.set(std::nullopt);
+  state_.totalBytes = 0;
+  state_.receivedBytes = 0;
+  state_.downloadDidStart = false;
+}
+
+void UpdateDownload::clearDownload() {
+  removeItem(platform_, state_.downloadPath.get(),
+             "[RWInstaller] Failed to remove downloaded file %@");
+  clearDownloadState();
+}
+
+void removeItem(const Platform& platform, const std::optional<std::string>& path,
+                std::string_view failureFormat) {
+  if (!path || path->empty()) return;
+  if (!platform.fileOperations.removeItemAtPath(*path)) platform.log.NSLog(failureFormat, {path});
 }
 
 }  // namespace revwarden

@@ -1,6 +1,6 @@
+#include "updater/update_installation.h"
+
 #include <algorithm>
-#include <map>
-#include <memory>
 #include <utility>
 
 #include "base/text.h"
@@ -15,94 +15,119 @@
 #include "platform/run_loop.h"
 #include "platform/workspace.h"
 #include "updater/disk_image.h"
-#include "updater/kqrw_app_updater.h"
+#include "updater/download_location.h"
 #include "updater/new_application.h"
+#include "updater/update_download.h"
 
-// The installation of an update job, on its own thread unless a step says otherwise. Files that it
-// unpacked or mounted stay where they are when it fails.
 namespace revwarden {
+namespace {
 
-void KQRWAppUpdater::startInstall() {
-  if (detachNewThread(&KQRWAppUpdater::_performInstallThread)) return;
-  setCurrentAction(JobAction::failed);
-  ++unreportedEnds_;
-  postToMainThread(&KQRWAppUpdater::onStopInstall);
+using Done = JobResult::Done;
+
+constexpr int kUnzipDiskFull = 50;  // exit status
+
+std::string nameOf(const std::string& path) {
+  return std::string(lastPathComponent(path));
 }
 
-void KQRWAppUpdater::_performInstallThread() {
-  installRunning_ = true;
-  performInstall();
-  ++unreportedEnds_;
-  installRunning_ = false;
-  postToMainThread(&KQRWAppUpdater::onStopInstall);
+// The names at the top of a folder, for a message: the first few.
+std::string listed(const std::vector<std::string>& paths) {
+  constexpr size_t kShown = 5;
+  std::string names;
+  for (size_t i = 0; i < paths.size() && i < kShown; ++i) {
+    names += (i == 0 ? "" : ", ") + nameOf(paths[i]);
+  }
+  return names.empty() ? "nothing" : names + (paths.size() > kShown ? ", ..." : "");
 }
 
-// Main thread. Whatever was left undone counts as success, unless it failed or was cancelled.
-void KQRWAppUpdater::onStopInstall() {
-  --unreportedEnds_;
-  if (stopAction_ || currentAction_ == JobAction::failed) return notifyAppInstallerDidFail();
-  notifyAppInstallerDidFinishSuccessfully();
-}
+}  // namespace
 
-void KQRWAppUpdater::performInstall() {
-  resourcesPath_.set(std::nullopt);
-  if (updateMethod_ == kKQRWUpdateMethodDownloadAndReveal) return revealDownload();
-  if (stopAction_) return;
-  const std::optional<std::string> unpacked = unzipTarget(downloadPath());
-  if (stopAction_) return;
-  const std::optional<std::string> imagePath = unpacked ? imageIn(*unpacked) : downloadPath();
-  if (stopAction_) return;
-  if (updateMethod_ == kKQRWUpdateMethodDownloadAndMount) return mountForUser(imagePath);
+UpdateInstallation::UpdateInstallation(std::shared_ptr<const Platform> platform,
+                                       const JobItem& item, JobState& state, Mediator& job)
+    : platform_(std::move(platform)), item_(item), state_(state), job_(job) {}
 
-  setCurrentAction(JobAction::mounting);
-  const std::optional<std::string> mountPoint =
-      attachDiskImage(*platform_, imagePath, ImageShows::nowhere);
-  if (stopAction_) return;
-  resourcesPath_.set(mountPoint ? mountPoint : unpacked ? unpacked : downloadPath());
+void UpdateInstallation::performInstall() {
+  state_.resourcesPath.set(std::nullopt);
+  const std::optional<std::string> download = state_.downloadPath.get();
+  if (item_.updateMethod == kKQRWUpdateMethodDownloadAndReveal) return revealDownload();
+  if (state_.stopAction) return;
+  const std::optional<std::string> unpacked = unzipTarget(download);
+  if (state_.stopAction) return;
+  const std::optional<std::string> imagePath = unpacked ? imageIn(*unpacked) : download;
+  if (state_.stopAction) return;
+  if (item_.updateMethod == kKQRWUpdateMethodDownloadAndMount) return mountForUser(imagePath);
+
+  job_.setCurrentAction(JobAction::mounting);
+  const Result<std::string> mounted = attachDiskImage(*platform_, imagePath, ImageShows::nowhere);
+  if (state_.stopAction) return;
+  state_.resourcesPath.set(mounted ? *mounted : unpacked ? unpacked : download);
+  const std::optional<std::string> resources = state_.resourcesPath.get();
   const std::optional<std::string> pathToLaunch =
-      updateAppFromResourcePathReturningPathToLaunch(resourcesPath());
-  if (stopAction_) return;  // the image stays attached
-  if (mountPoint) {
-    finishUpdateWithMountPoint_mountPath_andPathToLaunch(*mountPoint, imagePath, pathToLaunch);
+      updateAppFromResourcePathReturningPathToLaunch(resources);
+  if (state_.currentAction == JobAction::failed && resources) {
+    explainMissingApplication(*resources, mounted || unpacked ? "" : mounted.error().message);
+  }
+  if (state_.stopAction) return;  // Intentional: the image stays attached.
+  if (mounted) {
+    finishUpdateWithMountPoint_mountPath_andPathToLaunch(*mounted, imagePath, pathToLaunch);
   } else {
-    installPackageFile(resourcesPath());  // a package in an archive is found, but not run
+    // Intentional: a package in an archive is found, but not run, and the job counts as a success.
+    installPackageFile(resources);
+    if (pathToLaunch) {
+      state_.explain("nothingInstalled",
+                     nameOf(*pathToLaunch) + " is a package, which was not run");
+    }
   }
-  if (currentAction_ == JobAction::failed) showFailure();
+  if (state_.currentAction == JobAction::failed) showFailure();
 }
 
-void KQRWAppUpdater::revealDownload() {
-  if (const auto path = downloadPath()) {
-    platform_->workspace.selectFile_inFileViewerRootedAtPath(*path, downloadsFolder());
+void UpdateInstallation::revealDownload() {
+  const std::string path = state_.downloadPath.get().value_or("");
+  if (!path.empty() &&
+      platform_->workspace.selectFile_inFileViewerRootedAtPath(path, downloadsFolder(*platform_))) {
+    state_.conclude(Done::handedOver, {"fileRevealed", "shown in the file viewer: " + path});
+  } else {
+    state_.explain("nothingInstalled",
+                   "downloaded, but the file viewer cannot show the file: " + path);
   }
-  setCurrentAction(JobAction::done);
+  job_.setCurrentAction(JobAction::done);
 }
 
-// The delegate hears of the end here and again when the installation has ended.
-void KQRWAppUpdater::mountForUser(const std::optional<std::string>& imagePath) {
-  const std::optional<std::string> mountPoint =
-      attachDiskImage(*platform_, imagePath, ImageShows::opened);
+// Intentional: the delegate is told of success here and again when the installation has ended.
+void UpdateInstallation::mountForUser(const std::optional<std::string>& imagePath) {
+  const Result<std::string> mounted = attachDiskImage(*platform_, imagePath, ImageShows::opened);
   platform_->log.NSLog(
       "[RWInstaller] Install method requires to mount image (path=%@) and finish install.",
-      {mountPoint});
-  setCurrentAction(JobAction::done);
-  postToMainThread(&KQRWAppUpdater::notifyAppInstallerDidFinishSuccessfully);
+      {mounted ? std::optional(*mounted) : std::nullopt});
+  if (mounted) {
+    state_.conclude(
+        Done::handedOver,
+        {"imageOpened", "the disk image was opened, to be installed from there: " + *mounted});
+  } else {
+    state_.explain("nothingInstalled", "no disk image could be opened: " + mounted.error().message);
+  }
+  job_.setCurrentAction(JobAction::done);
+  job_.postDidFinishSuccessfully();
 }
 
-std::optional<std::string> KQRWAppUpdater::unzipTarget(const std::optional<std::string>& path) {
-  setCurrentAction(JobAction::unpacking);
+std::optional<std::string> UpdateInstallation::unzipTarget(const std::optional<std::string>& path) {
+  job_.setCurrentAction(JobAction::unpacking);
   if (!path) return std::nullopt;
   const std::string target = std::string(deletingPathExtension(*path)) + ".unpacked";
   ChildProcess unzip;
   unzip.program = "/usr/bin/unzip";
   unzip.arguments = {"-q", "-o", *path, "-d", target};
-  const std::optional<ChildProcesses::Completion> result = platform_->children.run(unzip);
-  if (result && result->exitStatus == 0) return target;
+  const std::optional<ChildProcesses::Completion> ran = platform_->children.run(unzip);
+  if (ran && ran->exitStatus == 0) return target;
+  if (ran && ran->exitStatus == kUnzipDiskFull) {
+    state_.explain("noSpace", "no space left to unpack " + nameOf(*path));
+  }
   platform_->fileOperations.removeItemAtPath(target);
   return std::nullopt;
 }
 
-// Full paths. Names that are not UTF-8 could be told to nobody and are left out.
-std::vector<std::string> KQRWAppUpdater::contentsOf(const std::string& folder) const {
+// Returns full paths. Names that are not UTF-8 cannot be reported or stored and are left out.
+std::vector<std::string> UpdateInstallation::contentsOf(const std::string& folder) const {
   std::vector<std::string> paths;
   for (const std::string& name : platform_->fileOperations.contentsOfDirectoryAtPath(folder)) {
     if (isValidUtf8(name)) paths.push_back(std::string(folder).append("/").append(name));
@@ -110,7 +135,7 @@ std::vector<std::string> KQRWAppUpdater::contentsOf(const std::string& folder) c
   return paths;
 }
 
-std::optional<std::string> KQRWAppUpdater::imageIn(const std::string& folder) const {
+std::optional<std::string> UpdateInstallation::imageIn(const std::string& folder) const {
   const std::vector<std::string> paths = contentsOf(folder);
   const auto found = std::find_if(paths.begin(), paths.end(), [](const std::string& path) {
     return asciiUpperCase(path).ends_with(".DMG");
@@ -118,89 +143,136 @@ std::optional<std::string> KQRWAppUpdater::imageIn(const std::string& folder) co
   return found == paths.end() ? std::nullopt : std::optional(*found);
 }
 
-std::optional<std::string> KQRWAppUpdater::updateAppFromResourcePathReturningPathToLaunch(
+std::optional<std::string> UpdateInstallation::updateAppFromResourcePathReturningPathToLaunch(
     const std::optional<std::string>& resources) {
-  if (!resources || stopAction_) {
-    setCurrentAction(JobAction::failed);
+  if (!resources || state_.stopAction) {
+    job_.setCurrentAction(JobAction::failed);
     return std::nullopt;
   }
-  setCurrentAction(JobAction::searching);
+  job_.setCurrentAction(JobAction::searching);
   std::vector<std::string> candidates = contentsOf(*resources);
   candidates.insert(candidates.begin(), *resources);
   const std::optional<std::string> application = newApplicationAmong(
-      platform_->bundles, candidates, {applicationBundleId_, *applicationName_});
+      platform_->bundles, candidates, {item_.applicationBundleId, *item_.applicationName});
   if (application && asciiUpperCase(pathExtension(*application)) == "APP") {
     replaceApplicationWith(*application);
     return std::nullopt;
   }
   std::optional<std::string> package = packageAmong(candidates);
-  if (!package) setCurrentAction(JobAction::failed);
+  if (!package) job_.setCurrentAction(JobAction::failed);
   return package;
 }
 
-// An old application that is in the Trash stays there, whatever becomes of the copy.
-void KQRWAppUpdater::replaceApplicationWith(const std::string& newApplication) {
+void UpdateInstallation::explainMissingApplication(const std::string& resources,
+                                                   const std::string& attachError) {
+  const std::string what = attachError.empty()
+                               ? "contains " + listed(contentsOf(resources))
+                               : "is neither a zip archive nor a disk image (" + attachError + ")";
+  state_.explain("noApplication", "no application " + *item_.applicationName +
+                                      " was found: " + nameOf(resources) + " " + what);
+}
+
+void UpdateInstallation::replaceApplicationWith(const std::string& newApplication) {
   platform_->mainLoop.postAndWait([this] {
     const auto watcher = platform_->hostJobs.instanceWithClassName("KQUninstallerAgent");
-    if (watcher) watcher->addSilentRemoveBundleID(applicationBundleId_.value_or(""));
+    if (watcher) watcher->addSilentRemoveBundleID(item_.applicationBundleId.value_or(""));
   });
-  if (!moveOldApplicationToTrash()) return setCurrentAction(JobAction::failed);
-  setCurrentAction(JobAction::copying);
+  if (!moveOldApplicationToTrash()) return job_.setCurrentAction(JobAction::failed);
+  job_.setCurrentAction(JobAction::copying);
+  // Intentional: if the copy fails, the old application stays in the Trash.
   const bool copied = copyNewApplication(newApplication);
-  setCurrentAction(copied ? JobAction::done : JobAction::failed);
+  job_.setCurrentAction(copied ? JobAction::done : JobAction::failed);
 }
 
-bool KQRWAppUpdater::moveOldApplicationToTrash() {
-  if (rootTask_) return rootTask_->moveItemAtPathToTrash(*applicationPath_).ok();
-  return platform_->fileOperations.moveItemAtPathToTrash(*applicationPath_).ok();
+bool UpdateInstallation::moveOldApplicationToTrash() {
+  const std::string& path = *item_.applicationPath;
+  const Result<std::string> trashed = state_.rootTask
+                                          ? state_.rootTask->moveItemAtPathToTrash(path)
+                                          : platform_->fileOperations.moveItemAtPathToTrash(path);
+  if (trashed) {
+    if (!trashed->empty()) state_.result.update([&](JobResult& r) { r.trashed = *trashed; });
+    return true;
+  }
+  const Error& error = trashed.error();
+  state_.explain(error.code == "noSpace" ? error.code : "trashFailed",
+                 "the installed version cannot be moved to the Trash: " + error.message);
+  return false;
 }
 
-bool KQRWAppUpdater::copyNewApplication(const std::string& newApplication) {
-  if (rootTask_)
-    return rootTask_->performCopyItemAtPath_toPath(newApplication, *applicationPath_).ok();
-  return platform_->fileOperations.copyDirectoryAtPath_toPath(newApplication, *applicationPath_)
-      .ok();
+bool UpdateInstallation::copyNewApplication(const std::string& newApplication) {
+  const std::string& path = *item_.applicationPath;
+  const bool isReadable = platform_->bundles.threadSafeBundleWithPath(newApplication) != nullptr;
+  const Result<> copied =
+      state_.rootTask ? state_.rootTask->performCopyItemAtPath_toPath(newApplication, path)
+                      : platform_->fileOperations.copyDirectoryAtPath_toPath(newApplication, path);
+  const Error unreadable{"unreadableApplication",
+                         nameOf(newApplication) + " is no application that can be read"};
+  if (copied) {
+    state_.conclude(Done::replaced, isReadable ? Error() : unreadable);
+    return true;
+  }
+  const Error& error = copied.error();
+  if (error.code == "notFolder" || !isReadable) {
+    state_.explain(unreadable.code, unreadable.message + ": " + error.message);
+  } else {
+    state_.explain(error.code == "noSpace" ? error.code : "copyFailed",
+                   "the new version cannot be copied: " + error.message);
+  }
+  return false;
 }
 
-void KQRWAppUpdater::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
+void UpdateInstallation::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
     const std::string& mountPoint, const std::optional<std::string>& imagePath,
     const std::optional<std::string>& pathToLaunch) {
-  if (stopAction_) return;
+  if (state_.stopAction) return;
   detachDiskImage(*platform_, mountPoint);
-  if (currentAction_ == JobAction::done) return;
-  const std::optional<std::string> shownAt =
+  if (state_.currentAction == JobAction::done) return;
+  const Result<std::string> shown =
       attachDiskImage(*platform_, imagePath, ImageShows::amongVolumes);
   if (!pathToLaunch) {
-    attachDiskImage(*platform_, imagePath, ImageShows::opened);
-    return setCurrentAction(JobAction::failed);
+    // Intentional: the image is attached twice; this time its window opens.
+    (void)attachDiskImage(*platform_, imagePath, ImageShows::opened);
+    return job_.setCurrentAction(JobAction::failed);
   }
   if (platform_->workspace.openURL(fileURLWithPath(*pathToLaunch))) {
-    return setCurrentAction(JobAction::done);
+    state_.conclude(Done::handedOver,
+                    {"packageOpened", "the installer package was opened: " + *pathToLaunch});
+    return job_.setCurrentAction(JobAction::done);
   }
-  setCurrentAction(JobAction::failed);
-  if (shownAt) platform_->workspace.openURL(fileURLWithPath(*shownAt));
+  state_.explain("packageNotOpened", "the installer package could not be opened: " + *pathToLaunch);
+  job_.setCurrentAction(JobAction::failed);
+  if (shown) platform_->workspace.openURL(fileURLWithPath(*shown));
 }
 
-// The outcome is stored without a report: the record stays at what it was.
-void KQRWAppUpdater::installPackageFile(const std::optional<std::string>& path) {
-  if (!rootTask_ || !path || !hasPackageExtension(*path)) return;
+// Intentional: the action is stored without a report, so the record keeps the one before.
+void UpdateInstallation::installPackageFile(const std::optional<std::string>& path) {
+  if (!state_.rootTask || !path || !hasPackageExtension(*path)) return;
   const std::string script = platform_->bundles.pathForPluginResource("installPkg").value_or("");
-  const Result<> ran = rootTask_->performAction_withArguments(
+  const Result<> ran = state_.rootTask->performAction_withArguments(
       "runScript", {{"SCRIPT", script}, {"PKG_PATH", *path}});
-  if (!ran) {
+  if (ran) {
+    state_.conclude(Done::packageRun);
+  } else {
+    state_.explain("packageFailed", "the package was not installed: " + ran.error().message);
     platform_->log.KQLog("Update package from %@ failed with error %@.",
                          {path, ran.error().message});
   }
-  currentAction_ = ran ? JobAction::done : JobAction::failed;
+  state_.currentAction = ran ? JobAction::done : JobAction::failed;
 }
 
-void KQRWAppUpdater::showFailure() {
+void UpdateInstallation::showFailure() {
   const std::string format =
       platform_->localization.KQLocalizedString("Failed to update application %@");
   platform_->mainLoop.post(
-      [platform = platform_, notice = warning(formatted(format, {applicationName_}))] {
+      [platform = platform_, notice = job_.warning(formatted(format, {item_.applicationName}))] {
         platform->host.showNotification(notice);
       });
+}
+
+void UpdateInstallation::clearResources() {
+  removeItem(*platform_, state_.resourcesPath.get(),
+             "[RWInstaller] Failed to remove resource file %@");
+  state_.resourcesPath.set(std::nullopt);
 }
 
 }  // namespace revwarden

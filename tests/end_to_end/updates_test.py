@@ -63,6 +63,8 @@ class Updates(UpdateWorld, unittest.TestCase):
             return params[2] if "%@ to %@" not in params[2] else params[1]
         if method == "rootTask":
             return f"root {params[0]} {params[2]}"
+        if method == "host.jobEnded":
+            return " ".join(str(params[0][key]) for key in ("name", "outcome", "code"))
         return " ".join([method, *map(str, params)])
 
     def test_a_queue_from_its_start_to_its_interruption(self):
@@ -100,8 +102,9 @@ class Updates(UpdateWorld, unittest.TestCase):
         elsewhere = [text for text in told if text.startswith(("[RW", "open", "root ", "show"))]
         told = [text for text in told if text not in elsewhere]
 
-        def end(name, following, outcome="%s was updated from 1 to 2 version successfully."):
-            return [f"status {name}", f"stop {name}", f"start {following}", outcome % name]
+        def end(name, outcome, following, line="%s was updated from 1 to 2 version successfully."):
+            return [f"status {name}", f"stop {name}", f"{name} {outcome}", f"start {following}",
+                    line % name]
 
         failed = "Update of %s from 1 to 2 version was failed."
         prompt = "Pellmark requires administrator privileges to perform update."
@@ -110,10 +113,11 @@ class Updates(UpdateWorld, unittest.TestCase):
         self.assertEqual(
             ["didStartQueueInAgent:", "start Slow", "status Slow", "status Zip", "status Image",
              f"rootTaskWithPrompt: {prompt} True", "status Package", "status Page", "status Cut",
-             "status Never", *end("Slow", "Zip", failed), "status Slow",
-             "addSilentRemoveBundleID: zip", *end("Zip", "Image"),
-             "addSilentRemoveBundleID: image", *end("Image", "Package"),
-             *end("Package", "Page"), *end("Page", "Cut"),
+             "status Never", *end("Slow", "cancelled byUser", "Zip", failed), "status Slow",
+             "addSilentRemoveBundleID: zip", *end("Zip", "updated None", "Image"),
+             "addSilentRemoveBundleID: image", *end("Image", "updated None", "Package"),
+             *end("Package", "packageRun None", "Page"),
+             *end("Page", "handedOver unsupportedContent", "Cut"),
              "!!!!! QUEUE INTERRUPTED !!!!!!", "status Cut Never", STOPPED], told)
         self.assertEqual(
             ["root performAction:withArguments: None",

@@ -1,0 +1,49 @@
+#include "updater/job_result.h"
+
+#include <utility>
+
+namespace revwarden {
+
+using Kind = JobOutcome::Kind;
+using Done = JobResult::Done;
+
+JobVerdict verdictOf(const JobResult& result, bool cancelled) {
+  JobVerdict verdict{Kind::failed, std::nullopt, result.trashed};
+  const bool isExplained = !result.note.code.empty();
+  if (isExplained) verdict.error = result.note;
+  if (result.done == Done::replaced || result.done == Done::packageRun) {
+    const Kind done = result.done == Done::replaced ? Kind::updated : Kind::packageRun;
+    if (!isExplained) verdict.kind = done;
+    return verdict;
+  }
+  if (cancelled) {
+    verdict.kind = Kind::cancelled;
+    verdict.error = cancelledByUser().error;
+  } else if (result.httpError) {
+    // The server's error page may have been saved, opened or shown like a download.
+    verdict.error = result.httpError;
+  } else if (result.done == Done::handedOver) {
+    verdict.kind = Kind::handedOver;
+  } else if (!isExplained) {
+    verdict.error = Error{"nothingInstalled", "the update ended without installing anything"};
+  }
+  return verdict;
+}
+
+JobVerdict cancelledByUser() {
+  return {Kind::cancelled, Error{"byUser", "cancelled by the user"}, std::nullopt};
+}
+
+JobVerdict droppedFromQueue(const std::string& failedApplication) {
+  return {Kind::dropped,
+          Error{"queueInterrupted",
+                "the download of " + failedApplication + " failed, which emptied the queue"},
+          std::nullopt};
+}
+
+JobVerdict endedWithAgent(bool started) {
+  return {started ? Kind::failed : Kind::dropped, Error{"agentEnding", "the agent ended"},
+          std::nullopt};
+}
+
+}  // namespace revwarden
