@@ -6,7 +6,7 @@
 #include <string>
 
 #include "ports/linux/files/trash.h"
-#include "ports/posix/folder_copy.h"
+#include "ports/posix/copy_tree.h"
 #include "ports/posix/spawn.h"
 
 namespace revwarden::bench {

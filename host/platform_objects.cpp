@@ -48,9 +48,9 @@ LinuxHelperManager::Reports helperReports(EventLog& events) {
 
 std::unique_ptr<PlatformObjects> PlatformObjects::create(const Options& options,
                                                          std::string& error) {
-  TemporaryFolder temporary = takeTemporaryFolder();
-  if (temporary.error) {
-    error = "no temporary folder: " + *temporary.error;
+  Result<TemporaryFolder> temporary = takeTemporaryFolder();
+  if (!temporary) {
+    error = "no temporary folder: " + temporary.error().message;
     return nullptr;
   }
   auto loop = GLibRunLoop::create();
@@ -59,7 +59,7 @@ std::unique_ptr<PlatformObjects> PlatformObjects::create(const Options& options,
     return nullptr;
   }
   std::unique_ptr<PlatformObjects> made(
-      new PlatformObjects(options, std::move(loop), std::move(temporary)));
+      new PlatformObjects(options, std::move(loop), std::move(*temporary)));
   if (options.eventLog && !made->events.writeTo(*options.eventLog)) {
     error = "cannot open the event log " + *options.eventLog + ": " + std::strerror(errno);
     return nullptr;

@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "ports/posix/open_beneath.h"
+#include "ports/posix/directory.h"
 #include "service/routes.h"
 
 namespace revwarden {

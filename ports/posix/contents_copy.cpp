@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "ports/posix/system_error.h"
+
 namespace revwarden {
 namespace {
 
@@ -30,7 +32,12 @@ bool writeAll(int target, const char* bytes, size_t count, off_t position) {
 
 }  // namespace
 
-bool ContentsCopy::copy(int source, int target, const struct stat& facts) {
+Result<> ContentsCopy::copy(int source, int target, const struct stat& facts) {
+  if (copyAll(source, target, facts)) return {};
+  return systemError();
+}
+
+bool ContentsCopy::copyAll(int source, int target, const struct stat& facts) {
   if (facts.st_size == 0 || share(source, target)) return true;
   if (!hasHoles(facts)) return copyRange(source, target, 0, facts.st_size);
   return copyData(source, target, facts.st_size) && ftruncate(target, facts.st_size) == 0;
@@ -53,7 +60,7 @@ bool ContentsCopy::copyData(int source, int target, off_t size) {
   return true;
 }
 
-// A file that has become shorter meanwhile is copied as far as it goes.
+// A file that is cut while it is copied is copied up to its new end.
 bool ContentsCopy::copyRange(int source, int target, off_t start, off_t end) {
   while (canCopyInKernel_ && start < end) {
     off_t from = start, to = start;

@@ -4,18 +4,22 @@
 
 #include <vector>
 
+#include "base/result.h"
+
 namespace revwarden {
 
-/// Copies what is in regular files, each as fast as the two file systems can: by sharing it, inside
-/// the kernel, else through memory. Holes stay holes. What the file systems refused once is not
-/// tried again, so one object serves the files of one tree. For one thread.
+/// Copies the contents of regular files in the fastest way that both file systems support: sharing
+/// the blocks, copying inside the kernel, or copying through memory. Holes stay holes. A way that
+/// failed once is not tried again, so use one object for all files of a tree. For one thread.
 class ContentsCopy {
  public:
-  /// `target` is new and empty, `facts` are those of `source`. Whether all was copied, else `errno`
-  /// says why.
-  bool copy(int source, int target, const struct stat& facts);
+  /// Copies from one open file to another, which is new and empty. `facts` are those of `source`.
+  /// The error says why, not where.
+  Result<> copy(int source, int target, const struct stat& facts);
 
  private:
+  // These return false, see `errno`, when something was not copied.
+  bool copyAll(int source, int target, const struct stat& facts);
   bool share(int source, int target);
   bool copyData(int source, int target, off_t size);
   bool copyRange(int source, int target, off_t start, off_t end);

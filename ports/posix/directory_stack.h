@@ -1,38 +1,38 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
 #include <vector>
 
 #include "ports/posix/file_descriptor.h"
+#include "ports/posix/file_identity.h"
 
 namespace revwarden {
 
-/// The way from a folder down to one below it, each level opened by its name in the level above and
-/// never through a link: whatever others rename or exchange meanwhile, the way stays below its
-/// first folder. However long it is, only the last few levels are kept open; the others are reached
-/// again by ".." and known by their identity. For one thread.
+/// The open directories on the way from a folder down to one below it. Each is opened by its name
+/// in the one above and never through a link, so the way stays below its first folder whatever
+/// others rename meanwhile. Only the first and the last few levels are kept open; the others are
+/// opened again by ".." and checked by their identity. For one thread.
 class DirectoryStack {
  public:
   explicit DirectoryStack(FileDescriptor first);
 
-  /// The folder at the end. -1 after a `leave` that did not find its way back.
+  int first() const { return levels_.front().folder.get(); }
+
+  /// The descriptor of the last folder; -1 after a `leave` that did not find its way back.
   int last() const { return levels_.back().folder.get(); }
 
-  /// Goes down into a folder. Whether it could be opened, else `errno` says why.
+  /// Opens the folder `name` in the last one, which makes it the last. Returns false, see `errno`,
+  /// when it cannot be opened.
   bool enter(const char* name);
 
-  /// Goes back up from a folder that was entered, and gives that folder. Errno tells why when
-  /// `last()` is -1 then.
+  /// Goes back up and returns the folder that was left. If `last()` is -1 afterwards, `errno` says
+  /// why: ESTALE when somebody has moved the folder elsewhere.
   FileDescriptor leave();
 
  private:
   struct Level {
     FileDescriptor folder;
-    // Known only of a folder that is closed.
-    dev_t device = 0;
-    ino_t inode = 0;
+    FileIdentity identity;  // set only when `folder` was closed
   };
 
   void closeEarlierLevel();

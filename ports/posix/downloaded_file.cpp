@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "ports/posix/file_identity.h"
+
 namespace revwarden {
 
 URLDownloadError DownloadedFile::error(const char* action, int code) const {
@@ -50,7 +52,7 @@ bool DownloadedFile::isStillThere() const {
   struct stat ours {};
   struct stat there {};
   return file_ && ::fstat(file_.get(), &ours) == 0 && ::lstat(path_.c_str(), &there) == 0 &&
-         ours.st_dev == there.st_dev && ours.st_ino == there.st_ino;
+         FileIdentity(ours) == FileIdentity(there);
 }
 
 }  // namespace revwarden

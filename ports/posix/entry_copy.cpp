@@ -8,9 +8,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
+#include <string>
 #include <string_view>
 
+#include "ports/posix/directory.h"
 #include "ports/posix/file_descriptor.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -49,57 +53,49 @@ std::array<timespec, 2> timesOf(const struct stat& facts) {
 
 EntryCopy::EntryCopy(Owner owner) : owner_(owner) {}
 
-bool EntryCopy::copyFile(Entry from, Entry to) {
+Result<> EntryCopy::copyFile(Entry from, Entry to) {
   const FileDescriptor source(
       openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat facts;
-  if (!source || fstat(source.get(), &facts) != 0) return false;
-  if (!S_ISREG(facts.st_mode)) {
-    errno = ESTALE;
-    return false;
-  }
+  if (!source || fstat(source.get(), &facts) != 0) return systemError();
+  if (!S_ISREG(facts.st_mode)) return systemError(ESTALE);
   FileDescriptor target(openat(to.folder, to.name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  if (!target) return false;
-  if (fillFile(source.get(), target.get(), facts) && target.close()) return true;
-  const int error = errno;
-  unlinkat(to.folder, to.name, 0);
-  errno = error;
-  return false;
+  if (!target) return systemError();
+  Result<> copied = contents_.copy(source.get(), target.get(), facts);
+  if (copied) copied = copyAttributes(source.get(), target.get(), facts);
+  if (copied && !target.close()) copied = systemError();
+  if (!copied) unlinkat(to.folder, to.name, 0);
+  return copied;
 }
 
-bool EntryCopy::fillFile(int source, int target, const struct stat& facts) {
-  return contents_.copy(source, target, facts) && copyAttributes(source, target, facts);
-}
-
-bool EntryCopy::copyLink(Entry from, Entry to) {
+Result<> EntryCopy::copyLink(Entry from, Entry to) {
   struct stat facts;
-  std::array<char, PATH_MAX> text;
-  if (fstatat(from.folder, from.name, &facts, AT_SYMLINK_NOFOLLOW) != 0) return false;
-  const ssize_t length = readlinkat(from.folder, from.name, text.data(), text.size() - 1);
-  if (length < 0) return false;
-  text[static_cast<size_t>(length)] = '\0';
-  if (symlinkat(text.data(), to.folder, to.name) != 0) return false;
+  if (fstatat(from.folder, from.name, &facts, AT_SYMLINK_NOFOLLOW) != 0) return systemError();
+  const std::optional<std::string> text = linkText(from.folder, from.name);
+  if (!text || symlinkat(text->c_str(), to.folder, to.name) != 0) return systemError();
   if (owner_ == Owner::asBefore) {
     giveAway(facts, [&](uid_t user, gid_t group) {
       return fchownat(to.folder, to.name, user, group, AT_SYMLINK_NOFOLLOW);
     });
   }
   utimensat(to.folder, to.name, timesOf(facts).data(), AT_SYMLINK_NOFOLLOW);
-  return true;
+  return {};
 }
 
-bool EntryCopy::copyAttributes(int source, int target, const struct stat& facts) {
+Result<> EntryCopy::copyAttributes(int source, int target, const struct stat& facts) {
   if (owner_ == Owner::asBefore) {
     giveAway(facts, [&](uid_t user, gid_t group) { return fchown(target, user, group); });
   }
   mode_t mode = withoutForeignIdentity(facts.st_mode & kModeBits, target, facts);
-  // With an access list the group's bits are those of everyone in it.
+  // With an access list the group bits of the mode are the mask of all its entries. Without the
+  // list they would give the group more than it had.
   if (!copyExtendedAttributes(source, target)) mode &= ~S_IRWXG;
-  if (fchmod(target, mode) != 0 && !isNotAllowedHere(errno)) return false;
-  return futimens(target, timesOf(facts).data()) == 0 || isNotAllowedHere(errno);
+  if (fchmod(target, mode) != 0 && !isNotAllowedHere(errno)) return systemError();
+  if (futimens(target, timesOf(facts).data()) == 0 || isNotAllowedHere(errno)) return {};
+  return systemError();
 }
 
-// Whether an access list, if there is one, is among those that could be copied.
+// Returns false if the source has an access list that could not be copied.
 bool EntryCopy::copyExtendedAttributes(int source, int target) {
   names_.resize(XATTR_LIST_MAX);
   const ssize_t length = flistxattr(source, names_.data(), names_.size());

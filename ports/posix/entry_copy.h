@@ -4,16 +4,22 @@
 
 #include <vector>
 
+#include "base/result.h"
 #include "ports/posix/contents_copy.h"
-#include "ports/posix/owner.h"
 
 namespace revwarden {
 
-/// Copies single files and links between open folders, and the attributes that files and folders
-/// have: mode, times to the nanosecond, extended attributes with access lists. A bit that runs a
-/// program as its owner or group is kept only when the copy has the same one. Attributes that the
-/// target's file system or the user's rights do not allow are left out, but rights never become
-/// wider by that. Functions answer whether it was done, else `errno` says why. For one thread.
+/// Who owns a copy.
+enum class Owner {
+  copier,    // the user who copies and that user's group, as for any new file
+  asBefore,  // as in the source, as far as the copying user may give files away
+};
+
+/// Copies single files and links between open folders, and the attributes of files and folders:
+/// mode, times to the nanosecond, extended attributes with access lists. A set-user-ID or
+/// set-group-ID bit is kept only if the copy has the same user or group. Attributes that the
+/// target's file system or the user's rights do not allow are left out, but that never widens the
+/// access to a file. Errors say why, not where. For one thread.
 class EntryCopy {
  public:
   explicit EntryCopy(Owner owner);
@@ -24,18 +30,18 @@ class EntryCopy {
     const char* name;
   };
 
-  /// `to` is a new file, and absent after a failure. `from` is a regular file; never waits for
-  /// something else that has taken its place.
-  bool copyFile(Entry from, Entry to);
+  /// Copies a regular file to a new one, of which nothing is left after a failure. Never waits for
+  /// a FIFO or device that somebody has put in the place of `from`.
+  Result<> copyFile(Entry from, Entry to);
 
-  /// `to` is a new link that reads the same.
-  bool copyLink(Entry from, Entry to);
+  /// Makes a link with the same text.
+  Result<> copyLink(Entry from, Entry to);
 
-  /// For an open file or folder that is otherwise complete; `facts` are those of `source`.
-  bool copyAttributes(int source, int target, const struct stat& facts);
+  /// Copies the attributes of an open file or folder to one that is otherwise complete. `facts` are
+  /// those of `source`.
+  Result<> copyAttributes(int source, int target, const struct stat& facts);
 
  private:
-  bool fillFile(int source, int target, const struct stat& facts);
   bool copyExtendedAttributes(int source, int target);
 
   Owner owner_;

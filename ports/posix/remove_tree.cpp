@@ -1,17 +1,15 @@
 #include "ports/posix/remove_tree.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <utility>
-#include <vector>
 
-#include "ports/posix/directory_entry.h"
-#include "ports/posix/directory_stack.h"
-#include "ports/posix/folder_entries.h"
+#include "ports/posix/directory.h"
+#include "ports/posix/tree_walk.h"
 
 namespace revwarden {
 namespace {
@@ -20,100 +18,57 @@ bool isRefusal(int error) {
   return error == EACCES || error == EPERM;
 }
 
-class Removal {
- public:
-  Removal(FileDescriptor above, const char* name) : stack_(std::move(above)) {
-    folders_.push_back({"", {name}});
-  }
+// Opens a folder by `open`; one that refuses is first given all rights of its owner.
+template <typename Open>
+bool openWithRights(int above, const char* name, const Open& open) {
+  return open() ||
+         (isRefusal(errno) && fchmodat(above, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0 && open());
+}
 
-  bool run() {
-    while (stack_.last() >= 0 && !(isOutside() && folders_.back().below.empty())) step();
-    return isOutside() && !isSomethingLeft_;
-  }
+/// Removes what is below a folder, as far as it can be removed.
+class Removal final : public TreeWalk {
+ public:
+  explicit Removal(FileDescriptor top) : TreeWalk(std::move(top)) {}
 
  private:
-  struct Folder {
-    std::string name;
-    std::vector<std::string> below;  // the folders in it that are still to be removed
-  };
+  Result<> visit(const char* name, unsigned char) override { return remove(name, 0); }
+  Result<> enter(const char* name) override {
+    if (openWithRights(folder(), name, [&] { return open(name); })) return {};
+    return Error();
+  }
+  Result<> end(int, const std::string& name) override {
+    return name.empty() ? Result<>() : remove(name.c_str(), AT_REMOVEDIR);
+  }
+  Result<> failed(Error) override { return {}; }
 
-  // In the folder that what shall be removed lies in, which is not ours to change.
-  bool isOutside() const { return folders_.size() == 1; }
-
-  void step() {
-    std::vector<std::string>& below = folders_.back().below;
-    if (below.empty()) {
-      leave();
-    } else {
-      std::string name = std::move(below.back());
-      below.pop_back();
-      enter(std::move(name));
+  Result<> remove(const char* name, int flags) {
+    const bool isRemoved = unlinkat(folder(), name, flags) == 0;
+    if (!isRemoved && isRefusal(errno) && fchmod(folder(), S_IRWXU) == 0) {
+      unlinkat(folder(), name, flags);
     }
+    return {};
   }
-
-  void enter(std::string name) {
-    const bool isOpen = stack_.enter(name.c_str()) ||
-                        (isRefusal(errno) &&
-                         fchmodat(stack_.last(), name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0 &&
-                         stack_.enter(name.c_str()));
-    if (isOpen) {
-      folders_.push_back({std::move(name), {}});
-      removeFiles();
-    } else if (errno != ENOENT) {
-      isSomethingLeft_ = true;
-    }
-  }
-
-  void removeFiles() {
-    const EntryUse use = [this](const char* name, unsigned char kind) {
-      if (kind == DT_DIR) {
-        folders_.back().below.emplace_back(name);
-      } else {
-        remove(name, 0);
-      }
-      return true;
-    };
-    if (!insist([&] { return forEachEntry(stack_.last(), use); })) isSomethingLeft_ = true;
-  }
-
-  void leave() {
-    stack_.leave();
-    const std::string name = std::move(folders_.back().name);
-    folders_.pop_back();
-    if (stack_.last() >= 0) remove(name.c_str(), AT_REMOVEDIR);
-  }
-
-  void remove(const char* name, int flags) {
-    const auto unlink = [&] { return unlinkat(stack_.last(), name, flags) == 0; };
-    if (!insist(unlink) && errno != ENOENT) isSomethingLeft_ = true;
-  }
-
-  // Tries again in a folder that was opened up, when it refused.
-  template <typename Action>
-  bool insist(const Action& action) {
-    if (action()) return true;
-    return isRefusal(errno) && !isOutside() && fchmod(stack_.last(), S_IRWXU) == 0 && action();
-  }
-
-  DirectoryStack stack_;
-  std::vector<Folder> folders_;
-  bool isSomethingLeft_ = false;
 };
+
+bool isGone(int unlinked) {
+  return unlinked == 0 || errno == ENOENT;
+}
 
 }  // namespace
 
 bool removeTreeAt(int folder, const char* name) {
-  if (unlinkat(folder, name, 0) == 0 || errno == ENOENT) return true;
-  struct stat facts;
-  if (fstatat(folder, name, &facts, AT_SYMLINK_NOFOLLOW) != 0) return errno == ENOENT;
-  if (!S_ISDIR(facts.st_mode)) return false;
-  return Removal(FileDescriptor(openat(folder, ".", O_PATH | O_CLOEXEC)), name).run();
+  if (isGone(unlinkat(folder, name, 0))) return true;
+  FileDescriptor top;
+  const auto open = [&] { return bool(top = openDirectoryAt(folder, name)); };
+  if (!openWithRights(folder, name, open)) return errno == ENOENT;
+  static_cast<void>(Removal(std::move(top)).walk());  // the next call tells whether it succeeded
+  return isGone(unlinkat(folder, name, AT_REMOVEDIR));
 }
 
 bool removeTree(const std::string& path) {
-  const std::optional<DirectoryEntry> place = DirectoryEntry::at(path);
-  if (!place) return errno == ENOENT || errno == ENOTDIR;
-  return removeTreeAt(place->folder.get(), place->name.c_str());
+  const std::optional<DirectoryEntry> entry = DirectoryEntry::at(path);
+  if (!entry) return errno == ENOENT || errno == ENOTDIR;
+  return removeTreeAt(entry->folder.get(), entry->name.c_str());
 }
 
 }  // namespace revwarden

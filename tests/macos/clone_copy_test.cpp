@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <sys/stdio.h>
 
-#include "ports/posix/folder_copy.h"
+#include "ports/posix/copy_tree.h"
 #include "ports/posix/remove_tree.h"
 #include "tests/fakes/error_of.h"
 #include "tests/fakes/scratch_folder.h"

@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <grp.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -17,8 +19,8 @@
 
 #include "ports/linux/files/linux_file_operations.h"
 #include "ports/linux/files/trash.h"
+#include "ports/posix/copy_tree.h"
 #include "ports/posix/file_descriptor.h"
-#include "ports/posix/folder_copy.h"
 #include "ports/posix/remove_tree.h"
 #include "tests/fakes/error_of.h"
 #include "tests/fakes/scratch_folder.h"
@@ -183,6 +185,17 @@ TEST_F(FileOperationsTest, ACopyThatFailsLeavesNothing) {
     signal(SIGXFSZ, SIG_IGN);
     EXPECT_THAT(errorOf(copyTree(at("A.app"), at("taken/B.app"))),
                 Optional(HasSubstr("File too large")));
+  });
+  inChild([&] {
+    if (unshare(CLONE_NEWNS) != 0 || mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+      return;  // not allowed here
+    }
+    ASSERT_EQ(mount("none", at("taken").c_str(), "tmpfs", 0, "size=100k"), 0);
+    const Result<> copied = copyTree(at("A.app"), at("taken/B.app"));
+    EXPECT_EQ(copied.error().code, "noSpace");
+    EXPECT_THAT(copied.error().message,
+                testing::MatchesRegex(at("taken/B.app") +
+                                      ": No space left on device .needs 3.. kB, 1.. kB free."));
   });
   EXPECT_THAT(namesIn(at("taken")), IsEmpty());
   EXPECT_EQ(namesIn(root_.path()).size(), 5U);

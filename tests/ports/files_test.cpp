@@ -176,28 +176,28 @@ TEST_F(FilesTest, MovableIsWhatItsFolderLetsTheUserRename) {
       EXPECT_TRUE(files.isMovableFileAtPath(at(path))) << path;
     for (const char* path : {"sticky/theirs", "closed/A.app", "locked/A.app", "shared/none"})
       EXPECT_FALSE(files.isMovableFileAtPath(at(path))) << path;
-    EXPECT_TRUE(makePrivateFolder(at("shared/theirs")));  // of another user
+    EXPECT_FALSE(makePrivateFolder(at("shared/theirs")));  // of another user
   }));
 }
 
 TEST_F(FilesTest, TheTemporaryFolderIsPrivate) {
   chmod(folder("made").c_str(), 0755);
-  EXPECT_EQ(makePrivateFolder(at("made")), std::nullopt);
+  EXPECT_TRUE(makePrivateFolder(at("made")));
   EXPECT_EQ(fs::status(at("made")).permissions(), fs::perms::owner_all);
   chmod(at("made").c_str(), 0770);
-  EXPECT_TRUE(makePrivateFolder(at("made")));
-  EXPECT_TRUE(makePrivateFolder(link("link", folder("elsewhere"))));
+  EXPECT_FALSE(makePrivateFolder(at("made")));
+  EXPECT_FALSE(makePrivateFolder(link("link", folder("elsewhere"))));
 
   setenv("TMPDIR", at("home").c_str(), 1);
   {
-    const TemporaryFolder first = takeTemporaryFolder();
-    EXPECT_EQ(first.path, at("home"));
-    EXPECT_EQ(takeTemporaryFolder().path, at("home/agent-2")) << "another agent's";
+    const Result<TemporaryFolder> first = takeTemporaryFolder();
+    EXPECT_EQ(first->path, at("home"));
+    EXPECT_EQ(takeTemporaryFolder()->path, at("home/agent-2")) << "another agent's";
   }
-  EXPECT_EQ(takeTemporaryFolder().path, at("home"));
+  EXPECT_EQ(takeTemporaryFolder()->path, at("home"));
   setenv("TMPDIR", folder("open").c_str(), 1);
   chmod(at("open").c_str(), 01777);
-  EXPECT_EQ(takeTemporaryFolder().path, at("open/revwarden-") + std::to_string(geteuid()));
+  EXPECT_EQ(takeTemporaryFolder()->path, at("open/revwarden-") + std::to_string(geteuid()));
   unsetenv("TMPDIR");
 }
 

@@ -163,7 +163,7 @@ TEST_F(ImagesTest, AreRefusedWhenTheyAreNone) {
 }
 
 TEST_F(ImagesTest, AreWholeAfterAKilledToolAndForSeveralAtOnce) {
-  const std::string volumes = temporaryFolderOfUser().path + "/volumes";
+  const std::string volumes = *temporaryFolderOfUser() + "/volumes";
   fs::resize_file((scratch_.write("My Vol/large", ""), scratch_.file("My Vol/large")), 100 << 20);
   const std::string image = make("iso", "x.iso");
   LinuxChildProcesses killed({std::nullopt, TOOLS}, workspace_);

@@ -1,21 +1,16 @@
 #include "ports/linux/bundles/linux_bundles.h"
 
-#include <limits.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
-#include "ports/linux/files/regular_file.h"
 #include "ports/linux/property_lists/property_list.h"
 
 namespace revwarden {
 namespace {
 
-constexpr size_t kMaxInfoSize = size_t{16} << 20;
 constexpr size_t kMaxBufferKept = size_t{64} << 10;
 constexpr size_t kMaxReadersKept = 4;
 constexpr size_t kFirstCleaningSize = 1024;
@@ -25,23 +20,6 @@ constexpr std::string_view kName = "CFBundleName";
 constexpr std::string_view kShortVersion = "CFBundleShortVersionString";
 constexpr std::string_view kVersion = "CFBundleVersion";
 constexpr std::array<std::string_view, 4> kKeys = {kIdentifier, kName, kShortVersion, kVersion};
-
-// The path of a file below a folder, without allocating.
-class PathBelow {
- public:
-  PathBelow(std::string_view folder, std::string_view rest) {
-    if (folder.size() + rest.size() >= sizeof(text_)) return;
-    std::memcpy(text_, folder.data(), folder.size());
-    std::memcpy(text_ + folder.size(), rest.data(), rest.size());
-    text_[folder.size() + rest.size()] = '\0';
-  }
-
-  /// Empty when it is longer than any path can be.
-  const char* c_str() const { return text_; }
-
- private:
-  char text_[PATH_MAX];
-};
 
 std::optional<std::string> textIn(const Dictionary& information, std::string_view key) {
   const std::string* text = information.stringFor(key);
@@ -71,18 +49,6 @@ std::shared_ptr<const Bundle> mainBundle(std::optional<std::string> version) {
   return bundle;
 }
 
-// The first place that has a file, as `stat` sees it; absent also when one cannot be looked at.
-std::optional<std::pair<size_t, FileIdentity>> findInformation(std::string_view path) {
-  for (size_t place = 0; place < kBundleInformationPlaces.size(); ++place) {
-    struct stat status {};
-    if (stat(PathBelow(path, kBundleInformationPlaces[place]).c_str(), &status) == 0) {
-      return std::pair(place, FileIdentity(status));
-    }
-    if (errno != ENOENT && errno != ENOTDIR) return std::nullopt;
-  }
-  return std::nullopt;
-}
-
 }  // namespace
 
 struct LinuxBundles::Reader {
@@ -102,8 +68,7 @@ LinuxBundles::~LinuxBundles() = default;
 
 std::shared_ptr<const Bundle> LinuxBundles::threadSafeBundleWithPath(std::string_view path) {
   if (const std::optional<Entry> entry = entryFor(path); entry && entry->isSettled) {
-    const auto found = findInformation(path);
-    if (found && *found == std::pair(entry->place, entry->identity)) return entry->bundle;
+    if (findInformationFile(path) == entry->file) return entry->bundle;
   }
   return readBundle(path);
 }
@@ -133,19 +98,13 @@ std::optional<LinuxBundles::Entry> LinuxBundles::entryFor(std::string_view path)
 
 LinuxBundles::BundleRef LinuxBundles::readBundle(std::string_view path) {
   std::unique_ptr<Reader> reader = takeReader();
-  Entry entry;
-  FileReading reading = FileReading::missing;
-  for (; entry.place < kBundleInformationPlaces.size(); ++entry.place) {
-    reading = readRegularFile(PathBelow(path, kBundleInformationPlaces[entry.place]).c_str(),
-                              kMaxInfoSize, reader->contents, entry.identity);
-    if (reading != FileReading::missing) break;
-  }
-  if (reading != FileReading::done) {
+  const Result<InformationFile> file = readInformationFile(path, reader->contents);
+  if (!file) {
     giveBack(std::move(reader));
     forget(path);
     return nullptr;
   }
-  entry.isSettled = entry.identity.isSettled();
+  Entry entry{.bundle = nullptr, .file = *file, .isSettled = file->state.isSettled()};
   if (const auto information = reader->lists.readEntries(reader->contents, kKeys)) {
     entry.bundle = bundleFrom(*information);
   }
@@ -162,7 +121,7 @@ void LinuxBundles::keep(std::string_view path, Entry entry) {
 }
 
 void LinuxBundles::dropUnused() {
-  // A pass asks for every bundle once: what two of them did not ask for is gone.
+  // A pass asks for every bundle once, so one that two passes did not ask for has gone.
   const uint64_t recent = 2 * entries_.size();
   std::erase_if(entries_, [&](const auto& item) { return item.second.lastUse + recent < uses_; });
   cleaningSize_ = std::max(kFirstCleaningSize, 2 * entries_.size());

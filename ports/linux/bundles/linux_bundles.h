@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -12,18 +11,14 @@
 #include <vector>
 
 #include "platform/bundle.h"
-#include "ports/linux/files/file_identity.h"
+#include "ports/linux/bundles/bundle_information.h"
 
 namespace revwarden {
 
-/// Where a bundle has its information property list, below its folder: the first one there counts.
-inline constexpr std::array<std::string_view, 3> kBundleInformationPlaces = {
-    "/Contents/Info.plist", "/Info.plist", "/Resources/Info.plist"};
-
 /// Bundles as folders with an information property list.
 ///
-/// What was read of a bundle is kept for as long as the file stays the same; to find that out costs
-/// one system call. What is not asked for any more is forgotten after a while.
+/// Caches what was read of a bundle until its information file changes, which one system call
+/// finds out. Bundles that nobody asks for any more leave the cache after a while.
 class LinuxBundles : public Bundles {
  public:
   /// `mainVersion` is the short version string of the main bundle; the plug-in's resources are in
@@ -41,11 +36,9 @@ class LinuxBundles : public Bundles {
   using BundleRef = std::shared_ptr<const Bundle>;
   struct Reader;
 
-  // What was read of a bundle, and of which file.
   struct Entry {
     BundleRef bundle;  // null: the file is no information property list
-    FileIdentity identity;
-    size_t place = 0;
+    InformationFile file;
     bool isSettled = false;
     uint64_t lastUse = 0;
   };

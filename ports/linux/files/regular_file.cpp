@@ -1,17 +1,22 @@
 #include "ports/linux/files/regular_file.h"
 
 #include <fcntl.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
+#include "ports/posix/file_descriptor.h"
+#include "ports/posix/system_error.h"
+
 namespace revwarden {
 namespace {
 
-// Reads to the end of the file, which `size` foretells. Whether all of it was read.
+// Reads to the end of the file, expected after `size` bytes. Returns false, see `errno`, on
+// failure.
 bool readAll(int file, size_t size, size_t maxSize, std::string& contents) {
-  // One byte more, so that a single short read tells that nothing follows.
+  // One byte more, so that a single short read shows the end.
   contents.resize(size + 1);
   size_t length = 0;
   while (true) {
@@ -31,31 +36,38 @@ bool readAll(int file, size_t size, size_t maxSize, std::string& contents) {
   return true;
 }
 
-bool readOpen(int file, size_t maxSize, std::string& contents, FileIdentity& identity) {
-  struct stat status {};
-  if (fstat(file, &status) != 0) return false;
-  identity = FileIdentity(status);
-  const auto size = static_cast<size_t>(status.st_size);
-  if (!S_ISREG(status.st_mode) || size > maxSize) {
-    errno = S_ISREG(status.st_mode) ? EFBIG : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    return false;
-  }
-  return readAll(file, size, maxSize, contents);
+int64_t nanoseconds(const timespec& time) {
+  return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
 }  // namespace
 
-FileReading readRegularFile(const char* path, size_t maxSize, std::string& contents,
-                            FileIdentity& identity) {
-  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (file < 0) {
-    return errno == ENOENT || errno == ENOTDIR ? FileReading::missing : FileReading::failed;
+FileState::FileState(const struct stat& facts)
+    : identity_(facts),
+      size_(facts.st_size),
+      modified_(nanoseconds(facts.st_mtim)),
+      changed_(nanoseconds(facts.st_ctim)) {}
+
+bool FileState::isSettled() const {
+  constexpr int64_t kLongestTick = 20'000'000;
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return changed_ + kLongestTick < nanoseconds(now);
+}
+
+Result<FileState> readRegularFile(const char* path, size_t maxSize, std::string& contents) {
+  const FileDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!file) {
+    const bool isMissing = errno == ENOENT || errno == ENOTDIR;
+    return isMissing ? Error{kMissing, {}} : systemError(path);
   }
-  const bool done = readOpen(file, maxSize, contents, identity);
-  const int error = errno;
-  close(file);
-  errno = error;
-  return done ? FileReading::done : FileReading::failed;
+  struct stat facts {};
+  if (fstat(file.get(), &facts) != 0) return systemError(path);
+  if (!S_ISREG(facts.st_mode)) return systemError(path, S_ISDIR(facts.st_mode) ? EISDIR : EINVAL);
+  const auto size = static_cast<size_t>(facts.st_size);
+  if (size > maxSize) return systemError(path, EFBIG);
+  if (!readAll(file.get(), size, maxSize, contents)) return systemError(path);
+  return FileState(facts);
 }
 
 }  // namespace revwarden

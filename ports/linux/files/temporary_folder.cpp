@@ -7,20 +7,13 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
+
+#include "ports/posix/directory.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
-
-std::optional<std::string> makePrivate(int folder, const std::string& path) {
-  struct stat facts;
-  if (fstat(folder, &facts) != 0) return path + ": " + strerror(errno);
-  if (facts.st_uid != geteuid()) return path + " belongs to another user";
-  if (facts.st_mode & (S_IWGRP | S_IWOTH)) return path + " can be written by other users";
-  if ((facts.st_mode & 07777) == 0700 || fchmod(folder, 0700) == 0) return std::nullopt;
-  return path + ": " + strerror(errno);
-}
 
 bool othersCanWrite(const std::string& path) {
   struct stat facts;
@@ -28,45 +21,49 @@ bool othersCanWrite(const std::string& path) {
          (facts.st_uid != geteuid() || (facts.st_mode & (S_IWGRP | S_IWOTH)));
 }
 
-TemporaryFolder privateFolderIn(const std::string& shared) {
+Result<std::string> privateFolderIn(const std::string& shared) {
   std::string path = shared + "/revwarden-" + std::to_string(geteuid());
-  std::optional<std::string> error = makePrivateFolder(path);
-  return {std::move(path), std::move(error), {}};
+  const Result<> made = makePrivateFolder(path);
+  if (!made) return made.error();
+  return path;
 }
 
-TemporaryFolder namedFolder() {
+Result<std::string> namedFolder() {
   const char* const named = getenv("TMPDIR");
   if (!named || *named != '/') return temporaryFolderOfUser();
-  return othersCanWrite(named) ? privateFolderIn(named) : TemporaryFolder{named, {}, {}};
+  return othersCanWrite(named) ? privateFolderIn(named) : std::string(named);
 }
 
 }  // namespace
 
-std::optional<std::string> makePrivateFolder(const std::string& path) {
-  if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return path + ": " + strerror(errno);
-  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (folder < 0) return path + ": " + strerror(errno);
-  std::optional<std::string> error = makePrivate(folder, path);
-  close(folder);
-  return error;
+Result<> makePrivateFolder(const std::string& path) {
+  if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return systemError(path);
+  const FileDescriptor folder = openDirectoryAt(AT_FDCWD, path.c_str());
+  struct stat facts;
+  if (!folder || fstat(folder.get(), &facts) != 0) return systemError(path);
+  if (facts.st_uid != geteuid()) return Error{"", path + " belongs to another user"};
+  if (facts.st_mode & (S_IWGRP | S_IWOTH)) return Error{"", path + " is writable for other users"};
+  if ((facts.st_mode & 07777) == 0700 || fchmod(folder.get(), 0700) == 0) return {};
+  return systemError(path);
 }
 
-TemporaryFolder temporaryFolderOfUser() {
+Result<std::string> temporaryFolderOfUser() {
   return privateFolderIn("/var/tmp");
 }
 
-TemporaryFolder takeTemporaryFolder() {
-  TemporaryFolder folder = namedFolder();
-  const std::string shared = folder.path;
-  for (int number = 2; !folder.error; ++number) {
-    folder.held = FileDescriptor(open(folder.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+Result<TemporaryFolder> takeTemporaryFolder() {
+  const Result<std::string> shared = namedFolder();
+  if (!shared) return shared.error();
+  TemporaryFolder folder{*shared, {}};
+  for (int number = 2;; ++number) {
+    folder.held = openDirectory(folder.path);
+    // Without a folder or without locks in this file system there is nothing to wait for.
     const bool isTaken =
         folder.held && flock(folder.held.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    if (!isTaken) break;
-    folder.path = shared + "/agent-" + std::to_string(number);
-    folder.error = makePrivateFolder(folder.path);
+    if (!isTaken) return folder;
+    folder.path = *shared + "/agent-" + std::to_string(number);
+    if (const Result<> made = makePrivateFolder(folder.path); !made) return made.error();
   }
-  return folder;
 }
 
 }  // namespace revwarden

@@ -1,27 +1,23 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// Disk images that are attached: their volumes are laid out as folders that nobody can write, below
-// "volumes" in the private temporary folder of the user. What stays attached is gone after the next
-// start of the machine, with the first image that is attached then.
+#include "base/result.h"
+
+// Disk images that are attached: their volumes are unpacked into read-only folders below "volumes"
+// in the private temporary folder of the user. What is still attached when the machine starts again
+// is removed by the next `attachImage`.
 namespace revwarden {
 
-/// What came of attaching: at least one mount point, or the reason why there is none.
-struct Attachment {
-  std::vector<std::string> mountPoints;
-  std::optional<std::string> error;
-};
+/// Attaches an image and returns its mount points, at least one. An image whose file has not
+/// changed since it was attached keeps its mount points. On an error nothing is left. Only one
+/// image is unpacked at a time; other processes wait.
+Result<std::vector<std::string>> attachImage(const std::string& image);
 
-/// Lays out the volumes of an image, or finds them where the very same state of the file is
-/// attached already. On failure nothing is left. One image is laid out at a time; others wait.
-Attachment attachImage(const std::string& image);
-
-/// Removes what was attached together with this mount point. Absent on success, else the reason;
-/// only a mount point of an attached image is ever removed.
-std::optional<std::string> detachVolume(std::string_view mountPoint);
+/// Removes all volumes of the image that has this mount point. Nothing but a mount point of an
+/// attached image is ever removed.
+Result<> detachVolume(std::string_view mountPoint);
 
 }  // namespace revwarden

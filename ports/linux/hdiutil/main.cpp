@@ -1,3 +1,6 @@
+// hdiutil: the disk-image tool that update jobs run. Attaches a disk image by unpacking its volumes
+// into read-only folders, and detaches it by removing them.
+
 #include <cstdio>
 #include <span>
 #include <string>
@@ -16,8 +19,8 @@ constexpr const char* kUsage =
     "usage: hdiutil attach IMAGE -plist [-nobrowse] [-noautofsck] [-autoopen | -noautoopen]\n"
     "       hdiutil detach MOUNTPOINT\n";
 
-int fail(const std::string& why) {
-  std::fprintf(stderr, "hdiutil: %s\n", why.c_str());
+int fail(const Error& error) {
+  std::fprintf(stderr, "hdiutil: %s\n", error.message.c_str());
   return 1;
 }
 
@@ -26,10 +29,9 @@ int refuseUsage() {
   return 1;
 }
 
-// All that can be said of an attachment is its mount points. Opening one is the caller's business,
-// which has a desktop; no folder shows here that could be kept from browsing, and no volume needs a
-// check.
-bool areUnderstood(std::span<const std::string_view> options) {
+// "-plist" is required, the other options change nothing: the caller opens mount points on its
+// desktop, no file viewer lists volumes, and none needs a check.
+bool areSupported(std::span<const std::string_view> options) {
   bool asPropertyList = false;
   for (const std::string_view option : options) {
     if (option == "-plist") {
@@ -43,25 +45,25 @@ bool areUnderstood(std::span<const std::string_view> options) {
 }
 
 int attach(std::string_view image) {
-  const Attachment attachment = attachImage(std::string(image));
-  if (attachment.error) return fail(*attachment.error);
+  const Result<std::vector<std::string>> mountPoints = attachImage(std::string(image));
+  if (!mountPoints) return fail(mountPoints.error());
   std::vector<Value> entities;
-  for (const std::string& mountPoint : attachment.mountPoints) {
+  for (const std::string& mountPoint : *mountPoints) {
     entities.emplace_back(Dictionary{{"mount-point", mountPoint}});
   }
   const std::string list =
       writeXmlPropertyList(Dictionary{{"system-entities", Array(std::move(entities))}});
-  const bool isTold = std::fputs(list.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
-  return isTold ? 0 : fail("The answer cannot be written");
+  const bool isWritten = std::fputs(list.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+  return isWritten ? 0 : fail({"", "cannot write the property list"});
 }
 
 int detach(std::string_view mountPoint) {
-  const std::optional<std::string> error = detachVolume(mountPoint);
-  return error ? fail(*error) : 0;
+  const Result<> detached = detachVolume(mountPoint);
+  return detached ? 0 : fail(detached.error());
 }
 
 int run(std::span<const std::string_view> arguments) {
-  if (arguments.size() >= 2 && arguments[0] == "attach" && areUnderstood(arguments.subspan(2))) {
+  if (arguments.size() >= 2 && arguments[0] == "attach" && areSupported(arguments.subspan(2))) {
     return attach(arguments[1]);
   }
   if (arguments.size() == 2 && arguments[0] == "detach") return detach(arguments[1]);

@@ -9,12 +9,12 @@
 #include <string_view>
 
 #include "base/text.h"
-#include "ports/linux/files/place_in_trash.h"
 #include "ports/linux/files/trash.h"
+#include "ports/linux/files/trash_entry.h"
 #include "ports/linux/helper/script_run.h"
-#include "ports/posix/file_descriptor.h"
-#include "ports/posix/folder_copy.h"
-#include "ports/posix/hidden_folder.h"
+#include "ports/posix/copy_tree.h"
+#include "ports/posix/directory.h"
+#include "ports/posix/staging_directory.h"
 #include "ports/posix/system_error.h"
 
 namespace revwarden {
@@ -67,37 +67,25 @@ Refusal refusalOfPackage(const std::string& path) {
   return systemError(path);
 }
 
-/// Makes the folder that holds `path` the current one.
-Result<> enterFolderOf(const std::string& path) {
-  constexpr int flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  FileDescriptor folder(::open("/", flags));
-  size_t begin = 1;
-  for (size_t end; folder && (end = path.find('/', begin)) != path.npos; begin = end + 1) {
-    const std::string name = path.substr(begin, end - begin);
-    folder = FileDescriptor(::openat(folder.get(), name.c_str(), flags));
-  }
-  if (folder && ::fchdir(folder.get()) == 0) return kSuccess;
-  return systemError(path);
+// The entry of a path that leads through no link, so that nobody can put another folder in its way.
+Result<DirectoryEntry> entryOf(const std::string& path) {
+  std::optional<DirectoryEntry> entry = DirectoryEntry::atPathWithoutLinks(path);
+  if (!entry) return systemError(path);
+  return *std::move(entry);
 }
 
-Result<std::string> copyToTrash(const std::string& path) {
-  std::optional<PlaceInTrash> trash =
-      PlaceInTrash::reserve(path, std::string(lastPathComponent(path)));
-  if (!trash) return systemError("The Trash cannot be used");
-  const Result<> copied = copyTree(path, trash->path());
+Result<std::string> copyToTrash(const DirectoryEntry& application) {
+  Result<TrashEntry> trashed = TrashEntry::reserve(application.path, application.name);
+  if (!trashed) return trashed.error();
+  const Result<> copied = copyTree(application.path, trashed->path());
   if (!copied) return copied.error();
-  trash->use();
-  return trash->path();
-}
-
-std::string inCurrentFolder(const std::string& path) {
-  return "./" + std::string(lastPathComponent(path));
+  trashed->keep();
+  return trashed->path();
 }
 
 }  // namespace
 
 HelperOperations::Answer HelperOperations::carryOut(const HelperMessage& request) {
-  if (::chdir("/") != 0) return {systemError("/")};  // wherever the last operation went
   if (request.size() == 2 && request[0] == moveToTrashSelector) return {moveToTrash(request[1])};
   if (request.size() == 3 && request[0] == copySelector) return {copy(request[1], request[2])};
   if (request.size() == 6 && request[0] == actionSelector && request[1] == "runScript") {
@@ -116,20 +104,25 @@ Result<std::string> HelperOperations::moveToTrash(const std::string& path) {
   if (Refusal refusal = refusalOfApplication(path)) return *refusal;
   if (Refusal refusal = refusalOfFolder(path)) return *refusal;
   if (!user_) return revwarden::moveToTrash(path);
-  if (const Result<> entered = enterFolderOf(path); !entered) return entered.error();
-  if (::eaccess(".", W_OK) != 0) return systemError(path);  // not only after a long copy
-  Result<std::string> trashed = withRightsOf(*user_, [&] { return copyToTrash(path); });
+  const Result<DirectoryEntry> entry = entryOf(path);
+  if (!entry) return entry.error();
+  const int folder = entry->folder.get();
+  // Checked before the copy, which may take long.
+  if (::faccessat(folder, ".", W_OK, AT_EACCESS) != 0) return systemError(path);
+  Result<std::string> trashed = withRightsOf(*user_, [&] { return copyToTrash(*entry); });
   if (!trashed) return trashed;
-  if (HiddenFolder::hide(AT_FDCWD, std::string(lastPathComponent(path)).c_str())) return trashed;
-  return systemError(path);
+  const Result<StagingDirectory> hidden = StagingDirectory::hide(folder, entry->name.c_str());
+  if (!hidden) return atPath(path, hidden.error());
+  return trashed;
 }
 
 Result<std::string> HelperOperations::copy(const std::string& source,
                                            const std::string& destination) {
   if (Refusal refusal = refusalOfFolder(source)) return *refusal;
   if (Refusal refusal = refusalOfApplication(destination)) return *refusal;
-  if (const Result<> entered = enterFolderOf(destination); !entered) return entered.error();
-  const Result<> copied = copyTree(source, inCurrentFolder(destination));
+  const Result<DirectoryEntry> entry = entryOf(destination);
+  if (!entry) return entry.error();
+  const Result<> copied = copyTree(source, *entry, Owner::copier);
   if (!copied) return copied.error();
   return std::string();
 }

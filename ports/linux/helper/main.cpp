@@ -39,7 +39,8 @@ int serve(HelperOperations operations) {
 int run(int argc, char** argv) {
   const bool worksForUser = argc == 3 && std::string_view(argv[1]) == "--data-home";
   if (argc != 1 && !worksForUser) return complain("takes no arguments but --data-home DIR");
-  ::umask(022);  // of the user's own one, nothing that is installed should depend
+  ::umask(022);  // the user's own must not affect what is installed
+  if (::chdir("/") != 0) return complain("cannot enter the root folder");
   std::optional<AskingUser> user;
   if (worksForUser) {
     ::setenv("XDG_DATA_HOME", argv[2], 1);

@@ -1,7 +1,6 @@
 #include "ports/linux/processes/launch_application.h"
 
-#include "ports/linux/bundles/linux_bundles.h"
-#include "ports/linux/files/regular_file.h"
+#include "ports/linux/bundles/bundle_information.h"
 #include "ports/linux/processes/processes.h"
 #include "ports/linux/property_lists/property_list.h"
 
@@ -9,26 +8,14 @@ namespace revwarden {
 namespace {
 
 constexpr std::string_view kExecutable = "CFBundleExecutable";
-// A bundle for several systems has programs for others in Contents/MacOS.
+// In order: a bundle for several systems has programs for another one in Contents/MacOS.
 constexpr const char* kPrograms[] = {"/Contents/Linux/", "/Contents/MacOS/", "/"};
-constexpr size_t kMaxInfoSize = size_t{16} << 20;
 
-std::string informationOf(const std::string& bundlePath) {
-  std::string contents;
-  FileIdentity identity;
-  for (const std::string_view place : kBundleInformationPlaces) {
-    const std::string path = bundlePath + std::string(place);
-    const FileReading reading = readRegularFile(path.c_str(), kMaxInfoSize, contents, identity);
-    if (reading == FileReading::done) return contents;
-    if (reading == FileReading::failed) break;
-  }
-  return "";
-}
-
-/// Absent also when it is no name of a file.
+/// Returns nullopt also for a name that leads to another folder.
 std::optional<std::string> executableName(const std::string& bundlePath) {
-  const auto entries =
-      PropertyListReader().readEntries(informationOf(bundlePath), std::span(&kExecutable, 1));
+  std::string information;
+  if (!readInformationFile(bundlePath, information)) return std::nullopt;
+  const auto entries = PropertyListReader().readEntries(information, std::span(&kExecutable, 1));
   const std::string* name = entries ? entries->stringFor(kExecutable) : nullptr;
   if (!name || name->find('/') != name->npos) return std::nullopt;
   return *name;

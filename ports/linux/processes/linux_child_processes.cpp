@@ -9,7 +9,7 @@
 
 #include "base/disk_image_list.h"
 #include "base/text.h"
-#include "ports/linux/processes/stray_links.h"
+#include "ports/linux/files/escaping_links.h"
 #include "ports/linux/property_lists/property_list.h"
 
 namespace revwarden {
@@ -28,13 +28,13 @@ bool attachesAndOpens(const ChildProcess& child) {
          std::ranges::find(child.arguments, "-autoopen") != child.arguments.end();
 }
 
-// Unzip writes nothing through the links of its own archive, but through those that an earlier one
-// has left in the folder.
+// Unzip writes nothing through links in its own archive, but it follows those that an earlier
+// archive left in the folder.
 bool mayUnpack(const ChildProcess& child) {
   if (lastPathComponent(child.program) != "unzip") return true;
   const auto option = std::ranges::find(child.arguments, "-d");
   return option == child.arguments.end() || option + 1 == child.arguments.end() ||
-         removeStrayLinks(option[1]);
+         removeEscapingLinks(option[1]).ok();
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "ports/linux/processes/running_applications.h"
 
 #include <fcntl.h>
-#include <glib.h>
-#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,8 +12,8 @@
 
 #include "base/text.h"
 #include "ports/linux/files/package_names.h"
-#include "ports/linux/files/regular_file.h"
-#include "ports/posix/file_descriptor.h"
+#include "ports/linux/files/trash_entry.h"
+#include "ports/posix/directory.h"
 
 namespace revwarden {
 namespace {
@@ -23,8 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr size_t kArgumentsRead = size_t{16} << 10;  // a few paths of any length
-constexpr size_t kDescriptionRead = size_t{64} << 10;
-constexpr size_t kFirstLineRead = 256;  // the kernel looks no further either
+constexpr size_t kFirstLineRead = 256;               // the kernel looks no further either
 
 struct PlaceInBundle {
   std::string bundle;
@@ -44,9 +41,7 @@ std::optional<PlaceInBundle> placeInBundle(std::string_view path) {
 
 std::string programOf(const std::string& process) {
   constexpr std::string_view kRemoved = " (deleted)";
-  char target[PATH_MAX];
-  const ssize_t length = readlink((process + "/exe").c_str(), target, sizeof target);
-  std::string path(target, length > 0 ? static_cast<size_t>(length) : 0);
+  std::string path = linkText(AT_FDCWD, (process + "/exe").c_str()).value_or("");
   if (path.ends_with(kRemoved)) path.resize(path.size() - kRemoved.size());
   return path;
 }
@@ -62,26 +57,6 @@ std::vector<std::string> argumentsOf(const std::string& process) {
     arguments.push_back(text.substr(begin, end - begin));
   }
   return arguments;
-}
-
-std::optional<std::string> originOfTrashed(const fs::path& bundle) {
-  const fs::path files = bundle.parent_path();
-  const fs::path trash = files.parent_path();
-  if (files.filename() != "files") return std::nullopt;
-  const fs::path description = trash / "info" / (bundle.filename().string() + ".trashinfo");
-  std::string text;
-  FileIdentity identity;
-  g_autoptr(GKeyFile) facts = g_key_file_new();
-  if (readRegularFile(description.c_str(), kDescriptionRead, text, identity) != FileReading::done ||
-      !g_key_file_load_from_data(facts, text.data(), text.size(), G_KEY_FILE_NONE, nullptr)) {
-    return std::nullopt;
-  }
-  g_autofree char* escaped = g_key_file_get_value(facts, "Trash Info", "Path", nullptr);
-  g_autofree char* origin = g_uri_unescape_string(escaped, nullptr);
-  if (!origin) return std::nullopt;
-  // A path that is not full begins at the volume's top, which holds .Trash-UID or .Trash/UID.
-  const fs::path above = trash.parent_path();
-  return (above.filename() == ".Trash" ? above.parent_path() : above) / origin;
 }
 
 std::string bundleAtStart(const PlaceInBundle& now, const std::vector<std::string>& arguments) {
@@ -129,10 +104,7 @@ bool isOwn(const std::string& process) {
 
 std::vector<RunningApplication> runningApplications() {
   std::vector<RunningApplication> running;
-  std::error_code error;
-  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::string name = entry->path().filename();
+  for (const std::string& name : entryNames("/proc")) {
     pid_t pid = 0;
     if (std::from_chars(name.data(), name.data() + name.size(), pid).ec != std::errc()) continue;
     if (auto application = runningApplication(pid)) running.push_back(*std::move(application));

@@ -1,7 +1,7 @@
 #include "ports/linux/system/file_user_defaults.h"
 
-#include <dirent.h>
 #include <fcntl.h>
+#include <glib.h>
 #include <signal.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -9,14 +9,13 @@
 
 #include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <memory>
 #include <utility>
 
-#include "ports/linux/files/regular_file.h"
 #include "ports/linux/property_lists/property_list.h"
+#include "ports/posix/directory.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/system_clock.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -34,16 +33,9 @@ std::string_view nameOf(std::string_view path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-bool isFolder(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-// With the folders above it.
-bool makeFolder(const std::string& path) {
-  if (mkdir(path.c_str(), 0700) == 0 || (errno == EEXIST && isFolder(path))) return true;
-  return errno == ENOENT && folderOf(path) != path && makeFolder(folderOf(path)) &&
-         mkdir(path.c_str(), 0700) == 0;
+// What failed on a path: "cannot read PATH: Permission denied".
+Error cannot(const std::string& action, const std::string& path) {
+  return {"", "cannot " + action + " " + systemError(path).message};
 }
 
 bool writeFile(int file, const std::string& contents) {
@@ -56,13 +48,13 @@ bool writeFile(int file, const std::string& contents) {
 }
 
 bool syncFolder(const std::string& path) {
-  const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // Some file systems cannot sync a folder, and need not.
+  const FileDescriptor folder = openDirectory(path);
+  // EINVAL: the file system cannot sync a folder, and does not need to.
   return folder && (fsync(folder.get()) == 0 || errno == EINVAL);
 }
 
-// Whether `name` is that of a temporary file, "defaults.plist.PID.tmp", that no process writes now.
-// This process writes none when it asks.
+// Returns true if `name` is that of a temporary file, "defaults.plist.PID.tmp", that no process is
+// writing. To be called while this process writes none.
 bool isLeftover(std::string_view name, std::string_view base) {
   if (!name.starts_with(base) || !name.ends_with(kTemporarySuffix)) return false;
   name.remove_prefix(base.size());
@@ -82,7 +74,7 @@ FileUserDefaults::FileUserDefaults(std::string path, std::function<void(std::str
 std::optional<Dictionary> FileUserDefaults::dictionaryForKey(std::string_view key) {
   const std::lock_guard lock(mutex_);
   if (const auto set = pending_.find(key); set != pending_.end()) return set->second;
-  if (!refresh()) return std::nullopt;
+  if (!reported(refresh())) return std::nullopt;
   return root_.dictionaryFor(key);
 }
 
@@ -94,7 +86,7 @@ void FileUserDefaults::setDictionary(const Dictionary& dictionary, std::string_v
 bool FileUserDefaults::synchronize() {
   const std::lock_guard lock(mutex_);
   if (!beginWrite()) return false;
-  const bool written = writePending();
+  const bool written = reported(writePending());
   endWrite(written);
   return written;
 }
@@ -127,99 +119,93 @@ std::optional<Date> FileUserDefaults::unsavedSince() const {
   return unsavedSince_;
 }
 
-bool FileUserDefaults::writePending() {
-  if (pending_.empty()) return true;
-  if (!refresh()) return false;
+bool FileUserDefaults::reported(const Result<>& result) const {
+  if (!result) diagnose_(result.error().message);
+  return result.ok();
+}
+
+Result<> FileUserDefaults::writePending() {
+  if (pending_.empty()) return {};
+  if (Result<> refreshed = refresh(); !refreshed) return refreshed;
   if (wasUnreadable_) {
-    diagnose_("not replacing " + path_ + ", which could not be read before");
-    return false;
+    return Error{"", "not replacing " + path_ + ", which could not be read before"};
   }
   DictionaryBuilder builder(root_);
   for (const auto& [key, dictionary] : pending_) builder.set(key, dictionary);
   Dictionary root = builder.build();
-  if (!replaceFile(writeXmlPropertyList(root))) return false;
+  if (Result<> replaced = replaceFile(writeXmlPropertyList(root)); !replaced) return replaced;
   root_ = std::move(root);
   pending_.clear();
-  return true;
+  return {};
 }
 
-// Brings `root_` up to date with the file. False when that cannot be read.
-bool FileUserDefaults::refresh() {
-  struct stat status {};
-  if (identity_ && stat(path_.c_str(), &status) == 0 && *identity_ == FileIdentity(status)) {
-    return true;
-  }
-  identity_.reset();
+Result<> FileUserDefaults::refresh() {
+  struct stat facts {};
+  if (state_ && stat(path_.c_str(), &facts) == 0 && *state_ == FileState(facts)) return {};
+  state_.reset();
   root_ = Dictionary();
   return readRoot();
 }
 
-bool FileUserDefaults::readRoot() {
+Result<> FileUserDefaults::readRoot() {
   std::string contents;
-  FileIdentity identity;
-  const FileReading reading = readRegularFile(path_.c_str(), kMaxFileSize, contents, identity);
-  if (reading != FileReading::done) wasUnreadable_ = reading == FileReading::failed;
-  if (reading == FileReading::failed) return fail("cannot read", path_);
-  if (reading == FileReading::missing) return true;
-  const bool isSettled = identity.isSettled();
+  const Result<FileState> state = readRegularFile(path_.c_str(), kMaxFileSize, contents);
+  if (!state) {
+    wasUnreadable_ = state.error().code != kMissing;
+    if (!wasUnreadable_) return {};
+    return Error{"", "cannot read " + state.error().message};
+  }
+  const bool isSettled = state->isSettled();
   const std::optional<Value> value = readPropertyList(contents);
   const Dictionary* root = value ? value->as<Dictionary>() : nullptr;
-  if (!root) return setDamagedFileAside(identity);
+  if (!root) return setDamagedFileAside(*state);
   root_ = *root;
-  if (isSettled) identity_ = identity;
-  return true;
+  if (isSettled) state_ = *state;
+  return {};
 }
 
-bool FileUserDefaults::setDamagedFileAside(const FileIdentity& identity) {
-  struct stat status {};
-  if (stat(path_.c_str(), &status) != 0 || FileIdentity(status) != identity) {
-    return readRoot();  // replaced meanwhile, perhaps by a sound one
+Result<> FileUserDefaults::setDamagedFileAside(const FileState& state) {
+  struct stat facts {};
+  if (stat(path_.c_str(), &facts) != 0 || FileState(facts) != state) {
+    return readRoot();  // Another process has replaced it, perhaps by a valid one.
   }
   for (int number = 1;; ++number) {
     const std::string aside = path_ + ".damaged-" + std::to_string(number);
     if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) == 0) {
       diagnose_("the settings in " + path_ + " are damaged; renamed to " + aside);
-      return true;
+      return {};
     }
-    if (errno != EEXIST) return fail("cannot rename the damaged", path_);
+    if (errno != EEXIST) return cannot("rename the damaged", path_);
   }
 }
 
-bool FileUserDefaults::replaceFile(const std::string& contents) {
-  if (!makeFolder(folder_)) return fail("cannot make", folder_);
+Result<> FileUserDefaults::replaceFile(const std::string& contents) {
+  if (g_mkdir_with_parents(folder_.c_str(), 0700) != 0) return cannot("make", folder_);
   removeLeftovers();
   const std::string temporary =
       path_ + "." + std::to_string(getpid()) + std::string(kTemporarySuffix);
   const FileDescriptor file(
       open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (!file) return fail("cannot create", temporary);
+  if (!file) return cannot("create", temporary);
   if (!writeFile(file.get(), contents) || rename(temporary.c_str(), path_.c_str()) != 0) {
-    fail("cannot write", path_);
+    const Error error = cannot("write", path_);
     unlink(temporary.c_str());
-    return false;
+    return error;
   }
-  identity_.reset();
-  if (!syncFolder(folder_)) return fail("cannot sync", folder_);
-  struct stat status {};
-  if (fstat(file.get(), &status) == 0) identity_ = FileIdentity(status);
-  return true;
+  state_.reset();
+  if (!syncFolder(folder_)) return cannot("sync", folder_);
+  struct stat facts {};
+  if (fstat(file.get(), &facts) == 0) state_ = FileState(facts);
+  return {};
 }
 
 void FileUserDefaults::removeLeftovers() const {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(folder_.c_str()), closedir);
+  const FileDescriptor folder = openDirectory(folder_);
   if (!folder) return;
-  while (const dirent* entry = readdir(folder.get())) {
-    if (isLeftover(entry->d_name, nameOf(path_))) {
-      unlinkat(dirfd(folder.get()), entry->d_name, 0);
-    }
-  }
-}
-
-bool FileUserDefaults::fail(std::string_view action, const std::string& path) const {
-  const int error = errno;
-  diagnose_(std::string(action) + " " + path + ": " + std::strerror(error));
-  errno = error;
-  return false;
+  forEachEntry(folder.get(), [&](const char* name, unsigned char) {
+    if (isLeftover(name, nameOf(path_))) unlinkat(folder.get(), name, 0);
+    return true;
+  });
 }
 
 }  // namespace revwarden

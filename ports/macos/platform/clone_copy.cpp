@@ -17,7 +17,7 @@
 #include <system_error>
 #include <type_traits>
 
-#include "ports/posix/folder_copy.h"
+#include "ports/posix/copy_tree.h"
 #include "ports/posix/remove_tree.h"
 #include "ports/posix/system_error.h"
 

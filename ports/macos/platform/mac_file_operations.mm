@@ -6,7 +6,7 @@
 #include "ports/macos/platform/full_path.h"
 #import "ports/macos/platform/retained.h"
 #import "ports/macos/platform/shared_utils.h"
-#include "ports/posix/folder_copy.h"
+#include "ports/posix/copy_tree.h"
 #include "ports/posix/remove_tree.h"
 
 namespace revwarden {

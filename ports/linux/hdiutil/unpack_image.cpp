@@ -1,4 +1,4 @@
-#include "ports/linux/hdiutil/unpacking.h"
+#include "ports/linux/hdiutil/unpack_image.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,13 +10,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
@@ -25,7 +26,7 @@ constexpr std::array kPrograms = {"/usr/bin/7zz", "/usr/local/bin/7zz", "/bin/7z
 constexpr uint64_t kSpareBytes = uint64_t{1} << 30;
 constexpr int kMillisecondsBetweenLooks = 100;
 
-// A gibibyte stays free, or a twentieth of a small file system, and as much of its files.
+// Keeps a gibibyte free, or a twentieth of a small file system, and a twentieth of its inodes.
 bool isNearlyFull(const std::string& folder) {
   struct statvfs facts;
   if (statvfs(folder.c_str(), &facts) != 0) return false;
@@ -44,7 +45,7 @@ std::vector<std::string> command(const std::string& program, const std::string& 
                                 "-pnone",   // never asks for a password
                             });
   if (!kind.empty()) words.push_back("-t" + kind);
-  // A name that begins with "@" would be a list of names.
+  // A name that begins with "@" would be read as a list of names.
   words.insert(words.end(), {"-o" + folder, "--", image.starts_with('/') ? image : "./" + image});
   return words;
 }
@@ -70,25 +71,28 @@ Spawned startFirst(const std::string& image, const std::string& folder, const st
   return spawned;
 }
 
-/// Reads what 7zz tells until it ends, and ends it when space runs out.
+/// Reads the output of 7zz until it ends, and kills it when space runs out.
 class Watch {
  public:
   Watch(pid_t pid, FileDescriptor output, const std::string& folder)
       : pid_(pid), output_(std::move(output)), folder_(folder) {}
 
-  Unpacked untilEnd() {
+  /// Returns the innermost format that was unpacked.
+  Result<std::string> untilEnd() {
     while (readSome()) {
       if (!stopped_ && isNearlyFull(folder_)) stopped_ = kill(pid_, SIGKILL) == 0;
     }
     const int status = waitForEnd(pid_);
-    if (stopped_) return {{}, "There is not enough space for the image"};
-    // 1 is a warning, which is about bytes that belong to no volume.
-    if (status != 0 && status != 1) return {{}, "The image is damaged or of an unknown kind"};
-    return {lastKind(), std::nullopt};
+    if (stopped_) return Error{kNoSpace, "not enough space to unpack the disk image in " + folder_};
+    // 1 is a warning about bytes that belong to no volume.
+    if (status != 0 && status != 1) {
+      return Error{"", "the disk image is damaged or of an unknown format"};
+    }
+    return lastKind();
   }
 
  private:
-  // Whether there may be more.
+  // Returns false at the end.
   bool readSome() {
     pollfd end{output_.get(), POLLIN, 0};
     const int ready = poll(&end, 1, kMillisecondsBetweenLooks);
@@ -100,7 +104,7 @@ class Watch {
     return true;
   }
 
-  // Each image within an image is described after the one around it.
+  // 7zz describes an image within an image after the outer one.
   std::string lastKind() const {
     constexpr std::string_view kField = "\nType = ";
     const size_t field = text_.rfind(kField);
@@ -120,13 +124,13 @@ class Watch {
 
 }  // namespace
 
-Unpacked unpack(const std::string& image, const std::string& folder, const std::string& kind,
-                int held) {
+Result<std::string> unpackImage(const std::string& image, const std::string& folder,
+                                const std::string& kind, int held) {
   std::optional<Pipe> output = makePipe();
-  if (!output) return {{}, strerror(errno)};
+  if (!output) return systemError();
   const Spawned spawned = startFirst(image, folder, kind, held, output->writeEnd.get());
   output->writeEnd = FileDescriptor();
-  if (!spawned) return {{}, "7zz, which reads disk images, cannot be started"};
+  if (!spawned) return Error{"", "7zz, which reads disk images, cannot be started"};
   return Watch(spawned.pid, std::move(output->readEnd), folder).untilEnd();
 }
 

@@ -1,4 +1,4 @@
-#include "ports/linux/hdiutil/image_file.h"
+#include "ports/linux/hdiutil/image_kind.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

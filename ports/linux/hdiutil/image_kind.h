@@ -4,11 +4,11 @@
 
 namespace revwarden {
 
-/// What an image file holds, as far as its signatures tell.
+/// What a file is, judged by its signatures.
 enum class ImageKind {
   none,    // no disk image
   image,   // compressed image, partitioned disk or volume
-  hybrid,  // an ISO 9660 image that may hold an HFS+ volume of the same files, which keeps more
+  hybrid,  // an ISO 9660 image that may also be an HFS+ volume of the same files, with more data
 };
 
 /// Never waits for a FIFO or a device, which are no images.

@@ -1,4 +1,4 @@
-#include "ports/linux/hdiutil/image_volumes.h"
+#include "ports/linux/hdiutil/image_layout.h"
 
 #include <algorithm>
 #include <array>
@@ -8,16 +8,17 @@
 #include <vector>
 
 #include "base/text.h"
-#include "ports/linux/hdiutil/image_file.h"
-#include "ports/linux/hdiutil/laid_volume.h"
-#include "ports/linux/hdiutil/unpacking.h"
+#include "ports/linux/hdiutil/image_kind.h"
+#include "ports/linux/hdiutil/seal_volume.h"
+#include "ports/linux/hdiutil/unpack_image.h"
+#include "ports/posix/directory.h"
 #include "ports/posix/remove_tree.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
 
 namespace fs = std::filesystem;
-using Error = std::optional<std::string>;
 
 constexpr std::string_view kHfs = "HFS";
 constexpr std::array<std::string_view, 3> kOtherVolumes = {"APFS", "Iso", "Udf"};
@@ -36,67 +37,67 @@ class Layout {
         unpacked_(folder + "/.unpacked"),
         held_(held) {}
 
-  Error addVolumesOf(const std::string& image, bool isPartition = false) {
+  Result<> addVolumesOf(const std::string& image, bool isPartition = false) {
     const ImageKind kind = kindOfImage(image);
-    if (kind == ImageKind::none) return image + " is no disk image";
-    if (kind == ImageKind::hybrid && !unpack(image, std::string(kHfs)).error) {
-      return addHfs();
-    }
-    const Unpacked unpacked = unpack(image, {});
-    if (unpacked.error) return unpacked.error;
-    if (unpacked.kind == kHfs) return addHfs();
-    if (isAnyOf(kOtherVolumes, unpacked.kind)) return add(unpacked_, name_);
-    if (!isPartition && isAnyOf(kPartitioned, unpacked.kind)) return addPartitions();
-    return image + " holds nothing that can be attached";
+    if (kind == ImageKind::none) return Error{"", image + " is no disk image"};
+    if (kind == ImageKind::hybrid && unpack(image, std::string(kHfs))) return addHfs();
+    const Result<std::string> unpacked = unpack(image, {});
+    if (!unpacked) return unpacked.error();
+    if (*unpacked == kHfs) return addHfs();
+    if (isAnyOf(kOtherVolumes, *unpacked)) return add(unpacked_, name_);
+    if (!isPartition && isAnyOf(kPartitioned, *unpacked)) return addPartitions();
+    return Error{"", image + " contains no volume in a known format"};
   }
 
  private:
-  Unpacked unpack(const std::string& image, const std::string& kind) {
+  Result<std::string> unpack(const std::string& image, const std::string& kind) {
     removeTree(unpacked_);
-    return revwarden::unpack(image, unpacked_, kind, held_);
+    return unpackImage(image, unpacked_, kind, held_);
   }
 
-  // The volume is the only folder there. Its hard links, all of which stand for a file in a hidden
-  // folder, come out as empty files.
-  Error addHfs() {
+  // The volume is the only folder there. Volumes with hard links are refused: they refer to files
+  // in a hidden folder, and 7zz makes empty files of them.
+  Result<> addHfs() {
     const std::vector<fs::path> top = entriesOf(unpacked_);
-    if (top.size() != 1 || !isFolder(top.front())) return "The volume is damaged";
+    if (top.size() != 1 || !isFolder(top.front())) return Error{"", "the volume is damaged"};
     const fs::path hidden = top.front() / "[HFS+ Private Data]";
     openUp(top.front());
     openUp(hidden);
     for (const fs::path& file : entriesOf(hidden)) {
-      if (file.filename().string().starts_with("iNode")) return "The volume holds hard links";
+      if (file.filename().string().starts_with("iNode")) {
+        return Error{"", "the volume contains hard links, which are not supported"};
+      }
     }
     removeTree(hidden);
     return add(top.front(), top.front().filename());
   }
 
-  // What is no volume, such as the map of the partitions, is passed over.
-  Error addPartitions() {
+  // Ignores what is no volume, such as the partition map.
+  Result<> addPartitions() {
     const fs::path partitions = folder_ + "/.partitions";
     std::error_code failure;
     fs::rename(unpacked_, partitions, failure);
     bool isAny = false;
     for (const fs::path& partition : entriesOf(partitions)) {
       if (kindOfImage(partition) == ImageKind::none) continue;
-      if (Error error = addVolumesOf(partition, true)) return error;
+      if (Result<> added = addVolumesOf(partition, true); !added) return added;
       isAny = true;
     }
     removeTree(partitions);
-    if (!isAny) return "The image holds no volume that can be read";
-    return std::nullopt;
+    if (!isAny) return Error{"", "the disk image contains no volume in a known format"};
+    return {};
   }
 
-  Error add(const fs::path& volume, const std::string& name) {
+  Result<> add(const fs::path& volume, const std::string& name) {
     const std::string place = freePlace(name);
     std::error_code failure;
     fs::rename(volume, place, failure);
-    if (failure) return place + ": " + failure.message();
+    if (failure) return systemError(place, failure.value());
     removeTree(unpacked_);
     return sealVolume(place, unpacked_);
   }
 
-  // Hidden names are the workshop's own, and those that are no text cannot be told.
+  // Hidden names are for this class, and a name that is not UTF-8 cannot be printed.
   std::string freePlace(const std::string& name) const {
     const bool isUsable = !name.empty() && name.front() != '.' && isValidUtf8(name);
     const std::string first = folder_ + "/" + (isUsable ? name : "Disk Image");
@@ -105,7 +106,7 @@ class Layout {
     return place;
   }
 
-  // Moving a folder and looking into it take rights that its modes on the volume may not give.
+  // The modes on the volume may forbid to move the folder or to read it.
   static void openUp(const fs::path& folder) {
     std::error_code failure;
     if (isFolder(folder)) fs::permissions(folder, fs::perms::owner_all, failure);
@@ -113,11 +114,7 @@ class Layout {
 
   static std::vector<fs::path> entriesOf(const fs::path& folder) {
     std::vector<fs::path> entries;
-    std::error_code failure;
-    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-      entries.push_back(entry->path());
-    }
+    for (const std::string& name : entryNames(folder)) entries.push_back(folder / name);
     std::ranges::sort(entries);
     return entries;
   }
@@ -135,7 +132,7 @@ class Layout {
 
 }  // namespace
 
-Error layOutVolumes(const std::string& image, const std::string& folder, int held) {
+Result<> layOutVolumes(const std::string& image, const std::string& folder, int held) {
   return Layout(image, folder, held).addVolumesOf(image);
 }
 
