@@ -14,25 +14,26 @@
 // objects are new, deeply immutable and autoreleased.
 namespace revwarden {
 
-/// Bytes that are not valid UTF-8 become replacement characters.
+/// Returns the string for UTF-8 text. Invalid bytes become replacement characters.
 NSString* foundationText(std::string_view text);
+/// These return the Foundation object for a value.
 id foundationValue(const Value& value);
 NSArray* foundationArray(const std::vector<Dictionary>& dictionaries);
 NSDictionary* foundationDictionary(const Dictionary& dictionary);
 NSDate* foundationDate(Date date);
 
-/// Returns "" for an object that is not a string. Half a surrogate pair becomes a replacement
-/// character.
+/// Returns the UTF-8 text of a string, "" for any other object. Half a surrogate pair becomes a
+/// replacement character.
 std::string textOf(id text);
-/// Absent for an object that is not a string.
+/// As `textOf`, but absent for an object that is not a string.
 std::optional<std::string> optionalTextOf(id text);
 /// Returns the strings in an array or a set; other elements are left out.
 std::vector<std::string> textsOf(id collection);
 
-/// Absent for nil, for an object that is not a property list, for more than 128 levels of nesting
-/// and for more than 100,000 values. Elements of arrays and dictionaries that are not property
-/// lists are left out, and so are keys that are not strings. Decimal numbers, and integers that do
-/// not fit into a signed 64-bit integer, become reals.
+/// Returns the value for a property list. Absent for nil, for any other object, for more than 128
+/// levels of nesting and for more than 100,000 values. Elements of arrays and dictionaries that are
+/// not property lists are left out, and so are keys that are not strings. Decimal numbers, and
+/// integers that do not fit into a signed 64-bit integer, become reals.
 std::optional<Value> valueOf(id object);
 /// As `valueOf`, but values nested too deep are left out and their number is not limited. Empty for
 /// an object that is not a dictionary.

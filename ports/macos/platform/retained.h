@@ -17,6 +17,7 @@ class Retained {
   }
   ~Retained() { [object_ release]; }
 
+  /// Returns the object, which stays owned by this one.
   id get() const { return object_; }
 
  private:
