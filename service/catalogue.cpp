@@ -2,14 +2,13 @@
 
 #include <libxml/tree.h>
 
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string_view>
 
 #include "base/result.h"
+#include "ports/posix/system_error.h"
 #include "service/log.h"
 
 namespace revwarden {
@@ -79,7 +78,7 @@ Result<std::shared_ptr<const Catalogue::Entries>> parse(const std::string& text)
 
 Result<std::shared_ptr<const Catalogue::Entries>> load(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  if (!file) return Error{"", std::strerror(errno)};
+  if (!file) return systemError();
   std::ostringstream text;
   text << file.rdbuf();
   return parse(text.str());

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -14,6 +13,7 @@
 
 #include "base/text.h"
 #include "ports/posix/directory.h"
+#include "ports/posix/system_error.h"
 #include "service/routes.h"
 
 namespace revwarden {
@@ -97,7 +97,7 @@ httplib::Ranges takeRanges(const httplib::Request& request) {
 
 Result<std::unique_ptr<FileEndpoint>> FileEndpoint::create(const std::string& folder) {
   FileDescriptor descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor) return Error{"", "cannot open " + folder + ": " + std::strerror(errno)};
+  if (!descriptor) return systemError("cannot open " + folder);
   return std::unique_ptr<FileEndpoint>(new FileEndpoint(std::move(descriptor)));
 }
 

@@ -10,7 +10,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -18,6 +17,7 @@
 #include <thread>
 
 #include "ports/posix/libxml_documents.h"
+#include "ports/posix/system_error.h"
 #include "service/catalogue.h"
 #include "service/file_endpoint.h"
 #include "service/log.h"
@@ -118,8 +118,8 @@ int run(const Options& options) {
   configure(server);
   errno = 0;
   if (!bindTo(server, *address)) {
-    const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
-    return failed("cannot listen on " + options.listen + reason);
+    const std::string what = "cannot listen on " + options.listen;
+    return failed(errno != 0 ? systemError(what).message : what);
   }
   Catalogue catalogue(options.catalogue);
   catalogue.entries();  // logs a problem with the file at start
