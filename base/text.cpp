@@ -7,28 +7,6 @@
 namespace revwarden {
 namespace {
 
-// The length of the well-formed UTF-8 sequence at the front of `text`, 0 when there is none.
-size_t sequenceLength(std::string_view text) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const auto follows = [&](size_t i, unsigned low, unsigned high) {
-    return i < text.size() && byte(i) >= low && byte(i) <= high;
-  };
-  const unsigned first = byte(0);
-  if (first < 0x80) return 1;
-  if (first >= 0xC2 && first <= 0xDF) return follows(1, 0x80, 0xBF) ? 2 : 0;
-  if (first >= 0xE0 && first <= 0xEF) {
-    const unsigned low = first == 0xE0 ? 0xA0 : 0x80;
-    const unsigned high = first == 0xED ? 0x9F : 0xBF;
-    return follows(1, low, high) && follows(2, 0x80, 0xBF) ? 3 : 0;
-  }
-  if (first >= 0xF0 && first <= 0xF4) {
-    const unsigned low = first == 0xF0 ? 0x90 : 0x80;
-    const unsigned high = first == 0xF4 ? 0x8F : 0xBF;
-    return follows(1, low, high) && follows(2, 0x80, 0xBF) && follows(3, 0x80, 0xBF) ? 4 : 0;
-  }
-  return 0;
-}
-
 // Tab and the Unicode category of space separators, in UTF-8.
 constexpr std::array<std::string_view, 18> kSpaces = {"\t",           " ",
                                                       "\xC2\xA0",     "\xE1\x9A\x80",
@@ -81,9 +59,30 @@ bool standsInURLPaths(char c) {
 
 }  // namespace
 
+size_t utf8SequenceLength(std::string_view text) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const auto follows = [&](size_t i, unsigned low, unsigned high) {
+    return i < text.size() && byte(i) >= low && byte(i) <= high;
+  };
+  const unsigned first = byte(0);
+  if (first < 0x80) return 1;
+  if (first >= 0xC2 && first <= 0xDF) return follows(1, 0x80, 0xBF) ? 2 : 0;
+  if (first >= 0xE0 && first <= 0xEF) {
+    const unsigned low = first == 0xE0 ? 0xA0 : 0x80;
+    const unsigned high = first == 0xED ? 0x9F : 0xBF;
+    return follows(1, low, high) && follows(2, 0x80, 0xBF) ? 3 : 0;
+  }
+  if (first >= 0xF0 && first <= 0xF4) {
+    const unsigned low = first == 0xF0 ? 0x90 : 0x80;
+    const unsigned high = first == 0xF4 ? 0x8F : 0xBF;
+    return follows(1, low, high) && follows(2, 0x80, 0xBF) && follows(3, 0x80, 0xBF) ? 4 : 0;
+  }
+  return 0;
+}
+
 bool isValidUtf8(std::string_view bytes) {
   while (!bytes.empty()) {
-    const size_t length = sequenceLength(bytes);
+    const size_t length = utf8SequenceLength(bytes);
     if (length == 0) return false;
     bytes.remove_prefix(length);
   }

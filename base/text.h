@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,10 @@ namespace revwarden {
 
 /// Whether the bytes are well-formed UTF-8: no overlong forms, surrogates or values past U+10FFFF.
 bool isValidUtf8(std::string_view bytes);
+
+/// The length of the well-formed UTF-8 character at the start of `text`, which is not empty; 0 if
+/// there is none.
+size_t utf8SequenceLength(std::string_view text);
 
 /// Upper case of the ASCII letters; every other byte stays.
 std::string asciiUpperCase(std::string_view text);

@@ -9,7 +9,7 @@
 namespace revwarden {
 namespace {
 
-/// One request and what has come of it. Used by one thread.
+/// One request and its response. Used by one thread.
 class Exchange final : CurlTransfer {
  public:
   Exchange(const URLRequest& request, const CurlConnection::Limits& limits)
@@ -19,14 +19,19 @@ class Exchange final : CurlTransfer {
     ExchangeEnd end;
     end.address = request_.url;
     if (!setUp(request_.url, proxyFor) || !setMethod() || !setProgress()) {
-      end.error = "The request could not be made";
+      end.error = "Cannot prepare the request";
       return end;
     }
     moved();
     const CURLcode code = curl_easy_perform(curl());
     curl_easy_getinfo(curl(), CURLINFO_RESPONSE_CODE, &end.status);
     end.bytesReceived = received_;
-    end.error = refusal_.empty() ? errorOf(code) : refusal_;
+    const Result<> result = resultOf(code);
+    if (!refusal_.empty()) {
+      end.error = refusal_;
+    } else if (!result) {
+      end.error = result.error().message;
+    }
     return end;
   }
 
@@ -48,13 +53,13 @@ class Exchange final : CurlTransfer {
   size_t takeBody(std::string_view bytes) override {
     received_ += static_cast<int64_t>(bytes.size());
     if (bytes.size() > limits_.bodyBytes - body_.size()) {
-      refusal_ = "The answer is larger than " + std::to_string(limits_.bodyBytes) + " bytes";
+      refusal_ = "The response is larger than " + std::to_string(limits_.bodyBytes) + " bytes";
       return 0;
     }
     try {
       body_.append(bytes);
-    } catch (const std::bad_alloc&) {  // it must not pass through libcurl
-      refusal_ = "There is no memory for the answer";
+    } catch (const std::bad_alloc&) {  // must not pass through libcurl
+      refusal_ = "Out of memory for the response";
       return 0;
     }
     return bytes.size();
@@ -78,7 +83,7 @@ class Exchange final : CurlTransfer {
   std::string body_;
   int64_t received_ = 0;
   curl_off_t sent_ = 0;
-  std::string refusal_;
+  std::string refusal_;  // why this class ended the transfer
 };
 
 }  // namespace

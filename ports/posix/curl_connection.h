@@ -13,27 +13,24 @@
 
 namespace revwarden {
 
-/// What became of one exchange.
+/// The outcome of one exchange, for a log.
 struct ExchangeEnd {
-  std::string address;               // as it was asked for
-  long status = 0;                   // of the last answer; 0 when none came
-  int64_t bytesReceived = 0;         // of its body, whether or not that was whole
-  std::optional<std::string> error;  // why there is no body; absent when there is one
+  std::string address;               // of the request
+  long status = 0;                   // HTTP status of the last response; 0 if none came
+  int64_t bytesReceived = 0;         // of the last body, whether or not that was whole
+  std::optional<std::string> error;  // why there is no body; absent if there is one
 };
 
-/// Sends requests with libcurl. Any thread; requests may run side by side.
+/// Sends requests with libcurl, by the rules of CurlTransfer. Any thread; requests may run side by
+/// side.
 ///
-/// GET and POST over http and https. Beyond the request line go only Host and, with a POST,
-/// Content-Length. Up to 20 redirects are followed, to http and https only: after 301, 302 and 303
-/// a POST goes on as a GET, after 307 and 308 it is sent again with its body. The body comes as it
-/// was sent, without content decoding; it comes through the proxy that was chosen, else as the
-/// proxy variables of the environment say.
+/// Only GET and POST. The only headers are Host and, with a POST, Content-Length. After redirect
+/// 301, 302 or 303 a POST goes on as a GET, after 307 or 308 it is sent again with its body.
 ///
-/// There is no limit to the whole time. The exchange fails when for the idle time nothing moved:
-/// no step of connecting, no byte of a body in either direction, no header line. It may be noticed
-/// up to a second late.
+/// The exchange fails when nothing has moved for the idle time: no step of connecting, no byte of a
+/// body in either direction, no header line. That may be noticed up to a second late.
 ///
-/// The first instance prepares libcurl for the process, and has the process ignore SIGPIPE unless
+/// The first instance prepares libcurl for the process, and makes the process ignore SIGPIPE unless
 /// it handles it.
 class CurlConnection final : public URLConnection {
  public:
@@ -44,7 +41,8 @@ class CurlConnection final : public URLConnection {
 
   using Ended = std::function<void(const ExchangeEnd&)>;
 
-  /// `ended` is called once for each request, on its thread, before the answer is returned.
+  /// `ended` is called once for each request, on its thread, before the result is returned. Either
+  /// function may be empty.
   explicit CurlConnection(Ended ended) : CurlConnection(std::move(ended), Limits()) {}
   CurlConnection(Ended ended, Limits limits, ProxyFor proxyFor = {});
 

@@ -13,7 +13,8 @@ namespace {
 
 constexpr long kReceiveBuffer = 512L << 10;
 
-// From a server that is faster than the disk libcurl would take a hundred buffers at a time.
+// The limit of one turn. From a server that is faster than the disk, libcurl would take a hundred
+// buffers at a time.
 constexpr int64_t kBytesOfATurn = int64_t{4} << 20;
 
 bool isHttp(const std::string& url) {
@@ -21,18 +22,18 @@ bool isHttp(const std::string& url) {
   return upper.starts_with("HTTP://") || upper == "HTTPS://";
 }
 
-/// Each turn delivers one event, so that a delegate who has heard enough gets no other. Its calls
-/// are made outside libcurl.
+/// Each turn delivers one event, so that the delegate can stop after any of them. The delegate is
+/// called outside libcurl.
 class CurlDownload final : public URLDownload, CurlTransfer {
  public:
   CurlDownload(const std::string& url, URLDownloadDelegate& delegate,
                const CurlDownloads::Limits& limits, const ProxyFor& proxyFor)
       : CurlTransfer(limits.idle), delegate_(delegate) {
     if (!isHttp(url)) {
-      fail(*errorOf(CURLE_UNSUPPORTED_PROTOCOL));
+      fail(resultOf(CURLE_UNSUPPORTED_PROTOCOL));
     } else if (!multi_ || !setUp(url, proxyFor) || !set(CURLOPT_BUFFERSIZE, kReceiveBuffer) ||
                curl_multi_add_handle(multi_.get(), curl()) != CURLM_OK) {
-      fail("The download could not be begun");
+      fail(Error{"connection", "Cannot prepare the download"});
     }
   }
 
@@ -66,12 +67,10 @@ class CurlDownload final : public URLDownload, CurlTransfer {
   bool tellResponse() {
     const std::string type = header("Content-Type");
     const std::string_view bare = trimmingSpaces(std::string_view(type).substr(0, type.find(';')));
-    curl_off_t length = -1;
-    curl_easy_getinfo(curl(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     stage_ = Stage::beforeDestination;
     delegate_.download_didReceiveResponse(
         {.mimeType = std::string(bare.empty() ? "application/octet-stream" : bare),
-         .expectedLength = length,
+         .expectedLength = expectedLength(),
          .status = static_cast<int>(status())});
     return true;
   }
@@ -81,7 +80,10 @@ class CurlDownload final : public URLDownload, CurlTransfer {
     curl_easy_getinfo(curl(), CURLINFO_EFFECTIVE_URL, &url);
     const auto name = suggestedFilename(header("Content-Disposition"), url ? url : "");
     stage_ = Stage::data;
-    error_ = file_.create(delegate_.download_decideDestinationWithSuggestedFilename(name));
+    const std::string path = delegate_.download_decideDestinationWithSuggestedFilename(name);
+    if (const Result<> created = file_.create(path, expectedLength()); !created) {
+      failToWrite("Cannot create " + path, created.error());
+    }
     return true;
   }
 
@@ -91,8 +93,10 @@ class CurlDownload final : public URLDownload, CurlTransfer {
   }
 
   bool finish() {
-    error_ = file_.finish();
-    if (error_) return tellFailure();
+    if (const Result<> finished = file_.finish(); !finished) {
+      failToWrite("Cannot write " + file_.path(), finished.error());
+      return tellFailure();
+    }
     stage_ = Stage::over;
     delegate_.downloadDidFinish();
     return true;
@@ -109,30 +113,40 @@ class CurlDownload final : public URLDownload, CurlTransfer {
   void transfer() {
     if (stage_ == Stage::data && std::exchange(isPaused_, false)) {
       const CURLcode code = curl_easy_pause(curl(), CURLPAUSE_CONT);
-      if (code != CURLE_OK) fail(*errorOf(code));
+      if (code != CURLE_OK) fail(resultOf(code));
     }
     int running = 0;
     const CURLMcode code = curl_multi_perform(multi_.get(), &running);
-    if (code != CURLM_OK) fail(curl_multi_strerror(code));
+    checkMulti(code);
     if (running == 0) complete();
-    if (idleTimeLeft().count() == 0) fail(kIdleTooLong);
+    if (idleTimeLeft().count() == 0) fail(Error{"connection", kIdleTooLong});
   }
 
   void complete() {
     int left = 0;
     const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left);
     if (!message) return;
-    if (auto error = errorOf(message->data.result)) fail(*error);
+    fail(resultOf(message->data.result));
     hasResponse_ = isComplete_ = true;
   }
 
   void wait() {
     const auto limit = static_cast<int>(idleTimeLeft().count());
-    const CURLMcode code = curl_multi_poll(multi_.get(), nullptr, 0, limit, nullptr);
-    if (code != CURLM_OK) fail(curl_multi_strerror(code));
+    checkMulti(curl_multi_poll(multi_.get(), nullptr, 0, limit, nullptr));
+  }
+
+  void checkMulti(CURLMcode code) {
+    if (code != CURLM_OK) fail(Error{"connection", curl_multi_strerror(code)});
   }
 
   void headEnded() override { hasResponse_ = hasResponse_ || isHeadOfFile(); }
+
+  /// Of the last response; -1 if it does not say.
+  int64_t expectedLength() const {
+    curl_off_t length = -1;
+    curl_easy_getinfo(curl(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    return length;
+  }
 
   /// Of the last response; 0 before the first.
   long status() const {
@@ -151,8 +165,8 @@ class CurlDownload final : public URLDownload, CurlTransfer {
       isPaused_ = true;
       return CURL_WRITEFUNC_PAUSE;
     }
-    if (auto error = file_.write(bytes)) {
-      error_ = error;
+    if (const Result<> written = file_.write(bytes); !written) {
+      failToWrite("Cannot write " + file_.path(), written.error());
       return 0;
     }
     newBytes_ += static_cast<int64_t>(bytes.size());
@@ -162,16 +176,21 @@ class CurlDownload final : public URLDownload, CurlTransfer {
     return bytes.size();
   }
 
-  /// Of the last response; "" without it.
+  /// Of the last response; "" if it has none of that name.
   std::string header(const char* name) const {
     curl_header* found = nullptr;
     if (curl_easy_header(curl(), name, 0, CURLH_HEADER, -1, &found) != CURLHE_OK) return "";
     return found->value;
   }
 
-  /// The first reason is the one to tell.
-  void fail(std::string description) {
-    if (!error_) error_ = URLDownloadError{"connection", std::nullopt, std::move(description)};
+  /// Only the first failure is reported: the others follow from it.
+  void fail(const Result<>& result) {
+    if (!result && !error_) {
+      error_ = URLDownloadError{result.error().code, std::nullopt, result.error().message};
+    }
+  }
+  void failToWrite(std::string what, const Error& why) {
+    if (!error_) error_ = URLDownloadError{why.code, why.message, std::move(what)};
   }
 
   URLDownloadDelegate& delegate_;

@@ -11,8 +11,8 @@ namespace revwarden {
 
 /// Downloads with libcurl, by the rules of CurlTransfer; any number side by side.
 ///
-/// A download fails when for the idle time nothing moved: no step of connecting, no header line, no
-/// byte of the body. What the delegate takes to answer does not count.
+/// A download fails when nothing has moved for the idle time: no step of connecting, no header
+/// line, no byte of the body. Time spent in the delegate does not count.
 class CurlDownloads final : public URLDownloads {
  public:
   struct Limits {

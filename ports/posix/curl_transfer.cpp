@@ -28,7 +28,7 @@ curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
 
 }  // namespace
 
-// Without it curl_easy_init fails, so nobody needs the outcome.
+// The result is ignored: after a failure curl_easy_init fails too.
 void prepareCurl() {
   [[maybe_unused]] static const CURLcode prepared = [] {
     ignoreBrokenPipes();
@@ -54,7 +54,7 @@ bool CurlTransfer::setUp(const std::string& url, const ProxyFor& proxyFor) {
          setProxy(proxyFor ? proxyFor(url) : std::nullopt);
 }
 
-// Who chose has thought of exceptions already: those of the environment are for its own proxies.
+// A chosen proxy replaces the exceptions of the environment too, which are for its own proxies.
 bool CurlTransfer::setProxy(const std::optional<std::string>& proxy) {
   return !proxy || (set(CURLOPT_PROXY, proxy->c_str()) && set(CURLOPT_NOPROXY, ""));
 }
@@ -87,9 +87,9 @@ size_t CurlTransfer::onHeader(char* bytes, size_t, size_t count, void* self) {
 
 void CurlTransfer::addHeaderLine(std::string_view line) {
   moved();
-  if (line.starts_with("HTTP/")) headIsWhole_ = false;
+  if (line.starts_with("HTTP/")) isHeaderWhole_ = false;
   if (line != "\r\n" && line != "\n") return;
-  headIsWhole_ = true;
+  isHeaderWhole_ = true;
   headEnded();
 }
 
@@ -103,19 +103,22 @@ std::chrono::milliseconds CurlTransfer::idleTimeLeft() const {
   return std::max(idle_ - idle, std::chrono::milliseconds(0));
 }
 
-std::optional<std::string> CurlTransfer::errorOf(CURLcode code) const {
+Result<> CurlTransfer::resultOf(CURLcode code) const {
+  constexpr char kCode[] = "connection";
   if (code == CURLE_UNSUPPORTED_PROTOCOL) {
-    // An answer without a head is to libcurl one in the first version of HTTP, which it refuses.
-    const bool isAnswer = std::string_view(errorText_.data()).find("HTTP/0.9") != std::string::npos;
-    return isAnswer ? "The answer is not HTTP" : "The address is neither http nor https";
+    // libcurl takes a response without a header for HTTP 0.9, which it refuses.
+    const bool isResponse =
+        std::string_view(errorText_.data()).find("HTTP/0.9") != std::string::npos;
+    return Error{kCode,
+                 isResponse ? "The response is not HTTP" : "The address is neither http nor https"};
   }
-  if (code == CURLE_URL_MALFORMAT) return "The address is malformed";
+  if (code == CURLE_URL_MALFORMAT) return Error{kCode, "The address is malformed"};
   if (code != CURLE_OK) {
-    return errorText_[0] != '\0' ? errorText_.data() : curl_easy_strerror(code);
+    return Error{kCode, errorText_[0] != '\0' ? errorText_.data() : curl_easy_strerror(code)};
   }
-  // libcurl is content with a connection that ends inside the head.
-  if (!headIsWhole_) return "The answer ended inside its head";
-  return std::nullopt;
+  // libcurl reports success for a connection that ends inside the header.
+  if (!isHeaderWhole_) return Error{kCode, "The response ended inside its header"};
+  return {};
 }
 
 }  // namespace revwarden

@@ -9,21 +9,22 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "ports/posix/proxy_for.h"
 
 namespace revwarden {
 
-/// Prepares libcurl for the process, and has the process ignore SIGPIPE unless it handles it. Any
+/// Prepares libcurl for the process, and makes the process ignore SIGPIPE unless it handles it. Any
 /// thread; to be called before the first transfer.
 void prepareCurl();
 
-/// What all transfers with libcurl have in common: http and https only, also after any of up to 20
-/// redirects; no header line beyond those that HTTP demands; the body as it was sent, without
-/// content decoding; through the proxy that was chosen, else as the proxy variables of the
-/// environment say; all sockets close-on-exec; no limit to the whole time, but a clock for the time
-/// in which nothing moved.
+/// The base of all transfers with libcurl: http and https only, also after any of up to 20
+/// redirects; no header line except those that HTTP demands; the body as it was sent, without
+/// content decoding; through the proxy chosen by `ProxyFor`; all sockets close-on-exec. The whole
+/// transfer has no time limit, but an idle clock measures the time in which nothing arrived or was
+/// sent.
 ///
-/// Used by one thread. The address and the limit are for the whole life of the object.
+/// Used by one thread. An object makes one transfer.
 class CurlTransfer {
  public:
   CurlTransfer(const CurlTransfer&) = delete;
@@ -35,8 +36,8 @@ class CurlTransfer {
   explicit CurlTransfer(std::chrono::milliseconds idle) : idle_(idle) {}
   virtual ~CurlTransfer() = default;
 
-  /// Sets all of the above for a GET of this address. `proxyFor` may be empty. False when there is
-  /// no memory.
+  /// Sets all of the above for a GET of this address. `proxyFor` may be empty. Returns false when
+  /// there is no memory.
   bool setUp(const std::string& url, const ProxyFor& proxyFor);
 
   template <typename T>
@@ -45,21 +46,22 @@ class CurlTransfer {
   }
   CURL* curl() const { return curl_.get(); }
 
-  /// Takes bytes of the body of the last response; called inside libcurl, which ends the transfer
-  /// when not all are taken, and keeps them for later at CURL_WRITEFUNC_PAUSE.
+  /// Receives bytes of the body of the last response. Called inside libcurl. Returns their number;
+  /// less ends the transfer, and CURL_WRITEFUNC_PAUSE makes libcurl keep them for later.
   virtual size_t takeBody(std::string_view bytes) = 0;
 
-  /// Called inside libcurl at the end of each head, those of redirects and interim ones included.
+  /// Called inside libcurl at the end of the header of each response, including redirects and
+  /// interim ones.
   virtual void headEnded() {}
 
-  /// Starts the idle clock again. A header line, bytes of a body and a finished connection do so
-  /// by themselves.
+  /// Restarts the idle clock. A header line, bytes of a body and an established connection restart
+  /// it without this call.
   void moved() { lastMove_ = Clock::now(); }
   std::chrono::milliseconds idleTimeLeft() const;
-  static constexpr const char* kIdleTooLong = "Timed out: nothing moved for too long";
+  static constexpr const char* kIdleTooLong = "Timed out: no data arrived for too long";
 
-  /// Why a transfer that libcurl ended so brought no whole body; absent when it did.
-  std::optional<std::string> errorOf(CURLcode code) const;
+  /// Success if a transfer that ended with `code` brought a whole body, else why it did not.
+  Result<> resultOf(CURLcode code) const;
 
  private:
   struct CurlDeleter {
@@ -84,7 +86,7 @@ class CurlTransfer {
   std::array<char, CURL_ERROR_SIZE> errorText_{};
   const HeaderList headers_ = withoutHeaders();
   const std::unique_ptr<CURL, CurlDeleter> curl_{curl_easy_init()};
-  bool headIsWhole_ = false;
+  bool isHeaderWhole_ = false;
   Clock::time_point lastMove_ = Clock::now();
 };
 

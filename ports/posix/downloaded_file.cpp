@@ -9,38 +9,50 @@
 #include <system_error>
 
 #include "ports/posix/file_identity.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
+namespace {
 
-URLDownloadError DownloadedFile::error(const char* action, int code) const {
-  const bool isFull = code == ENOSPC || code == EDQUOT || code == EFBIG;
-  return {isFull ? "noSpace" : "notWritable", std::generic_category().message(code),
-          std::string(action) + " " + path_};
+Error notWritable(int number) {
+  Error error = systemError(number);
+  if (error.code.empty()) error.code = "notWritable";
+  return error;
 }
 
-std::optional<URLDownloadError> DownloadedFile::create(const std::string& path) {
+}  // namespace
+
+Result<> DownloadedFile::create(const std::string& path, int64_t expectedSize) {
   path_ = path;
+  expectedSize_ = expectedSize;
   std::error_code failed;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), failed);
-  if (failed) return error("Cannot make the folder of", failed.value());
-  if (::unlink(path.c_str()) != 0 && errno != ENOENT) return error("Cannot replace", errno);
+  if (failed) return notWritable(failed.value());
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) return notWritable(errno);
   file_ = FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-  if (!file_) return error("Cannot create", errno);
-  return std::nullopt;
+  if (!file_) return notWritable(errno);
+  return {};
 }
 
-std::optional<URLDownloadError> DownloadedFile::write(std::string_view bytes) {
-  if (!writeBytes(file_.get(), bytes)) return error("Cannot write", errno);
-  return std::nullopt;
+Result<> DownloadedFile::write(std::string_view bytes) {
+  if (writeBytes(file_.get(), bytes)) return {};
+  return failure();
 }
 
-// A full disk may show only when the file is closed. Its descriptor is gone then, so the close that
-// is looked at is that of a second one.
-std::optional<URLDownloadError> DownloadedFile::finish() {
+// A full disk may show only when the file is closed, and after that its descriptor is gone. So the
+// close that is checked is that of a second one.
+Result<> DownloadedFile::finish() {
   const int second = ::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0);
-  if (second < 0 || (::close(second) != 0 && errno != EINTR)) return error("Cannot write", errno);
+  if (second < 0 || (::close(second) != 0 && errno != EINTR)) return failure();
   file_ = FileDescriptor();
-  return std::nullopt;
+  return {};
+}
+
+// The file is useless now. It is emptied first, so that the space it took counts as free.
+Error DownloadedFile::failure() const {
+  const Error error = notWritable(errno);
+  if (error.code != kNoSpace || ::ftruncate(file_.get(), 0) != 0) return error;
+  return withSpace(error, file_.get(), expectedSize_);
 }
 
 void DownloadedFile::remove() {

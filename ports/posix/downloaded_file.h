@@ -1,16 +1,19 @@
 #pragma once
 
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "platform/url_download.h"
+#include "base/result.h"
 #include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 
-/// The file that a download writes, under its final name from the start. Destroying the object
-/// removes it unless it was finished. Used by one thread.
+/// The file that a download writes, under its final name from the start. The destructor removes it
+/// unless it was finished. Used by one thread.
+///
+/// Errors say why, not where. Codes: "noSpace", with what the download needs and what is free;
+/// "notWritable".
 class DownloadedFile {
  public:
   DownloadedFile() = default;
@@ -18,23 +21,24 @@ class DownloadedFile {
   DownloadedFile& operator=(const DownloadedFile&) = delete;
   ~DownloadedFile() { remove(); }
 
-  // Each answers why it failed; absent on success.
-
-  /// Puts a new, empty file in the place of whatever is there, except a folder: a link is replaced,
-  /// not followed. Makes missing folders above it.
-  std::optional<URLDownloadError> create(const std::string& path);
-  std::optional<URLDownloadError> write(std::string_view bytes);
+  /// Replaces what is at the path, except a folder, by a new, empty file: a link is replaced, not
+  /// followed. Makes missing folders above it. `expectedSize` is in bytes, -1 if unknown.
+  Result<> create(const std::string& path, int64_t expectedSize);
+  Result<> write(std::string_view bytes);
   /// Closes the file, which stays.
-  std::optional<URLDownloadError> finish();
+  Result<> finish();
 
   /// Removes an unfinished file, unless another one has taken its place.
   void remove();
 
+  const std::string& path() const { return path_; }
+
  private:
-  URLDownloadError error(const char* action, int code) const;
+  Error failure() const;
   bool isStillThere() const;
 
   std::string path_;
+  int64_t expectedSize_ = -1;
   FileDescriptor file_;  // none before create() and after finish()
 };
 

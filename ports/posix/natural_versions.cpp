@@ -244,17 +244,6 @@ class NaturalVersion final : public KQVersion {
   const std::vector<Step> steps_;
 };
 
-std::string_view withoutWhiteSpace(std::string_view text) {
-  constexpr std::string_view kBreaks = "\n\r\v\f";
-  for (size_t before = text.size() + 1; before != text.size();) {
-    before = text.size();
-    text = trimmingSpaces(text);
-    while (!text.empty() && kBreaks.find(text.front()) != kBreaks.npos) text.remove_prefix(1);
-    while (!text.empty() && kBreaks.find(text.back()) != kBreaks.npos) text.remove_suffix(1);
-  }
-  return text;
-}
-
 std::optional<std::string> textOf(const Value& value) {
   if (const auto* text = value.as<std::string>()) return *text;
   if (const auto* number = value.as<int64_t>()) return std::to_string(*number);
@@ -270,7 +259,7 @@ std::optional<std::string> textOf(const Value& value) {
 Versions::VersionRef NaturalVersions::versionWithValue(const Value* value) const {
   const auto text = value != nullptr ? textOf(*value) : std::nullopt;
   if (!text) return nullptr;
-  auto version = std::make_shared<const NaturalVersion>(withoutWhiteSpace(*text));
+  auto version = std::make_shared<const NaturalVersion>(trimmingSpacesAndLineBreaks(*text));
   return version->saysNothing() ? nullptr : version;
 }
 

@@ -5,80 +5,69 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <functional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
+#include "ports/posix/text_tail.h"
 
 namespace revwarden {
 namespace {
 
 constexpr size_t kCollectedBytes = size_t{16} << 20;
-constexpr size_t kCollectedErrors = 4096;
 
 bool isOnlyForNow(int error) {
   return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
 }
 
-/// What was read from a pipe: its beginning or its end, up to a number of bytes.
-struct Collected {
-  FileDescriptor pipe;  // invalid once it has ended, or if nothing is to be read
-  size_t limit;
-  bool keepsEnd;
-  std::string bytes;
-
-  void read() {
-    std::array<char, 65536> buffer;
-    const ssize_t count = ::read(pipe.get(), buffer.data(), buffer.size());
-    if (count < 0 && isOnlyForNow(errno)) return;
-    if (count <= 0) {
-      pipe = {};
-      return;
-    }
-    const size_t length = static_cast<size_t>(count);
-    bytes.append(buffer.data(), keepsEnd ? length : std::min(length, limit - bytes.size()));
-    if (bytes.size() > limit) bytes.erase(0, bytes.size() - limit);
+/// Reads what a pipe contains and passes it to `use`. Closes the pipe at its end.
+void read(FileDescriptor& pipe, const std::function<void(std::string_view)>& use) {
+  std::array<char, 65536> buffer;
+  const ssize_t count = ::read(pipe.get(), buffer.data(), buffer.size());
+  if (count < 0 && isOnlyForNow(errno)) return;
+  if (count <= 0) {
+    pipe = {};
+  } else {
+    use({buffer.data(), static_cast<size_t>(count)});
   }
-};
+}
 
-/// This process's ends of the pipes to a child. They are served side by side: a child may fill one
-/// before it turns to the other.
+/// This process's ends of the pipes to a child. All are served at the same time: a child may fill
+/// one pipe before it reads or writes another.
 class Conversation {
  public:
   Conversation(FileDescriptor toChild, std::string_view input, FileDescriptor output,
                FileDescriptor errors)
       : toChild_(std::move(toChild)),
         input_(input),
-        output_{std::move(output), kCollectedBytes, false, {}},
-        errors_{std::move(errors), kCollectedErrors, true, {}} {
+        fromOutput_(std::move(output)),
+        fromErrors_(std::move(errors)) {
     if (toChild_) ::fcntl(toChild_.get(), F_SETFL, O_NONBLOCK);
   }
 
-  /// Until the input is written or nobody reads it any more, and output and errors have ended.
+  /// Returns when the input is written or cannot be written any more, and output and errors have
+  /// ended.
   void run() {
     if (input_.empty()) toChild_ = {};
-    while (toChild_ || output_.pipe || errors_.pipe) {
-      std::array<pollfd, 3> ends{{{toChild_.get(), POLLOUT, 0},  // -1 is passed over
-                                  {output_.pipe.get(), POLLIN, 0},
-                                  {errors_.pipe.get(), POLLIN, 0}}};
+    while (toChild_ || fromOutput_ || fromErrors_) {
+      std::array<pollfd, 3> ends{{{toChild_.get(), POLLOUT, 0},  // poll ignores -1
+                                  {fromOutput_.get(), POLLIN, 0},
+                                  {fromErrors_.get(), POLLIN, 0}}};
       if (::poll(ends.data(), ends.size(), -1) < 0 && errno != EINTR) break;
       if (ends[0].revents != 0) write();
-      if (ends[1].revents != 0) output_.read();
-      if (ends[2].revents != 0) errors_.read();
+      if (ends[1].revents != 0) read(fromOutput_, [this](auto bytes) { keepOutput(bytes); });
+      if (ends[2].revents != 0) read(fromErrors_, [this](auto bytes) { errors_.append(bytes); });
     }
   }
 
-  std::string takeOutput() { return std::move(output_.bytes); }
-  std::string takeErrors() {
-    errors_.bytes.erase(errors_.bytes.find_last_not_of("\r\n") + 1);
-    return std::move(errors_.bytes);
-  }
+  std::string takeOutput() { return std::move(output_); }
+  std::string errors() const { return errors_.text(); }
 
  private:
   void write() {
@@ -88,9 +77,16 @@ class Conversation {
     if (input_.empty()) toChild_ = {};
   }
 
+  // The rest of a longer output is read too: the child could not end otherwise.
+  void keepOutput(std::string_view bytes) {
+    output_.append(bytes.substr(0, kCollectedBytes - output_.size()));
+  }
+
   FileDescriptor toChild_;
   std::string_view input_;
-  Collected output_, errors_;
+  FileDescriptor fromOutput_, fromErrors_;
+  std::string output_;
+  TextTail errors_;
 };
 
 std::optional<std::vector<std::string>> environmentOf(const ChildProcess& child) {
@@ -118,14 +114,14 @@ std::optional<ChildProcesses::Completion> RunningChildren::run(const std::string
                             child.input ? std::string_view(*child.input) : std::string_view(),
                             output ? std::move(output->readEnd) : FileDescriptor(),
                             errors ? std::move(errors->readEnd) : FileDescriptor());
-  // The child's ends must be the child's alone, else no pipe would ever end.
+  // Only the child may hold its ends, else no pipe would ever end.
   input.reset();
   output.reset();
   errors.reset();
   conversation.run();
   ChildProcesses::Completion completion;
   completion.output = conversation.takeOutput();
-  completion.errors = conversation.takeErrors();
+  completion.errors = conversation.errors();
   completion.exitStatus = waitForEndOf(pid);
   return completion;
 }
@@ -139,7 +135,7 @@ pid_t RunningChildren::start(const std::string& program, const ChildProcess& chi
   request.input = streams.input;
   request.output = streams.output;
   request.error = streams.errors;
-  // Also without a terminal, on which one might ask for a password and wait for ever.
+  // Without a terminal, on which a program could wait for a password forever.
   request.belongs = SpawnRequest::Belongs::inOwnSession;
   const std::lock_guard lock(mutex_);
   if (ended_) return -1;

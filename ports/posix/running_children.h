@@ -11,17 +11,18 @@
 
 namespace revwarden {
 
-/// Runs child processes and can end all that run. Each child leads a session of its own, without a
-/// terminal, so that what it starts in turn ends with it. The host ignores SIGPIPE. Any thread.
+/// Runs child processes, and can kill all that run. Each child leads a session of its own, without
+/// a terminal, so that the processes that it starts can be killed with it. The process must ignore
+/// SIGPIPE. Any thread.
 class RunningChildren {
  public:
-  /// As `ChildProcesses::run`, but with exactly this program. The end of the output comes when
-  /// nobody holds it open any more, the child's own children included.
+  /// As `ChildProcesses::run`, but with exactly this program. Collected output and errors end when
+  /// no process has them open any more, including processes that the child started.
   std::optional<ChildProcesses::Completion> run(const std::string& program,
                                                 const ChildProcess& child);
 
-  /// Kills all children with what they started, and lets no other be started. Waits for nothing but
-  /// a start under way.
+  /// Kills all children with the processes that they started, and forbids to start others. Waits
+  /// only for a start that is under way.
   void endAll();
 
  private:
@@ -32,9 +33,9 @@ class RunningChildren {
   pid_t start(const std::string& program, const ChildProcess& child, const Streams& streams);
   int waitForEndOf(pid_t pid);
 
-  std::mutex mutex_;  // held from a child's start until it is known, and never while it is reaped
+  std::mutex mutex_;  // held while a child is started and entered, not while it is reaped
   bool ended_ = false;
-  std::set<pid_t> running_;  // not reaped yet, so that no other process can have these ids
+  std::set<pid_t> running_;  // not reaped yet, so no other process can have these ids
 };
 
 }  // namespace revwarden

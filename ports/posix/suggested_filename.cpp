@@ -1,7 +1,8 @@
 #include "ports/posix/suggested_filename.h"
 
+#include <curl/curl.h>
+
 #include <algorithm>
-#include <charconv>
 #include <map>
 
 #include "base/text.h"
@@ -9,11 +10,11 @@
 namespace revwarden {
 namespace {
 
-// File systems take 255 bytes; who unpacks or renames the file adds an ending.
+// File systems allow 255 bytes. The rest is for endings that unpacking and renaming add.
 constexpr size_t kLongestName = 240;
 constexpr size_t kLongestExtension = 32;
 
-/// Cuts off the text before the next semicolon that is not quoted.
+/// Removes the text before the next semicolon that is not quoted, and returns it.
 std::string_view takeParameter(std::string_view& header) {
   bool isQuoted = false;
   size_t end = 0;
@@ -50,32 +51,26 @@ std::map<std::string, std::string> parametersOf(std::string_view header) {
   return parameters;
 }
 
-/// What is no escape stays as it is.
-std::string percentDecoded(std::string_view text) {
-  std::string decoded;
-  for (size_t i = 0; i < text.size(); ++i) {
-    unsigned char byte = 0;
-    const char* const digits = text.data() + i + 1;
-    if (text[i] == '%' && i + 2 < text.size() &&
-        std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
-      decoded += static_cast<char>(byte);
-      i += 2;
-    } else {
-      decoded += text[i];
-    }
-  }
-  return decoded;
+/// Text that is no escape stays as it is.
+std::string percentDecoded(const std::string& text) {
+  int length = 0;
+  char* const decoded =
+      curl_easy_unescape(nullptr, text.data(), static_cast<int>(text.size()), &length);
+  if (!decoded) return "";
+  std::string result(decoded, static_cast<size_t>(length));
+  curl_free(decoded);
+  return result;
 }
 
-/// The text of "UTF-8'en'na%C3%AFve.zip". Its charset is UTF-8 or ISO-8859-1, which shows in the
-/// bytes; others are not understood.
+/// The text of "UTF-8'en'na%C3%AFve.zip". Empty if the charset is neither UTF-8 nor ISO-8859-1,
+/// which `asUtf8` tells apart.
 std::string extendedValue(std::string_view value) {
   const size_t charsetEnd = value.find('\'');
   const size_t languageEnd = value.find('\'', charsetEnd + 1);
   if (charsetEnd == value.npos || languageEnd == value.npos) return "";
   const std::string charset = asciiUpperCase(value.substr(0, charsetEnd));
   if (charset != "UTF-8" && charset != "ISO-8859-1") return "";
-  return percentDecoded(value.substr(languageEnd + 1));
+  return percentDecoded(std::string(value.substr(languageEnd + 1)));
 }
 
 std::string_view pathOf(std::string_view url) {
@@ -90,14 +85,14 @@ bool isControl(unsigned char byte) {
   return byte < 0x20 || byte == 0x7f;
 }
 
-/// Bytes that are no UTF-8 are what they always were before it: ISO-8859-1.
+/// Bytes that are not UTF-8 are read as ISO-8859-1.
 std::string asUtf8(const std::string& bytes) {
   if (isValidUtf8(bytes)) return bytes;
   std::string text;
   for (const unsigned char byte : bytes) {
     if (byte < 0x80) {
       text += static_cast<char>(byte);
-    } else if (byte >= 0xa0) {  // below are control characters
+    } else if (byte >= 0xa0) {  // below: control characters
       text += static_cast<char>(0xc0 | byte >> 6);
       text += static_cast<char>(0x80 | (byte & 0x3f));
     }
@@ -105,7 +100,7 @@ std::string asUtf8(const std::string& bytes) {
   return text;
 }
 
-/// At most `size` bytes of it, without half a character at the end.
+/// At most the first `size` bytes, without part of a character at the end.
 std::string_view firstBytes(std::string_view text, size_t size) {
   if (text.size() <= size) return text;
   while (size > 0 && (text[size] & 0xc0) == 0x80) --size;
@@ -136,7 +131,7 @@ std::optional<std::string> suggestedFilename(std::string_view contentDisposition
   auto parameters = parametersOf(contentDisposition);
   if (auto name = cleaned(extendedValue(parameters["FILENAME*"]))) return name;
   if (auto name = cleaned(parameters["FILENAME"])) return name;
-  return cleaned(percentDecoded(pathOf(url)));
+  return cleaned(percentDecoded(std::string(pathOf(url))));
 }
 
 }  // namespace revwarden

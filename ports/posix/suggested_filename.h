@@ -6,12 +6,11 @@
 
 namespace revwarden {
 
-/// The name that a server suggests for what it sends: of its Content-Disposition header
-/// ("filename*" before "filename"), else the last component of the path of the address.
+/// The file name that a server suggests for a download: from the Content-Disposition header
+/// ("filename*" before "filename"), else the last component of the path in the address.
 ///
-/// Whatever the server says, the name is a single path component, neither "." nor "..", well-formed
-/// UTF-8 without control characters, and short enough for any file system with some letters added
-/// to it. Absent when nothing is left of the suggestion.
+/// The input is untrusted. The name is a single path component, neither "." nor "..", well-formed
+/// UTF-8 without control characters, at most 240 bytes long. Returns nullopt if nothing is left.
 std::optional<std::string> suggestedFilename(std::string_view contentDisposition,
                                              std::string_view url);
 

@@ -7,7 +7,7 @@
 namespace revwarden {
 namespace {
 
-// What is to be done with a byte.
+// How a byte is written.
 enum Kind : unsigned char { kPlain, kForbidden, kEscaped, kEscapedInAttribute, kMultibyte };
 
 constexpr std::array<Kind, 256> kKinds = [] {
@@ -42,14 +42,12 @@ std::string_view escapeOf(char c) {
   }
 }
 
-// The length of the character at the front of `text`, which begins with a byte past ASCII; 0 when
-// it is broken or one of the two that XML forbids.
+// The length of the character at the start of `text`; 0 if it is malformed or U+FFFE or U+FFFF,
+// which XML forbids.
 size_t multibyteLength(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  const size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  const size_t length = utf8SequenceLength(text);
   const std::string_view character = text.substr(0, length);
-  if (character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF") return 0;
-  return isValidUtf8(character) ? length : 0;
+  return character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF" ? 0 : length;
 }
 
 void appendEscaped(std::string& out, std::string_view text, bool inAttribute) {

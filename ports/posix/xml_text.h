@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-// Text as XML 1.0 holds it. Characters that XML forbids and bytes that are no UTF-8 are dropped.
+// Escapes text for XML 1.0. Characters that XML forbids and bytes that are not UTF-8 are left out.
 namespace revwarden {
 
 /// Appends `text` as the content of an element.
@@ -13,7 +13,8 @@ void appendXmlText(std::string& out, std::string_view text);
 /// breaks survive reading.
 void appendXmlAttributeValue(std::string& out, std::string_view text);
 
-/// Appends `name` as the name of an element or attribute; what a name cannot hold is dropped.
+/// Appends `name` as the name of an element or attribute. Characters that a name cannot contain are
+/// left out.
 void appendXmlName(std::string& out, std::string_view name);
 
 }  // namespace revwarden

@@ -63,8 +63,8 @@ class Download : public testing::Test, protected URLDownloadDelegate {
   void downloadDidFinish() override { events.push_back("finish"); }
   void download_didFailWithError(const URLDownloadError& error) override {
     EXPECT_FALSE(fs::is_regular_file(file));
-    events.push_back("failure " + error.localizedFailureReason.value_or("") + "; " +
-                     error.localizedDescription.value_or(""));
+    events.push_back("failure " + error.code + " " + error.localizedFailureReason.value_or("") +
+                     "; " + error.localizedDescription.value_or(""));
   }
 
   const ScratchFolder folder;
@@ -118,7 +118,7 @@ TEST_F(Download, WhatDoesNotComeWholeFailsAndLeavesNoFile) {
         std::string("HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\n\r\n")}) {
     expectFailure(run(answer, "/a"));
   }
-  expectFailure(run("no HTTP\r\n\r\n", "/a"), "not HTTP");
+  expectFailure(run("no HTTP\r\n\r\n", "/a"), "connection ; The response is not HTTP");
   for (const char* url :
        {"file:///etc/hostname", "ftp://127.0.0.1/a", "127.0.0.1/a", "", "http://"}) {
     expectFailure(run(url));
@@ -142,7 +142,7 @@ TEST_F(Download, ReplacesAFileOrALinkButNoFolder) {
   EXPECT_EQ(folder.read("new/folder/file"), "fresh");
   fs::remove(file);
   fs::create_directory(file);
-  expectFailure(run(answer, "/"), "Cannot replace " + file.string());
+  expectFailure(run(answer, "/"), "Cannot create " + file.string());
 }
 
 TEST_F(Download, AFileThatCannotBeWrittenWholeIsRemoved) {
@@ -151,7 +151,8 @@ TEST_F(Download, AFileThatCannotBeWrittenWholeIsRemoved) {
   const rlimit small{1'000'000, old.rlim_max};
   setrlimit(RLIMIT_FSIZE, &small);
   std::signal(SIGXFSZ, SIG_IGN);
-  expectFailure(run(kOk + "\r\n" + std::string(2'000'000, 'x'), "/"), "File too large");
+  expectFailure(run(kOk + "\r\n" + std::string(2'000'000, 'x'), "/"),
+                "noSpace File too large; Cannot write " + file.string());
   setrlimit(RLIMIT_FSIZE, &old);
 }
 

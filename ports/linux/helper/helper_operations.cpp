@@ -11,7 +11,7 @@
 #include "base/text.h"
 #include "ports/linux/files/trash.h"
 #include "ports/linux/files/trash_entry.h"
-#include "ports/linux/helper/script_run.h"
+#include "ports/linux/helper/package_script.h"
 #include "ports/posix/copy_tree.h"
 #include "ports/posix/directory.h"
 #include "ports/posix/staging_directory.h"
@@ -131,7 +131,8 @@ Result<std::string> HelperOperations::runPackageScript(const std::string& script
                                                        const std::string& package) {
   if (Refusal refusal = refusalOfScript(script, user_)) return *refusal;
   if (Refusal refusal = refusalOfPackage(package)) return *refusal;
-  if (auto error = runScript(script, package, agent_)) return Error{"packageFailed", *error};
+  const Result<> ran = revwarden::runPackageScript(script, package, agent_);
+  if (!ran) return ran.error();
   return std::string();
 }
 
