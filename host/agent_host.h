@@ -9,14 +9,14 @@ namespace revwarden {
 class EventLog;
 class Notices;
 
-/// The host agent application that this process is, and what it does for update jobs. What it hands
-/// out must not outlive it.
+/// This process as the host agent application, and its services for update jobs. The objects it
+/// returns must not outlive it.
 class AgentHost final : public HostApplication, public HostJobSupport {
  public:
-  /// Starts the program of an application's bundle; whether it did. Any thread.
+  /// Starts the program of an application's bundle and returns true if it started. Any thread.
   using Launch = std::function<bool(const std::string& bundlePath)>;
 
-  /// `hostAppPath` with its links resolved.
+  /// `hostAppPath` has its links resolved.
   AgentHost(Notices& notices, EventLog& events, std::optional<std::string> hostAppPath,
             Launch launch)
       : notices_(notices),
@@ -28,15 +28,15 @@ class AgentHost final : public HostApplication, public HostJobSupport {
   void showNotification(const HostNotification& notification) override;
   std::optional<std::string> hostAppPath() override { return hostAppPath_; }
 
-  /// The Revwarden window of the user interface is whoever listens to the events.
+  /// Returns a proxy whose call becomes the event `openRevwarden`: a user interface listens for it.
   std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(
       std::string_view targetId, std::string_view protocolName) override;
 
-  /// Always launches: bringing to the front is what the host product does when it runs already.
+  /// Always launches the host product, which comes to the front if it is running already.
   void activateHostApp() override;
   std::shared_ptr<NotificationTarget> notificationTarget() override;
 
-  /// Nothing here watches for removed applications: whoever listens to the events may.
+  /// Returns an object whose calls become events, for clients that watch for removed applications.
   std::shared_ptr<KQUninstallerAgent> instanceWithClassName(std::string_view name) override;
 
  private:

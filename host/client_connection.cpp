@@ -41,7 +41,7 @@ void ClientConnection::endOutput() {
 }
 
 std::optional<std::string> ClientConnection::takeRequest() {
-  if (!hasRoomForRequest()) return std::nullopt;
+  if (!mayTakeRequest()) return std::nullopt;
   const size_t lineBreak = received_.find('\n', scanned_);
   const bool whole = lineBreak != std::string::npos;
   const size_t end = whole ? lineBreak : received_.size();
@@ -111,13 +111,13 @@ void ClientConnection::send() {
   }
 }
 
-bool ClientConnection::hasRoomForRequest() const {
+bool ClientConnection::mayTakeRequest() const {
   return unanswered_ < limits_.requests && unansweredBytes_ <= limits_.line &&
          waitingBytes_ <= limits_.backlog;
 }
 
 bool ClientConnection::wantsToReceive() const {
-  return !inputEnded_ && hasRoomForRequest();
+  return !inputEnded_ && mayTakeRequest();
 }
 
 bool ClientConnection::isOver() const {

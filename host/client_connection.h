@@ -11,19 +11,19 @@
 
 namespace revwarden {
 
-/// One client of the control socket: takes its lines apart and keeps what waits to be sent to it.
+/// One client of the control socket: splits its input into lines and queues output to it.
 ///
-/// Its descriptor never blocks. Passive, and not safe across threads.
+/// The descriptor is non-blocking. Passive; not thread-safe.
 class ClientConnection {
  public:
-  /// A line, with its line break, that may wait for many clients at once.
+  /// A line with its line break; the queues of several clients share it.
   using Line = std::shared_ptr<const std::string>;
   using Clock = std::chrono::steady_clock;
 
   struct Limits {
-    size_t line = 16 << 20;     // bytes of a client's line
-    size_t backlog = 16 << 20;  // bytes that may wait for as long as they like
-    std::chrono::milliseconds patience = std::chrono::seconds(30);  // when more than these wait
+    size_t line = 16 << 20;     // bytes of a line from the client
+    size_t backlog = 16 << 20;  // bytes that may be queued without a time limit
+    std::chrono::milliseconds patience = std::chrono::seconds(30);  // when more are queued
     size_t requests = 16;  // unanswered at a time; further ones are not read
   };
 
@@ -32,37 +32,39 @@ class ClientConnection {
 
   int descriptor() const { return socket_.get(); }
 
-  /// Reads what has arrived; whether that was anything.
+  /// Reads what has arrived. Returns true if that was anything.
   bool receive();
 
-  /// To be called once the client is gone: reads what it has left; nothing is sent any more.
+  /// Call it when the client has closed the connection: reads what it sent before; nothing is sent
+  /// to it any more.
   void hangUp();
 
-  /// The next line, without its line break, when a further request may be begun; `didAnswer` must
-  /// follow. What comes after the last line break counts as a line once the client has ended its
-  /// side. When a line grows too long this queues the error and `isOver` holds when it is sent.
+  /// Returns the next line, without its line break, if there is one and a further request may
+  /// start; `didAnswer` must follow. After the client has ended its output, the rest counts as a
+  /// line. A line over the limit ends the connection: an error is queued, and `isOver` is true once
+  /// it is sent.
   std::optional<std::string> takeRequest();
 
-  /// The request that was taken with this many bytes is done.
+  /// The request of this many bytes was answered.
   void didAnswer(size_t requestBytes);
 
   void queue(Line line);
 
-  /// Sends as much as the client takes.
+  /// Sends as much as the client accepts.
   void send();
 
   bool wantsToReceive() const;
   bool wantsToSend() const { return !waiting_.empty(); }
 
-  /// Nothing is left to do: the client's side has ended, all is answered and sent.
+  /// Returns true if the client has ended its output and everything is answered and sent.
   bool isOver() const;
 
-  /// When the connection is to be dropped unless the client reads until then; absent when not too
-  /// much waits. To be asked after each `send`.
+  /// Returns when to drop the connection if the client reads nothing until then; absent while the
+  /// backlog is small. Call it after each `send`.
   std::optional<Clock::time_point> deadline(Clock::time_point now);
 
  private:
-  bool hasRoomForRequest() const;
+  bool mayTakeRequest() const;
   void refuseLongLine();
   void endOutput();
 
@@ -70,18 +72,18 @@ class ClientConnection {
   const Limits limits_;
 
   std::string received_;
-  size_t begin_ = 0;    // of the current line
-  size_t scanned_ = 0;  // no line break between begin_ and here
+  size_t begin_ = 0;    // start of the current line
+  size_t scanned_ = 0;  // there is no line break from begin_ up to here
   bool inputEnded_ = false;
 
   size_t unanswered_ = 0;
   size_t unansweredBytes_ = 0;
 
   std::deque<Line> waiting_;
-  size_t waitingBytes_ = 0;  // without those of the first line that are sent
+  size_t waitingBytes_ = 0;  // not yet sent
   size_t sentOfFirst_ = 0;
-  bool outputEnded_ = false;  // what would be sent is forgotten
-  bool hasRead_ = false;      // since `deadline` was asked last
+  bool outputEnded_ = false;  // further output is dropped
+  bool hasRead_ = false;      // since the last call of `deadline`
   std::optional<Clock::time_point> stalledSince_;
 };
 

@@ -7,18 +7,18 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 
 #include "host/diagnostics.h"
 #include "host/json_rpc.h"
 #include "platform/run_loop.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
 
 constexpr uint64_t kWakeId = 0;
-constexpr uint64_t kListenerId = 1;  // clients have the numbers above
+constexpr uint64_t kListenerId = 1;  // clients have higher ids
 constexpr auto kAcceptPause = std::chrono::seconds(1);
 
 bool isAllowed(int fd) {
@@ -28,7 +28,7 @@ bool isAllowed(int fd) {
          (peer.uid == ::geteuid() || peer.uid == 0);
 }
 
-/// Milliseconds to wait, rounded up; -1 without a deadline.
+// Milliseconds to wait, rounded up; -1 without a deadline.
 int timeoutUntil(const std::optional<ClientConnection::Clock::time_point>& deadline) {
   if (!deadline) return -1;
   const auto left =
@@ -43,11 +43,9 @@ void keepEarlier(std::optional<ClientConnection::Clock::time_point>& deadline,
 
 }  // namespace
 
-std::unique_ptr<ControlSocket> ControlSocket::create(FileDescriptor listener, RunLoop& mainLoop,
-                                                     const Diagnostics& diagnostics,
-                                                     Answerer answerer,
-                                                     const ClientConnection::Limits& limits,
-                                                     std::string& error) {
+Result<std::unique_ptr<ControlSocket>> ControlSocket::create(
+    FileDescriptor listener, RunLoop& mainLoop, const Diagnostics& diagnostics, Answerer answerer,
+    const ClientConnection::Limits& limits) {
   FileDescriptor poll(::epoll_create1(EPOLL_CLOEXEC));
   FileDescriptor wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   std::unique_ptr<ControlSocket> socket(new ControlSocket(std::move(listener), std::move(poll),
@@ -55,14 +53,12 @@ std::unique_ptr<ControlSocket> ControlSocket::create(FileDescriptor listener, Ru
                                                           std::move(answerer), limits));
   if (!socket->watch(EPOLL_CTL_ADD, socket->wake_.get(), kWakeId, EPOLLIN) ||
       !socket->watch(EPOLL_CTL_ADD, socket->listener_.get(), kListenerId, EPOLLIN)) {
-    error = std::string("cannot wait for clients: ") + std::strerror(errno);
-    return nullptr;
+    return systemError("cannot wait for clients");
   }
   try {
     socket->thread_ = std::thread([raw = socket.get()] { raw->run(); });
   } catch (const std::system_error& failure) {
-    error = std::string("cannot start a thread: ") + failure.what();
-    return nullptr;
+    return Error{"", std::string("cannot start a thread: ") + failure.what()};
   }
   return socket;
 }
@@ -91,6 +87,15 @@ void ControlSocket::notify(std::string_view method, std::string_view params) {
   const auto line = std::make_shared<const std::string>(rpcNotification(method, params) + '\n');
   for (auto& [id, client] : clients_) client.connection.queue(line);
   wake();
+}
+
+void ControlSocket::flush(std::chrono::milliseconds limit) {
+  std::unique_lock lock(mutex_);
+  // By the wall clock: ThreadSanitizer does not see waits by the steady clock.
+  sent_.wait_until(lock, std::chrono::system_clock::now() + limit, [this] {
+    return std::none_of(clients_.begin(), clients_.end(),
+                        [](const auto& client) { return client.second.connection.wantsToSend(); });
+  });
 }
 
 bool ControlSocket::watch(int operation, int fd, ClientId id, uint32_t events) {
@@ -147,7 +152,7 @@ void ControlSocket::acceptClients() {
     if (!socket && errno != EAGAIN) pauseAccepting();
     if (!socket) return;
     if (!isAllowed(socket.get())) {
-      diagnostics_.warning("a client of another user was turned away");
+      diagnostics_.warning("refused a client of another user");
       continue;
     }
     const std::lock_guard lock(mutex_);
@@ -157,15 +162,17 @@ void ControlSocket::acceptClients() {
   }
 }
 
-/// For want of descriptors: the client who waits would else be reported without end.
+// Stops watching the listener when no descriptor is free: epoll would report the waiting client
+// again at once.
 void ControlSocket::pauseAccepting() {
-  diagnostics_.warning(std::string("cannot accept a client: ") + std::strerror(errno));
+  diagnostics_.warning(systemError("cannot accept a client").message);
   watch(EPOLL_CTL_MOD, listener_.get(), kListenerId, 0);
   acceptAgainAt_ = ClientConnection::Clock::now() + kAcceptPause;
 }
 
-/// Moves every client on: sends what waits, takes the requests that may begin and lets go of those
-/// who are done with. `deadline` becomes the moment when this must be done again, if there is one.
+// Serves every client: sends what is queued, takes requests, and drops clients that are done.
+// Returns the requests to perform. `deadline` is set to when to call it again at the latest, if
+// ever.
 std::vector<ControlSocket::Request> ControlSocket::tend(std::optional<Moment>& deadline) {
   std::vector<Request> requests;
   if (acceptAgainAt_ && *acceptAgainAt_ <= ClientConnection::Clock::now()) {
@@ -178,6 +185,7 @@ std::vector<ControlSocket::Request> ControlSocket::tend(std::optional<Moment>& d
     const bool stays = tend(client->first, client->second, requests, deadline);
     client = stays ? std::next(client) : clients_.erase(client);
   }
+  sent_.notify_all();
   return requests;
 }
 
@@ -186,11 +194,11 @@ bool ControlSocket::tend(ClientId id, Client& client, std::vector<Request>& requ
   ClientConnection& connection = client.connection;
   connection.send();
   while (auto line = connection.takeRequest()) requests.push_back({id, std::move(*line)});
-  connection.send();  // the error of a line too long
+  connection.send();  // takeRequest() may have queued an error
   const Moment now = ClientConnection::Clock::now();
   const auto limit = connection.deadline(now);
   if (limit && *limit <= now) {
-    diagnostics_.warning("a client that does not read was dropped");
+    diagnostics_.warning("dropped a client that does not read");
     return false;
   }
   keepEarlier(deadline, limit);

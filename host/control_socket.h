@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -13,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/result.h"
 #include "host/client_connection.h"
 #include "ports/posix/file_descriptor.h"
 
@@ -21,42 +24,44 @@ namespace revwarden {
 class Diagnostics;
 class RunLoop;
 
-/// Serves the clients of the listening socket.
+/// Serves the clients of a listening socket.
 ///
-/// A thread of its own reads and writes; requests are posted to the main loop, where they run in
-/// the order of their arrival, also in nested turns. While `kDeepest` run within each other,
-/// further ones wait: they would exhaust the stack. What is sent never waits for a client: it is
-/// queued, in one order for all of them. The thread sleeps as long as no client does anything and
-/// nothing waits to be sent.
+/// A thread of its own reads and writes, and sleeps while there is nothing to do. Requests are
+/// posted to the main loop, where they run in the order of their arrival, also in nested turns of
+/// the loop. At most `kDeepest` requests run nested, so that they cannot exhaust the stack; further
+/// ones wait. Sending never waits for a client: notifications and replies are queued for all
+/// clients in one order.
 class ControlSocket {
  public:
   static constexpr size_t kDeepest = 100;
 
-  /// Performs the request of a line and gives the line of the reply, if it has one. Main thread.
+  /// Performs the request in a line and returns the reply, if there is one. Main thread.
   using Answerer = std::function<std::optional<std::string>(std::string_view line)>;
 
   /// `mainLoop`, `diagnostics` and what `answerer` uses must outlive the socket; the socket must
-  /// outlive the running of the loop. nullptr, with the reason, when the system cannot give what it
-  /// needs.
-  static std::unique_ptr<ControlSocket> create(FileDescriptor listener, RunLoop& mainLoop,
-                                               const Diagnostics& diagnostics, Answerer answerer,
-                                               const ClientConnection::Limits& limits,
-                                               std::string& error);
+  /// outlive the run of the loop. Fails if the system lacks descriptors or threads.
+  static Result<std::unique_ptr<ControlSocket>> create(FileDescriptor listener, RunLoop& mainLoop,
+                                                       const Diagnostics& diagnostics,
+                                                       Answerer answerer,
+                                                       const ClientConnection::Limits& limits);
 
   /// Ends all connections.
   ~ControlSocket();
   ControlSocket(const ControlSocket&) = delete;
   ControlSocket& operator=(const ControlSocket&) = delete;
 
-  /// Queues a notification for every client; `params` is a JSON list. Any thread.
+  /// Queues a notification for every client. `params` is the text of a JSON array. Any thread.
   void notify(std::string_view method, std::string_view params);
+
+  /// Waits until everything queued was sent, at most for `limit`. Any thread.
+  void flush(std::chrono::milliseconds limit);
 
  private:
   using ClientId = uint64_t;
   using Moment = ClientConnection::Clock::time_point;
   struct Client {
     ClientConnection connection;
-    uint32_t interest = 0;  // the epoll events asked for
+    uint32_t interest = 0;  // the epoll events that are watched
     bool isWatched = true;  // by epoll
   };
   struct Request {
@@ -90,12 +95,13 @@ class ControlSocket {
   const ClientConnection::Limits limits_;
 
   std::optional<Moment> acceptAgainAt_;  // the socket's thread
-  size_t depth_ = 0;                     // main thread: of the requests that run
-  std::deque<Request> waiting_;          // main thread: for one of them to end
+  size_t depth_ = 0;                     // main thread: number of requests running nested
+  std::deque<Request> waiting_;          // main thread: until one of them ends
 
-  std::mutex mutex_;                    // a leaf
+  std::mutex mutex_;                    // no other lock is taken under it
   std::map<ClientId, Client> clients_;  // by mutex_
   ClientId lastId_;                     // by mutex_
+  std::condition_variable sent_;
 
   std::atomic<bool> isEnding_ = false;
   std::atomic<bool> isWoken_ = false;

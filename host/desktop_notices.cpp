@@ -10,7 +10,7 @@ constexpr char kPath[] = "/org/freedesktop/Notifications";
 constexpr uint32_t kDismissedByUser = 2;
 constexpr double kLongestLiveTime = 24 * 60 * 60;  // seconds
 
-/// The icon themes have no icons of the product's own names.
+// A themed icon: icon themes do not have the product's own names.
 const char* iconName(const HostNotification& notice) {
   if (!notice.icon) return "";
   if (notice.icon->kind == NotificationIcon::Kind::ofFile) return "application-x-executable";
@@ -19,7 +19,7 @@ const char* iconName(const HostNotification& notice) {
 }
 
 int32_t milliseconds(std::optional<double> seconds) {
-  if (!seconds) return -1;  // as the desktop likes
+  if (!seconds) return -1;  // the desktop's default
   return *seconds > 0 ? static_cast<int32_t>(std::min(*seconds, kLongestLiveTime) * 1000) : 0;
 }
 
@@ -38,7 +38,7 @@ GVariant* actions(const HostNotification& notice) {
 
 }  // namespace
 
-/// A notice on its way to the service; the display may be gone when the answer comes.
+// A notice sent to the service. The display may be destroyed before the reply arrives.
 struct DesktopNotices::Sent {
   DesktopNotices* display;
   NoticeId id;
@@ -121,7 +121,7 @@ void DesktopNotices::call(const char* method, GVariant* parameters, GAsyncReadyC
 
 void DesktopNotices::send(NoticeId id, const HostNotification& notice) {
   const std::string text = notice.text.value_or("");
-  // D-Bus takes nothing but UTF-8, and nothing else can be escaped.
+  // D-Bus accepts only UTF-8, and so does the function that escapes markup.
   g_autofree char* valid = g_utf8_make_valid(text.c_str(), -1);
   g_autofree char* body = readsMarkup_ ? g_markup_escape_text(valid, -1) : g_strdup(valid);
   sending_.insert(id);
@@ -148,7 +148,7 @@ void DesktopNotices::onSent(GObject* source, GAsyncResult* result, gpointer data
 }
 
 void DesktopNotices::opened(NoticeId id, BubbleId bubble) {
-  if (sending_.erase(id) == 0) return closeBubble(bubble);  // withdrawn meanwhile
+  if (sending_.erase(id) == 0) return closeBubble(bubble);  // withdrawn before the reply
   bubbles_[id] = bubble;
 }
 

@@ -15,13 +15,13 @@
 
 namespace revwarden {
 
-/// Notices as bubbles on the desktop, through the notification service of the session bus.
+/// Shows notices as bubbles on the desktop, through the notification service of the session bus.
 ///
-/// The bus is connected to with the first notice; on a machine without one nothing is shown.
-/// Nothing waits. A bubble that expires leaves its notice open. Main thread.
+/// Connects to the bus with the first notice; shows nothing if there is no bus. Never blocks. A
+/// notice stays open when its bubble expires. Main thread.
 class DesktopNotices final : public NoticeDisplay {
  public:
-  /// `notices` hears which buttons are pressed; `application` is the name the bubbles bear.
+  /// `notices` receives the answers. `application` is the title of the bubbles.
   DesktopNotices(Notices& notices, std::string application);
   ~DesktopNotices() override;
   DesktopNotices(const DesktopNotices&) = delete;
@@ -30,7 +30,7 @@ class DesktopNotices final : public NoticeDisplay {
   void show(NoticeId id, const HostNotification& notice) override;
   void withdraw(NoticeId id) override;
 
-  /// How many are on the desktop, as far as its service has told.
+  /// The number of bubbles that the service has confirmed and not closed.
   size_t bubbles() const { return bubbles_.size(); }
 
  private:
@@ -63,7 +63,7 @@ class DesktopNotices final : public NoticeDisplay {
   guint subscription_ = 0;
   bool readsMarkup_ = false;
   std::vector<std::pair<NoticeId, HostNotification>> waiting_;  // for the connection
-  std::set<NoticeId> sending_;                                  // the service has not answered yet
+  std::set<NoticeId> sending_;                                  // until the service replies
   std::map<NoticeId, BubbleId> bubbles_;
 };
 

@@ -23,7 +23,6 @@ void writeErrorLine(std::string_view line) {
     }
   }
   out += '\n';
-  // A standard error that cannot be written leaves nobody to tell.
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, out.data(), out.size());
 }
 

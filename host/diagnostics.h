@@ -4,14 +4,13 @@
 
 namespace revwarden {
 
-/// Writes one line to standard error, in one piece. Control characters are escaped, so that a text
-/// with line breaks stays one line. Any thread; never fails.
+/// Writes one line to standard error with a single system call. Control characters are escaped, so
+/// a text with line breaks stays one line. Any thread; errors are ignored.
 void writeErrorLine(std::string_view line);
 
 enum class LogLevel { error, warning, info, debug };
 
-/// What the host tells of itself, on standard error: what went wrong, and more when asked to.
-/// Immutable; any thread.
+/// Messages of the host on standard error, down to a level. Immutable; any thread.
 class Diagnostics {
  public:
   explicit Diagnostics(LogLevel level) : level_(level) {}

@@ -4,18 +4,17 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstring>
 #include <vector>
 
 #include "host/diagnostics.h"
 #include "host/json_values.h"
 #include "platform/run_loop.h"
+#include "ports/posix/system_error.h"
 
 namespace revwarden {
 namespace {
 
-/// Whether the file holds something that does not end with a line break: an earlier process was
-/// stopped while it wrote.
+// Returns true if the file ends within a line: an earlier process was killed while it wrote.
 bool endsWithinLine(int fd) {
   struct stat info {};
   char last = '\n';
@@ -23,7 +22,7 @@ bool endsWithinLine(int fd) {
   return ::pread(fd, &last, 1, info.st_size - 1) == 1 && last != '\n';
 }
 
-/// How many bytes were written before the first failure.
+// Returns how many bytes were written before the first failure.
 size_t writeAll(int fd, std::string_view bytes) {
   size_t done = 0;
   while (done < bytes.size()) {
@@ -40,13 +39,13 @@ size_t writeAll(int fd, std::string_view bytes) {
 EventLog::EventLog(const RunLoop& mainLoop, const Diagnostics& diagnostics, Limits limits)
     : mainLoop_(mainLoop), diagnostics_(diagnostics), limits_(limits) {}
 
-bool EventLog::writeTo(const std::string& path) {
+Result<> EventLog::writeTo(const std::string& path) {
   FileDescriptor file(::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
-  if (!file) return false;
+  if (!file) return systemError("cannot open the event log " + path);
   const std::lock_guard lock(mutex_);
   lineIsTorn_ = endsWithinLine(file.get());
   file_ = std::move(file);
-  return true;
+  return kSuccess;
 }
 
 void EventLog::setListener(Listener listener) {
@@ -76,7 +75,7 @@ void EventLog::writeLine(std::string line) {
     return;
   }
   if (!writeFailed_) {
-    diagnostics_.error(std::string("an event cannot be logged: ") + std::strerror(errno));
+    diagnostics_.error(systemError("cannot write the event log").message);
   }
   writeFailed_ = true;
   lineIsTorn_ = lineIsTorn_ || written > 0;
@@ -105,8 +104,8 @@ std::string EventLog::eventsAfter(uint64_t sequence) const {
 }
 
 void EventLog::finishForever(std::chrono::milliseconds patience) {
-  // Kept on purpose, so that no thread begins another line. By the wall clock: ThreadSanitizer does
-  // not see locks taken by the steady one.
+  // Intentional: the lock is never released, so no thread can start another line. The wall clock is
+  // used because ThreadSanitizer does not see locks taken by the steady clock.
   [[maybe_unused]] const bool locked =
       mutex_.try_lock_until(std::chrono::system_clock::now() + patience);
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
@@ -16,17 +17,16 @@ namespace revwarden {
 class Diagnostics;
 class RunLoop;
 
-/// Everything that happens, numbered, in the one order in which it is told.
+/// The numbered log of all events, in the one order in which clients get them. Any thread.
 ///
-/// An event is written to the log file, kept for those who ask later and handed to the listener
-/// before the next one begins, whichever threads they come from. All operations may be called from
-/// any thread.
+/// Each event is written to the log file, kept for later requests and passed to the listener before
+/// the next one starts, whichever threads they come from.
 class EventLog {
  public:
-  /// Hears of each event, under the log's lock: it must return at once and not call the log.
+  /// Receives each event under the log's lock: it must return at once and not call the log.
   using Listener = std::function<void(std::string_view method, std::string_view params)>;
 
-  /// How many of the latest events are kept, and how many bytes of them.
+  /// How many of the latest events are kept, and how many bytes at most.
   struct Limits {
     size_t events = 10'000;
     size_t bytes = 32 << 20;
@@ -36,20 +36,20 @@ class EventLog {
   EventLog(const RunLoop& mainLoop, const Diagnostics& diagnostics)
       : EventLog(mainLoop, diagnostics, Limits{}) {}
 
-  /// From now on each event is appended to the file as a line. False, with errno set, when it
-  /// cannot be opened.
-  [[nodiscard]] bool writeTo(const std::string& path);
+  /// Appends each further event to the file as a line.
+  Result<> writeTo(const std::string& path);
 
   void setListener(Listener listener);
 
-  /// Adds an event; `params` is a JSON list. Its main-thread mark is the caller's.
+  /// Adds an event. `params` is the text of a JSON array. The event is marked as of the main thread
+  /// if the caller runs there.
   void append(std::string_view method, std::string_view params);
 
-  /// The kept events with a higher number than `sequence`, as a JSON list of log lines.
+  /// Returns the kept events with a higher number than `sequence`, as a JSON array of log lines.
   std::string eventsAfter(uint64_t sequence) const;
 
-  /// Lets an event that is being written finish, within `patience`, and adds none from then on:
-  /// whoever tries waits forever. For the end of the process.
+  /// For the end of the process: waits up to `patience` for an event that is being written. Every
+  /// later call on this log blocks forever.
   void finishForever(std::chrono::milliseconds patience);
 
  private:
@@ -62,7 +62,7 @@ class EventLog {
   mutable std::timed_mutex mutex_;
   Listener listener_;
   FileDescriptor file_;
-  bool lineIsTorn_ = false;  // the file ends within a line
+  bool lineIsTorn_ = false;  // the file does not end with a line break
   bool writeFailed_ = false;
   uint64_t lastSequence_ = 0;
   std::deque<std::string> kept_;  // the last of them is number lastSequence_

@@ -1,7 +1,5 @@
 #include "host/json_rpc.h"
 
-#include <nlohmann/json.hpp>
-
 #include "host/json_values.h"
 
 namespace revwarden {
@@ -43,7 +41,7 @@ RpcResult perform(const json& request, const RpcMethods& methods) {
   if (method == methods.end()) return RpcError{kRpcMethodNotFound, "Method not found: " + name};
   const json* params = find(request, "params");
   if (params && !params->is_array()) {
-    return RpcError{kRpcInvalidParams, "Invalid params: they stand by position, in a list"};
+    return RpcError{kRpcInvalidParams, "Invalid params: expected a list, by position"};
   }
   return method->second(params ? *params : json::array());
 }
@@ -52,7 +50,7 @@ std::optional<std::string> answer(const json& message, const RpcMethods& methods
                                   bool tooMuch = false) {
   if (!isRequest(message)) return rpcErrorReply({kRpcInvalidRequest, "Invalid Request"});
   const RpcResult result =
-      tooMuch ? RpcError{kRpcBatchTooLarge, "Not performed: the batch asks for too much"}
+      tooMuch ? RpcError{kRpcBatchTooLarge, "Not performed: the replies to the batch are too long"}
               : perform(message, methods);
   const json* id = find(message, "id");
   if (!id) return std::nullopt;

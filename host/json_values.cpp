@@ -78,7 +78,7 @@ std::string wholeSeconds(double seconds) {
   return text;
 }
 
-/// The digits behind the point, with it; empty for a whole second.
+// The point and the digits after it; empty for a whole second.
 std::string fraction(double seconds, double whole) {
   if (seconds == whole) return {};
   char text[kMostFractionDigits + 8];

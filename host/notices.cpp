@@ -53,7 +53,8 @@ NoticeId Notices::open(const HostNotification& notice) {
     }
   }
   if (!dropped) return id;
-  // The notice may hold the last reference to its target, which must die on the main thread.
+  // The notice may hold the last reference to its target, which must be destroyed on the main
+  // thread.
   const auto last = std::make_shared<OpenNotice>(std::move(*dropped));
   mainLoop_.post([this, last] {
     if (display_) display_->withdraw(last->first);

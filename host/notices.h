@@ -21,28 +21,28 @@ class NoticeDisplay {
   virtual ~NoticeDisplay() = default;
 
   virtual void show(NoticeId id, const HostNotification& notice) = 0;
-  /// The notice was answered elsewhere. Unknown ids are ignored.
+  /// Removes a notice that was answered elsewhere. Unknown ids are ignored.
   virtual void withdraw(NoticeId id) = 0;
 };
 
-/// The notices that wait for an answer, the latest of them.
+/// The open notices: those that wait for an answer, the latest `kMostOpen` of them.
 class Notices {
  public:
   static constexpr size_t kMostOpen = 100;
 
   Notices(EventLog& events, RunLoop& mainLoop) : events_(events), mainLoop_(mainLoop) {}
 
-  /// Before the first notice; nullptr for none. Not owned.
+  /// Call it before the first notice. nullptr: no display. Not owned.
   void setDisplay(NoticeDisplay* display) { display_ = display; }
 
-  /// Opens the notice and tells clients and the display of it. Any thread.
+  /// Opens the notice, sends its event and shows it on the display. Any thread.
   void show(const HostNotification& notice);
 
-  /// The user pressed a button, 1 or 2, or dismissed the notice, 0: closes it and, for button 1,
-  /// has its target perform the button's action. Whether it was open. Main thread.
+  /// Closes the notice with the button that the user pressed: 1, 2, or 0 to dismiss it. For button
+  /// 1 its target performs the button's action. Returns true if the notice was open. Main thread.
   bool answer(NoticeId id, int button);
 
-  /// The open notices as a JSON list, oldest first, each as its event tells of it. Any thread.
+  /// Returns the open notices as a JSON array, oldest first, each as in its event. Any thread.
   std::string openNotices();
 
  private:
@@ -54,7 +54,7 @@ class Notices {
   EventLog& events_;
   RunLoop& mainLoop_;
   NoticeDisplay* display_ = nullptr;
-  std::mutex mutex_;  // a leaf
+  std::mutex mutex_;  // no other lock is taken under it
   NoticeId lastId_ = 0;
   std::deque<OpenNotice> open_;  // by id
 };

@@ -10,7 +10,6 @@
 #include <sstream>
 #include <system_error>
 
-#include "host/installation.h"
 #include "protocol/socket_path.h"
 
 namespace revwarden {
@@ -19,18 +18,32 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kUsageError = 2;
+constexpr char kPluginName[] = "Revwarden.plugin";
 
-// The words of each choice, in the order of its enumeration.
+// The values of each choice, in the order of its enumeration.
 constexpr char kAuthorizations[] = "ask|always|never";
 constexpr char kNoticePlaces[] = "desktop|socket";
 constexpr char kLogLevels[] = "error|warning|info|debug";
 
-/// Where GNUstep installs applications, by distribution and by its own layouts.
+// Where GNUstep installs applications: in distributions, and in its own layouts.
 constexpr const char* kGNUstepFolders[] = {
     "/usr/lib/GNUstep/Applications",     "/usr/local/lib/GNUstep/Applications",
     "/usr/GNUstep/System/Applications",  "/usr/GNUstep/Local/Applications",
     "/usr/GNUstep/Network/Applications", "/opt/GNUstep/System/Applications",
     "/opt/GNUstep/Local/Applications"};
+
+fs::path programFolder() {
+  std::error_code error;
+  return fs::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+// The plug-in beside the program, else the installed one.
+fs::path defaultPlugin() {
+  std::error_code error;
+  const fs::path beside = programFolder() / kPluginName;
+  return fs::exists(beside, error) ? beside
+                                   : programFolder() / REVWARDEN_PLUGIN_FOLDER / kPluginName;
+}
 
 fs::path homeFolder() {
   const char* home = std::getenv("HOME");
@@ -42,7 +55,7 @@ fs::path homeFolder() {
 std::string fullPath(const std::string& path) {
   std::error_code error;
   const fs::path absolute = fs::absolute(path, error).lexically_normal();
-  // A trailing slash is no part of a folder's name.
+  // Without a trailing slash.
   return absolute.has_filename() || !absolute.has_relative_path() ? absolute
                                                                   : absolute.parent_path();
 }
@@ -70,7 +83,7 @@ std::vector<std::string> defaultApplicationFolders() {
   return folders;
 }
 
-/// Why the text is not HOST or HOST:PORT, else empty.
+// Returns why the text is not HOST or HOST:PORT, or "" if it is.
 std::string checkService(const std::string& text) {
   const size_t bracket = text.rfind(']');
   const size_t colon = text.find(':', bracket == std::string::npos ? 0 : bracket);
@@ -84,11 +97,14 @@ std::string checkService(const std::string& text) {
 }
 
 void completePaths(Options& options) {
-  if (options.plugin.empty()) options.plugin = ownPluginPath();
+  if (options.plugin.empty()) options.plugin = defaultPlugin();
   if (options.state.empty()) options.state = defaultStateFolder();
   if (options.socket.empty()) options.socket = defaultSocketPath();
   if (options.applications.empty()) options.applications = defaultApplicationFolders();
-  for (auto* path : {&options.plugin, &options.state, &options.socket}) *path = fullPath(*path);
+  options.helpers = programFolder() / "../libexec/revwarden";
+  for (auto* path : {&options.plugin, &options.helpers, &options.state, &options.socket}) {
+    *path = fullPath(*path);
+  }
   for (auto& folder : options.applications) folder = fullPath(folder);
   for (auto& folder : options.volumes) folder = fullPath(folder);
   if (options.tools) options.tools = fullPath(*options.tools);
@@ -102,7 +118,7 @@ std::vector<std::string> split(const std::string& words) {
   return parts;
 }
 
-/// An option whose value is one of the words.
+// Adds an option whose value is one of the words.
 template <typename Choice>
 void addChoice(CLI::App& app, const char* name, Choice& chosen, const char* words,
                const char* help) {
@@ -116,38 +132,36 @@ void addChoice(CLI::App& app, const char* name, Choice& chosen, const char* word
       ->default_str(all[static_cast<size_t>(chosen)]);
 }
 
-void addWhatIsLookedAt(CLI::App& app, Options& options) {
-  app.add_option("--plugin", options.plugin, "The plug-in bundle to load")->type_name("PATH");
-  app.add_option("--applications", options.applications,
-                 "A folder searched for application bundles (repeatable; replaces the default)")
-      ->type_name("DIR")
+void addPaths(CLI::App& app, Options& options) {
+  const auto add = [&app](const char* name, auto& path, const char* help) {
+    return app.add_option(name, path, help)->type_name("DIR");
+  };
+  add("--plugin", options.plugin, "load this plug-in bundle")->type_name("PATH");
+  add("--applications", options.applications,
+      "search this folder for applications (repeatable; replaces the default folders)")
       ->expected(1);
-  app.add_option("--service", options.service, "The host of the update service")
+  add("--state", options.state, "keep the settings in this folder");
+  add("--socket", options.socket, "listen on this control socket")->type_name("PATH");
+  add("--host-app", options.hostApp, "set the bundle of the host product")->type_name("PATH");
+  add("--volume", options.volumes,
+      "treat this folder as the root of a separate local volume (repeatable)")
+      ->expected(1);
+  add("--tools", options.tools, "search this folder first for programs such as unzip and hdiutil");
+  add("--event-log", options.eventLog, "append each event to this file as a line of JSON")
+      ->type_name("FILE");
+}
+
+void addBehaviour(CLI::App& app, Options& options) {
+  app.add_option("--service", options.service, "set the address of the update service")
       ->type_name("HOST[:PORT]")
       ->check(checkService)
       ->capture_default_str();
-  app.add_option("--state", options.state, "The folder of the settings")->type_name("DIR");
-  app.add_option("--socket", options.socket, "The control socket")->type_name("PATH");
-  app.add_option("--host-app", options.hostApp, "The bundle of the host product")
-      ->type_name("PATH");
-  app.add_option("--volume", options.volumes,
-                 "A folder to treat as the root of a separate local volume (repeatable)")
-      ->type_name("DIR")
-      ->expected(1);
-}
-
-void addWhatIsDone(CLI::App& app, Options& options) {
   addChoice(app, "--authorization", options.authorization, kAuthorizations,
-            "Who grants administrator rights: ask: the user, through polkit; always: nobody needs "
-            "to, the agent's own rights must do; never: they are refused");
-  app.add_option("--tools", options.tools,
-                 "A folder to look in first for child programs like unzip and hdiutil")
-      ->type_name("DIR");
+            "grant administrator rights: ask the user through polkit, always with the rights of "
+            "this process, or never");
   addChoice(app, "--notices", options.notices, kNoticePlaces,
-            "desktop: also as bubbles on the desktop; socket: for socket clients only");
-  app.add_option("--event-log", options.eventLog, "Append every event to this file as a JSON line")
-      ->type_name("FILE");
-  addChoice(app, "--log-level", options.logLevel, kLogLevels, "How much the agent says of itself");
+            "show notices on the desktop as well, or only to clients of the socket");
+  addChoice(app, "--log-level", options.logLevel, kLogLevels, "set the log verbosity");
 }
 
 }  // namespace
@@ -155,9 +169,11 @@ void addWhatIsDone(CLI::App& app, Options& options) {
 ParsedOptions parseOptions(int argc, const char* const* argv) {
   Options options;
   CLI::App app("Keeps the installed applications up to date.", "revwarden-agent");
-  app.set_version_flag("--version", std::string("revwarden-agent ") + REVWARDEN_VERSION);
-  addWhatIsLookedAt(app, options);
-  addWhatIsDone(app, options);
+  app.set_version_flag("--version", std::string("revwarden-agent ") + REVWARDEN_VERSION,
+                       "print the version and exit");
+  app.get_option("--help")->description("print this help and exit");
+  addPaths(app, options);
+  addBehaviour(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -11,14 +11,15 @@ namespace revwarden {
 
 enum class NoticePlace { desktop, socket };
 
-/// What the command line asks for, completed with the defaults. Paths are full ones.
+/// The options of the command line, completed with the defaults. All paths are absolute.
 struct Options {
   std::string plugin;
+  std::string helpers;  // folder of the programs that only the agent starts; no option
   std::vector<std::string> applications;
   std::string service = "127.0.0.1:8484";
   std::string state;
   std::string socket;
-  std::optional<std::string> hostApp;  // links resolved when it exists
+  std::optional<std::string> hostApp;  // links resolved if it exists
   std::vector<std::string> volumes;
   Authorization authorization = Authorization::ask;
   std::optional<std::string> tools;
@@ -27,8 +28,8 @@ struct Options {
   LogLevel logLevel = LogLevel::warning;
 };
 
-/// The options, or the status to end with when the command line asked for help or the version,
-/// which were printed then, or could not be understood, which was said.
+/// The options; without them the exit status of the program: after help or the version was printed,
+/// or an error in the command line.
 struct ParsedOptions {
   std::optional<Options> options;
   int exitStatus = 0;

@@ -1,10 +1,7 @@
 #include "host/platform_objects.h"
 
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
-#include "host/installation.h"
 #include "host/json_values.h"
 #include "ports/linux/processes/launch_application.h"
 #include "protocol/names.h"
@@ -46,23 +43,16 @@ LinuxHelperManager::Reports helperReports(EventLog& events) {
 
 }  // namespace
 
-std::unique_ptr<PlatformObjects> PlatformObjects::create(const Options& options,
-                                                         std::string& error) {
+Result<std::unique_ptr<PlatformObjects>> PlatformObjects::create(const Options& options) {
   Result<TemporaryFolder> temporary = takeTemporaryFolder();
-  if (!temporary) {
-    error = "no temporary folder: " + temporary.error().message;
-    return nullptr;
-  }
+  if (!temporary) return Error{"", "no temporary folder: " + temporary.error().message};
   auto loop = GLibRunLoop::create();
-  if (!loop) {
-    error = "the main loop cannot be made";
-    return nullptr;
-  }
+  if (!loop) return Error{"", "cannot create the main loop"};
   std::unique_ptr<PlatformObjects> made(
       new PlatformObjects(options, std::move(loop), std::move(*temporary)));
-  if (options.eventLog && !made->events.writeTo(*options.eventLog)) {
-    error = "cannot open the event log " + *options.eventLog + ": " + std::strerror(errno);
-    return nullptr;
+  if (options.eventLog) {
+    const Result<> opened = made->events.writeTo(*options.eventLog);
+    if (!opened) return opened.error();
   }
   return made;
 }
@@ -86,9 +76,8 @@ PlatformObjects::PlatformObjects(const Options& options, std::unique_ptr<GLibRun
       wake(LogindWake::create()),
       host(notices, events, options.hostApp, launchApplication),
       workspace(threads, workspaceReports(events)),
-      children({options.tools, ownToolsFolder()}, workspace),
-      helpers(options.authorization, ownToolsFolder() + "/revwarden-helper",
-              helperReports(events)) {
+      children({options.tools, options.helpers}, workspace),
+      helpers(options.authorization, options.helpers + "/revwarden-helper", helperReports(events)) {
   if (options.notices != NoticePlace::desktop) return;
   desktop = std::make_unique<DesktopNotices>(notices, productInformation.productName());
   notices.setDisplay(desktop.get());

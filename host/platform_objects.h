@@ -3,14 +3,14 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
+#include "host/agent_events.h"
 #include "host/agent_host.h"
 #include "host/desktop_notices.h"
 #include "host/diagnostics.h"
 #include "host/event_log.h"
-#include "host/host_log.h"
 #include "host/notices.h"
 #include "host/options.h"
-#include "host/outcome_events.h"
 #include "platform/platform.h"
 #include "ports/linux/bundles/linux_bundles.h"
 #include "ports/linux/desktop/linux_workspace.h"
@@ -36,12 +36,11 @@
 
 namespace revwarden {
 
-/// Everything around the agent, built once for the process and never destroyed: the agent's threads
-/// use it until the process ends.
+/// The objects behind the agent's platform. They are built once and never destroyed: the agent's
+/// threads use them until the process ends.
 struct PlatformObjects {
-  /// Main thread. nullptr, with the reason for people, when something that the agent cannot do
-  /// without is missing.
-  static std::unique_ptr<PlatformObjects> create(const Options& options, std::string& error);
+  /// Main thread. Fails if something that the agent needs is missing.
+  static Result<std::unique_ptr<PlatformObjects>> create(const Options& options);
 
   /// The platform over these objects, which it does not keep alive.
   std::shared_ptr<const Platform> platform();
@@ -54,7 +53,7 @@ struct PlatformObjects {
   Notices notices;         // depends-on: events, mainLoop
   DetachedThreads threads;
   SystemClock clock;
-  HostLog log;  // depends-on: events
+  LogEvents log;  // depends-on: events
   EnglishLocalization localization;
   FileUserDefaults userDefaults;  // depends-on: diagnostics
   LinuxFileManager files;         // depends-on: temporary

@@ -14,27 +14,21 @@ constexpr char kModule[] = "Contents/Linux/Revwarden.so";
 
 }  // namespace
 
-LoadedPlugin loadPlugin(const std::string& bundlePath,
-                        const std::shared_ptr<const Platform>& platform, std::string& error) {
-  // A path without a slash would be searched for among the system's libraries.
+Result<LoadedPlugin> loadPlugin(const std::string& bundlePath,
+                                const std::shared_ptr<const Platform>& platform) {
+  // dlopen would search the system's libraries for a path without a slash.
   const std::string module = std::filesystem::absolute(bundlePath) / kModule;
   void* const library = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  if (!library) {
-    error = "cannot load the plug-in: " + std::string(::dlerror());
-    return {};
-  }
+  if (!library) return Error{"", std::string("cannot load the plug-in: ") + ::dlerror()};
   auto* const factory = reinterpret_cast<PluginFactory*>(::dlsym(library, kPluginFactoryName));
-  if (!factory) {
-    error = module + " is no Revwarden plug-in";
-    return {};
+  if (!factory) return Error{"", module + " is no Revwarden plug-in"};
+  LoadedPlugin plugin;
+  const char* version = factory(kPluginABI, REVWARDEN_BUILD_ID, &platform, &plugin.agent);
+  if (!version || !plugin.agent) {
+    return Error{"", "the plug-in " + bundlePath + " is of another build than this program"};
   }
-  std::shared_ptr<KQRWAgent> agent;
-  const char* version = factory(kPluginABI, REVWARDEN_BUILD_ID, &platform, &agent);
-  if (!version || !agent) {
-    error = "the plug-in " + bundlePath + " is of another build than this program";
-    return {};
-  }
-  return {std::move(agent), version};
+  plugin.version = version;
+  return plugin;
 }
 
 }  // namespace revwarden

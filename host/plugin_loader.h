@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
+
 namespace revwarden {
 
 class KQRWAgent;
@@ -13,9 +15,9 @@ struct LoadedPlugin {
   std::string version;
 };
 
-/// Loads the plug-in from its bundle, for good, and creates its principal object, which starts to
-/// work at once. Without an agent, `error` says why, for people. Main thread.
-LoadedPlugin loadPlugin(const std::string& bundlePath,
-                        const std::shared_ptr<const Platform>& platform, std::string& error);
+/// Loads the plug-in from its bundle and creates its principal object, which starts to work at
+/// once. The plug-in is never unloaded. Main thread.
+Result<LoadedPlugin> loadPlugin(const std::string& bundlePath,
+                                const std::shared_ptr<const Platform>& platform);
 
 }  // namespace revwarden

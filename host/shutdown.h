@@ -4,17 +4,17 @@
 
 namespace revwarden {
 
-/// Keeps SIGTERM and SIGINT from every thread. To be called by the main thread before there is any
-/// other: all inherit it, and so do child programs, unless whoever starts them undoes it.
+/// Blocks SIGTERM and SIGINT. Call it on the main thread before any other exists: all threads
+/// inherit it, and so do child processes whose creator does not unblock them.
 void blockShutdownSignals();
 
-/// Has a thread of its own wait for SIGTERM and SIGINT and then end the process with status 0,
-/// whatever its other threads do: no destructor and no other clean-up runs.
+/// Starts a thread that waits for SIGTERM or SIGINT and then ends the process with status 0,
+/// whatever the other threads do. No destructor runs.
 ///
-/// Before that the thread calls `finish`, then `release`. `finish` may take a little time; when it
-/// takes too long to end within two seconds, `release` is called without waiting for it, maybe a
-/// second time at the same moment. Neither may need another thread. False when the thread cannot be
-/// started.
+/// First the thread calls `finish`, then `release`. If `finish` takes longer than 1.5 s, `release`
+/// is called on another thread without waiting for it, so that the process ends within 2 s;
+/// `release` may then run twice at the same time. Neither function may depend on the main thread.
+/// Returns false if the thread cannot be started.
 [[nodiscard]] bool shutDownOnSignals(std::function<void()> finish, std::function<void()> release);
 
 }  // namespace revwarden

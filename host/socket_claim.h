@@ -4,31 +4,31 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
 #include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 
-/// The right to listen on a socket's path, which at most one process has at a time.
+/// The right to listen on a socket's path, which one process has at a time. Any thread.
 ///
-/// It rests on a locked file beside the socket, so a process that was killed loses it, and what it
-/// left behind is taken over. Any thread.
+/// It rests on a lock of a file beside the socket. A process that is killed loses the lock, and the
+/// next one takes over the socket that it left.
 class SocketClaim {
  public:
-  /// Prepares the folder, which is made with mode 0700 when it is missing, and claims the path.
-  /// nullptr, with the reason for people, when another process has it, when the path is taken by
-  /// something else than an abandoned socket, or when others could put something in its place.
-  static std::unique_ptr<SocketClaim> create(const std::string& path, std::string& error);
+  /// Claims the path and creates its folder with mode 0700 if it is missing. Fails if another
+  /// process has the path, if it is taken by something other than an abandoned socket, or if other
+  /// users could replace it.
+  static Result<std::unique_ptr<SocketClaim>> create(const std::string& path);
 
   /// Releases the claim.
   ~SocketClaim();
   SocketClaim(const SocketClaim&) = delete;
   SocketClaim& operator=(const SocketClaim&) = delete;
 
-  /// A listening socket of mode 0600 that does not block; none, with the reason, when it cannot be
-  /// made. At most once.
-  FileDescriptor listen(std::string& error);
+  /// Returns a listening, non-blocking socket of mode 0600. Call it at most once.
+  Result<FileDescriptor> listen();
 
-  /// Removes the socket and the lock. The first call counts.
+  /// Removes the socket and the lock file. Further calls do nothing.
   void release();
 
  private:

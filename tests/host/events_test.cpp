@@ -1,10 +1,9 @@
 #include <gmock/gmock.h>
 
-#include "host/host_log.h"
-#include "host/host_methods.h"
+#include "host/agent_events.h"
 #include "host/json_values.h"
 #include "host/notices.h"
-#include "host/outcome_events.h"
+#include "host/rpc_methods.h"
 #include "tests/host/host_fixture.h"
 
 namespace revwarden {
@@ -40,7 +39,7 @@ TEST_F(Events, TheLatestAreKeptWithinBothLimits) {
 
 TEST_F(Events, LogLinesKeepTheirLineBreaksForClientsOnlyAndAreCutWhenLong) {
   EventLog log(loop_, diagnostics_);
-  HostLog lines(log);
+  LogEvents lines(log);
   testing::internal::CaptureStderr();
   lines.NSLog("path \"%@\" and %@", {"a\nb\x1b", std::nullopt});
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "NSLog: path \"a\\nb\\x1b\" and (null)\n");

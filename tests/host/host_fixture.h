@@ -115,16 +115,14 @@ class Server {
  private:
   void serve(const Prepare& prepare, const ClientConnection::Limits& limits,
              std::promise<void>& listening) {
-    std::string error;
     loop = std::make_unique<ManualRunLoop>(clock);
     events = std::make_unique<EventLog>(*loop, diagnostics);
-    EXPECT_TRUE(events->writeTo(folder.file("events")));
+    EXPECT_TRUE(events->writeTo(folder.file("events")).ok());
     prepare(*this);
-    const auto claim = SocketClaim::create(path(), error);
-    const auto socket = ControlSocket::create(
-        claim->listen(error), *loop, diagnostics,
-        [this](std::string_view line) { return answerLine(line, methods); }, limits, error);
-    EXPECT_EQ(error, "");
+    const auto claim = std::move(*SocketClaim::create(path()));
+    const auto socket = std::move(*ControlSocket::create(
+        std::move(*claim->listen()), *loop, diagnostics,
+        [this](std::string_view line) { return answerLine(line, methods); }, limits));
     events->setListener([&socket](std::string_view method, std::string_view params) {
       socket->notify(method, params);
     });

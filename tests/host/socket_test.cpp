@@ -4,7 +4,6 @@
 #include <deque>
 
 #include "host/json_values.h"
-#include "host/rpc_parameters.h"
 #include "tests/host/host_fixture.h"
 
 namespace revwarden {
@@ -115,11 +114,8 @@ TEST(ControlSocket, ManyRequestsOfAClientThatDoesNotReadAreLeftUnread) {
 TEST(SocketClaim, IsPrivateAndLeavesNothingButWhatIsNotOurs) {
   const ScratchFolder folder;
   const std::string path = folder.file("deep/run/agent.sock");
-  std::string error;
-  auto claim = SocketClaim::create(path, error);
-  ASSERT_TRUE(claim) << error;
-  FileDescriptor listener = claim->listen(error);
-  ASSERT_TRUE(listener) << error;
+  auto claim = std::move(*SocketClaim::create(path));
+  ASSERT_TRUE(claim->listen());
   struct stat info {};
   ASSERT_EQ(::stat(path.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0600u);
@@ -129,14 +125,13 @@ TEST(SocketClaim, IsPrivateAndLeavesNothingButWhatIsNotOurs) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.file("deep/run")));
 
   std::ofstream(folder.file("text")) << "mine";
-  EXPECT_FALSE(SocketClaim::create(folder.file("text"), error));
-  EXPECT_THAT(error, HasSubstr("no socket"));
+  EXPECT_THAT(SocketClaim::create(folder.file("text")).error().message, HasSubstr("no socket"));
   EXPECT_TRUE(std::filesystem::exists(folder.file("text")));
 
   std::filesystem::create_directory(folder.file("open"));
   ::chmod(folder.file("open").c_str(), 0777);
-  EXPECT_FALSE(SocketClaim::create(folder.file("open/agent.sock"), error));
-  EXPECT_THAT(error, HasSubstr("other users"));
+  EXPECT_THAT(SocketClaim::create(folder.file("open/agent.sock")).error().message,
+              HasSubstr("other users"));
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include "host/json_rpc.h"
 #include "host/json_values.h"
-#include "host/rpc_parameters.h"
 
 namespace revwarden {
 namespace {

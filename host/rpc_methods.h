@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 namespace revwarden {
 
 class EventLog;
+class KQRWAgent;
 class Notices;
 class OutcomeEvents;
 
@@ -23,11 +25,14 @@ struct HostParts {
   const OutcomeEvents& outcomes;
   std::function<std::optional<Date>()> unsavedSince;   // absent while all settings are on disk
   std::function<std::vector<std::string>()> openJobs;  // ids of requests without an outcome yet
-  std::function<void()> deliverWake;                   // the machine woke up
+  std::function<void()> deliverWake;                   // tells the agent that the machine woke up
 };
 
-/// Adds the host's own methods of the socket, `host.version` and so on. They run on the main
-/// thread.
-void addHostMethods(RpcMethods& methods, HostParts parts);
+/// Adds the agent's operations as methods of the socket, by selector. The methods keep the agent
+/// alive and run on the main thread.
+void addAgentMethods(RpcMethods& rpc, const std::shared_ptr<KQRWAgent>& agent);
+
+/// Adds the host's own methods, `host.version` and so on. They run on the main thread.
+void addHostMethods(RpcMethods& rpc, HostParts parts);
 
 }  // namespace revwarden
