@@ -135,7 +135,8 @@ int run(const Options& options) {
 
 int runCommandLine(int argc, char** argv) {
   Options options;
-  CLI::App app{"Answers update requests from a catalogue file and serves the downloads."};
+  CLI::App app("Answers update requests from a catalogue file and serves the downloads.",
+               "revwarden-service");
   app.set_help_flag("-h,--help", "print this help and exit");
   app.set_version_flag("--version", "revwarden-service " REVWARDEN_VERSION,
                        "print the version and exit");
