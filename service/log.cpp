@@ -1,21 +1,28 @@
 #include "service/log.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "base/text.h"
 
 namespace revwarden {
+namespace {
+
+bool isControl(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character.front());
+  const bool isC1 = first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+  return first < 0x20 || first == 0x7F || isC1;
+}
+
+}  // namespace
 
 std::string printable(std::string_view text) {
-  const bool wellFormed = isValidUtf8(text);
   std::string result;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const bool c1 = byte == 0xC2 && i + 1 < text.size() &&
-                    static_cast<unsigned char>(text[i + 1]) < 0xA0;  // U+0080 to U+009F
-    const bool shown = byte >= 0x20 && byte != 0x7F && (byte < 0x80 || wellFormed) && !c1;
-    result += shown ? text[i] : '?';
-    if (c1) ++i;
+  while (!text.empty()) {
+    const size_t length = utf8SequenceLength(text);
+    const std::string_view character = text.substr(0, std::max<size_t>(1, length));
+    result += length == 0 || isControl(character) ? "?" : character;
+    text.remove_prefix(character.size());
   }
   return result;
 }

@@ -139,8 +139,7 @@ NSString* foundationText(std::string_view text) {
   if (NSString* const whole = stringWithBytes(text)) return whole;
   NSMutableString* const repaired = [NSMutableString stringWithCapacity:text.size()];
   while (!text.empty()) {
-    size_t length = std::min<size_t>(4, text.size());
-    while (length > 0 && !isValidUtf8(text.substr(0, length))) --length;
+    const size_t length = utf8SequenceLength(text);
     [repaired appendString:length > 0 ? stringWithBytes(text.substr(0, length)) : @"\uFFFD"];
     text.remove_prefix(std::max<size_t>(1, length));
   }
