@@ -23,7 +23,7 @@
 #include "ports/linux/loop/glib_run_loop.h"
 #include "ports/linux/processes/linux_child_processes.h"
 #include "ports/linux/processes/quit_scripts.h"
-#include "ports/linux/property_lists/linux_property_lists.h"
+#include "ports/linux/property_lists/property_list.h"
 #include "ports/linux/system/english_localization.h"
 #include "ports/linux/system/file_user_defaults.h"
 #include "ports/linux/system/linux_system_information.h"

@@ -7,13 +7,13 @@
 
 namespace revwarden {
 
-/// Reads property lists, in their XML and their binary form. Any thread.
+/// Reads property lists in their XML, binary and text form. Any thread.
 class PropertyLists {
  public:
   virtual ~PropertyLists() = default;
 
-  /// The value that `bytes` describe; absent when they are no property list, or one nested deeper
-  /// than 128 levels or grown beyond what any honest list needs.
+  /// Returns the value that `bytes` describe, or nothing if they are not a property list, nest
+  /// deeper than 128 levels, or describe a value too large for memory.
   virtual std::optional<Value> propertyListFromData(std::string_view bytes) const = 0;
 };
 

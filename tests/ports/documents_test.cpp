@@ -1,14 +1,11 @@
 #include <gmock/gmock.h>
-#include <plist/plist.h>
 
 #include <chrono>
 #include <filesystem>
-#include <limits>
 #include <thread>
 
 #include "base/text.h"
 #include "ports/linux/bundles/linux_bundles.h"
-#include "ports/linux/property_lists/property_list.h"
 #include "ports/posix/libxml_documents.h"
 #include "tests/fakes/scratch_folder.h"
 
@@ -98,95 +95,6 @@ std::string plist(std::string_view body) {
          "\"-//Apple//DTD PLIST 1.0//EN\" \"http://127.0.0.1:1/none.dtd\">\n<plist "
          "version=\"1.0\">" +
          std::string(body) + "</plist>\n";
-}
-
-Value everyKind() {
-  const Value inner = Dictionary{{"", ""}, {"<key> &", "]]> \r\n\t text \xF0\x9F\x98\x80"}};
-  return Dictionary{{"true", true},
-                    {"false", false},
-                    {"one", 1},
-                    {"min", std::numeric_limits<int64_t>::min()},
-                    {"max", std::numeric_limits<int64_t>::max()},
-                    {"reals", Array({0.1, -1e300, 5e-324, 1.0, 1.0 / 3})},
-                    {"dates", Array({Date{0}, Date{-1}, Date{1.7e9}})},
-                    {"data", Array({Data{""}, Data{"a"}, Data{"ab"}, Data{"\0\xFF\x80 longer"s}})},
-                    {"empty", Array({Array(), Dictionary()})},
-                    {"nested", Array({Array({inner}), inner})}};
-}
-
-TEST(PropertyLists, ReadBackWhatTheyWrite) {
-  const std::string written = writeXmlPropertyList(everyKind());
-  const std::optional<Value> read = readPropertyList(written);
-  ASSERT_TRUE(read);
-  EXPECT_EQ(*read, everyKind());
-  EXPECT_TRUE(read->as<Dictionary>()->find("true")->as<bool>());  // true equals 1
-
-  plist_t parsed = nullptr;
-  plist_from_xml(written.data(), static_cast<uint32_t>(written.size()), &parsed);
-  char* binary = nullptr;
-  uint32_t size = 0;
-  plist_to_bin(parsed, &binary, &size);
-  EXPECT_EQ(readPropertyList({binary, size}), everyKind());
-  // No damage to a binary list may crash, or be worse than a wrong value.
-  for (size_t i = 0; i < size; ++i) {
-    for (const char change : {'\x01', '\x10', '\x7F', '\xFF'}) {
-      std::string damaged(binary, size);
-      damaged[i] = static_cast<char>(damaged[i] ^ change);
-      readPropertyList(damaged);
-    }
-    EXPECT_FALSE(readPropertyList({binary, i}));
-  }
-  free(binary);
-  plist_free(parsed);
-}
-
-TEST(PropertyLists, TolerateWhatHonestWritersDo) {
-  const Value expected = Dictionary{{"k", "v"}};
-  const std::string body = "<dict><!-- c --><key>k</key>\n<string>v</string></dict>";
-  EXPECT_EQ(readPropertyList("\xEF\xBB\xBF" + plist(body)), expected);
-  EXPECT_EQ(readPropertyList(body), expected);
-  EXPECT_EQ(readPropertyList("<dict><key>k</key><string>u</string>" + body.substr(6)), expected);
-  EXPECT_EQ(readPropertyList(plist("<integer> +12\n</integer>")), Value(12));
-  EXPECT_EQ(readPropertyList(plist("<integer>0xFF</integer>")), Value(255));
-  EXPECT_EQ(readPropertyList(plist("<integer>18446744073709551616</integer>")),
-            Value(18446744073709551616.0));
-  EXPECT_EQ(readPropertyList(plist("<data>\n\tYWJj\n\tZA==\n</data>")), Value(Data{"abcd"}));
-  EXPECT_TRUE(readPropertyList(plist(repeated("<array>", 128) + repeated("</array>", 128))));
-  EXPECT_FALSE(readPropertyList(plist(repeated("<array>", 129) + repeated("</array>", 129))));
-}
-
-/// A binary list of the objects, with references and offsets of two bytes; the first is the root.
-std::string binaryList(const std::vector<std::string>& objects) {
-  std::string list = "bplist00", offsets;
-  const auto two = [](size_t n) {
-    return std::string{static_cast<char>(n >> 8), static_cast<char>(n)};
-  };
-  for (const std::string& object : objects) offsets += two(list.size()), list += object;
-  const std::string zeros(6, '\0');
-  return list + offsets + zeros + "\2\2" + zeros + two(objects.size()) + zeros + two(0) + zeros +
-         two(list.size());
-}
-
-TEST(PropertyLists, SurviveHostileBinaryLists) {
-  const auto arrayOf = [](int reference, int count) {
-    return static_cast<char>(0xA0 + count) +
-           repeated(std::string{static_cast<char>(reference >> 8), static_cast<char>(reference)},
-                    static_cast<size_t>(count));
-  };
-  EXPECT_EQ(readPropertyList(binaryList({arrayOf(1, 2), "\x51x"})), Value(Array({"x", "x"})));
-  std::vector<std::string> deep, unfolding;
-  for (int i = 1; i <= 10'000; ++i) deep.push_back(arrayOf(i, 1));
-  for (int i = 1; i <= 40; ++i) unfolding.push_back(arrayOf(i, 14));
-  deep.push_back("\x09"), unfolding.push_back("\x09");
-  const std::vector<std::vector<std::string>> hostile = {
-      {arrayOf(1, 1), arrayOf(0, 1)},                // contains itself
-      {"\xD1\0\1\0\1"s, "\x09"},                     // the key is no text,
-      {"\xD1\0\1\0\1"s, "\x51\0"s},                  // or has a null character
-      {"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"},  // endless
-      {"\x52\xFF\xFE"},                              // no UTF-8
-      deep,
-      unfolding};
-  for (const auto& objects : hostile) EXPECT_FALSE(readPropertyList(binaryList(objects)));
 }
 
 class BundleTest : public testing::Test {

@@ -8,7 +8,7 @@
 #include "base/text.h"
 #include "ports/linux/files/temporary_folder.h"
 #include "ports/linux/processes/linux_child_processes.h"
-#include "ports/linux/property_lists/linux_property_lists.h"
+#include "ports/linux/property_lists/property_list.h"
 #include "ports/posix/file_descriptor.h"
 #include "tests/fakes/opened_addresses.h"
 #include "tests/fakes/scratch_folder.h"

@@ -4,19 +4,17 @@
 #include <string_view>
 
 #include "base/value.h"
-#include "ports/linux/property_lists/binary_property_list_check.h"
-#include "ports/linux/property_lists/xml_property_list.h"
+#include "ports/linux/property_lists/property_list.h"
 
-// Binary property lists, by libplist. Any thread.
+// The binary form of property lists. Any thread.
 namespace revwarden {
 
-/// Whether the bytes claim to be a binary list.
+/// Returns true if the bytes begin as a binary list.
 bool isBinaryPropertyList(std::string_view bytes);
 
-/// The list's value; absent when it is damaged, circular, nested too deeply, or would unfold to
-/// much more than it is. With `keys`, only those entries of a root dictionary are built. Dates past
-/// the year 2068 do not survive libplist.
-std::optional<Value> readBinaryPropertyList(std::string_view bytes, const PropertyListKeys* keys,
-                                            BinaryPropertyListCheck& check);
+/// Returns the list's value, or nothing if a part of it that the root reaches is malformed,
+/// contains itself, or exceeds a limit. With `keys`, only those entries of a root dictionary are
+/// built.
+std::optional<Value> readBinaryPropertyList(std::string_view bytes, const PropertyListKeys* keys);
 
 }  // namespace revwarden

@@ -1,21 +1,22 @@
 #include "ports/linux/property_lists/property_list.h"
 
 #include "ports/linux/property_lists/binary_property_list.h"
+#include "ports/linux/property_lists/text_property_list.h"
 #include "ports/linux/property_lists/xml_property_list.h"
 #include "ports/posix/libxml_parser.h"
 
 namespace revwarden {
 namespace {
 
-// The list itself may stand inside one more element.
+// The "plist" element contains the list.
 constexpr size_t kMaxXmlDepth = kMaxPropertyListDepth + 1;
 
-// Within this distance of a document's end libxml2 asks for more input at every token. In a small
-// list that is most of the time, so that white space is put behind it.
+// Near the end of a document libxml2 asks for more input at every token. In a small list that takes
+// most of the time, so white space is appended.
 constexpr size_t kPadding = 256;
 constexpr size_t kMaxPaddedSize = size_t{16} << 10;
 
-// White space before the XML declaration is common and harmless.
+// White space before the XML declaration is an error in XML, but common and harmless.
 std::string_view withoutLeadingSpace(std::string_view bytes) {
   const size_t start = bytes.find_first_not_of(" \t\r\n");
   return start == bytes.npos ? std::string_view() : bytes.substr(start);
@@ -26,12 +27,16 @@ std::string_view withoutLeadingSpace(std::string_view bytes) {
 struct PropertyListReader::Tools {
   LibxmlParser parser{kMaxXmlDepth};
   XmlPropertyListBuilder builder;
-  BinaryPropertyListCheck check;
   std::string padded;
 
+  // With `keys`, a root dictionary has no other entries.
   std::optional<Value> read(std::string_view bytes, const PropertyListKeys* keys) {
-    if (isBinaryPropertyList(bytes)) return readBinaryPropertyList(bytes, keys, check);
-    bytes = withoutLeadingSpace(bytes);
+    if (isBinaryPropertyList(bytes)) return readBinaryPropertyList(bytes, keys);
+    std::optional<Value> root = readXml(withoutLeadingSpace(bytes), keys);
+    return root ? std::move(root) : readTextPropertyList(bytes, keys);
+  }
+
+  std::optional<Value> readXml(std::string_view bytes, const PropertyListKeys* keys) {
     const bool isWide = bytes.substr(0, 4).find('\0') != bytes.npos || bytes.starts_with('\xFE') ||
                         bytes.starts_with('\xFF');
     if (bytes.size() <= kMaxPaddedSize && !isWide) {
@@ -52,7 +57,7 @@ std::optional<Value> PropertyListReader::read(std::string_view bytes) {
 }
 
 std::optional<Dictionary> PropertyListReader::readEntries(std::string_view bytes,
-                                                          std::span<const std::string_view> keys) {
+                                                          PropertyListKeys keys) {
   const std::optional<Value> root = tools_->read(bytes, &keys);
   const Dictionary* entries = root ? root->as<Dictionary>() : nullptr;
   return entries ? std::optional(*entries) : std::nullopt;
@@ -60,6 +65,10 @@ std::optional<Dictionary> PropertyListReader::readEntries(std::string_view bytes
 
 std::optional<Value> readPropertyList(std::string_view bytes) {
   return PropertyListReader().read(bytes);
+}
+
+std::optional<Value> LinuxPropertyLists::propertyListFromData(std::string_view bytes) const {
+  return readPropertyList(bytes);
 }
 
 }  // namespace revwarden

@@ -1,9 +1,10 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <utility>
 
 #include "ports/linux/property_lists/property_list.h"
-#include "ports/linux/property_lists/property_list_date.h"
+#include "ports/linux/property_lists/property_list_scalars.h"
 #include "ports/posix/xml_text.h"
 
 namespace revwarden {
@@ -14,22 +15,6 @@ constexpr std::string_view kHeader =
     "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
     "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
     "<plist version=\"1.0\">\n";
-
-constexpr std::string_view kBase64Digits =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-void appendBase64(std::string& out, std::string_view bytes) {
-  const auto byte = [bytes](size_t i) -> uint32_t {
-    return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0;
-  };
-  for (size_t i = 0; i < bytes.size(); i += 3) {
-    const uint32_t bits = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
-    out += kBase64Digits[bits >> 18];
-    out += kBase64Digits[bits >> 12 & 63];
-    out += i + 1 < bytes.size() ? kBase64Digits[bits >> 6 & 63] : '=';
-    out += i + 2 < bytes.size() ? kBase64Digits[bits & 63] : '=';
-  }
-}
 
 class Writer {
  public:
@@ -49,7 +34,7 @@ class Writer {
 
   void appendHeld(bool flag) { out_ += flag ? "<true/>" : "<false/>"; }
   void appendHeld(int64_t integer) { appendNumber("<integer>", integer, "</integer>"); }
-  // The shortest digits that read back as the very same number.
+  // Writes the shortest digits that read back as the same number.
   void appendHeld(double real) { appendNumber("<real>", real, "</real>"); }
 
   void appendHeld(const std::string& text) {
@@ -60,7 +45,7 @@ class Writer {
 
   void appendHeld(Date date) {
     out_ += "<date>";
-    appendPropertyListDate(out_, date);
+    appendDate(out_, date);
     out_ += "</date>";
   }
 

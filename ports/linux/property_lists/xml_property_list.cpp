@@ -1,11 +1,9 @@
 #include "ports/linux/property_lists/xml_property_list.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdint>
 #include <utility>
 
-#include "ports/linux/property_lists/property_list_date.h"
+#include "ports/linux/property_lists/property_list_scalars.h"
 
 namespace revwarden {
 namespace {
@@ -20,58 +18,6 @@ std::string_view trimmed(std::string_view text) {
   const size_t first = text.find_first_not_of(kSpace);
   if (first == text.npos) return {};
   return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
-}
-
-template <typename Number, typename... Base>
-std::optional<Number> wholeNumber(std::string_view text, Base... base) {
-  Number number{};
-  const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, number, base...);
-  if (error != std::errc() || rest != end) return std::nullopt;
-  return number;
-}
-
-std::optional<Value> realFrom(std::string_view text) {
-  text = trimmed(text);
-  if (text.starts_with('+')) text.remove_prefix(1);
-  const auto real = wholeNumber<double>(text);
-  return real ? std::optional<Value>(*real) : std::nullopt;
-}
-
-std::optional<Value> integerFrom(std::string_view text) {
-  text = trimmed(text);
-  if (text.starts_with("0x") || text.starts_with("0X")) {
-    const auto bits = wholeNumber<uint64_t>(text.substr(2), 16);
-    return bits ? std::optional<Value>(static_cast<int64_t>(*bits)) : std::nullopt;
-  }
-  if (text.starts_with('+')) text.remove_prefix(1);
-  if (const auto integer = wholeNumber<int64_t>(text)) return *integer;
-  const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
-  if (digits.find_first_not_of("0123456789") != digits.npos) return std::nullopt;
-  return realFrom(text);
-}
-
-int base64Digit(char c) {
-  if (c >= 'A' && c <= 'Z') return c - 'A';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-  if (c >= '0' && c <= '9') return c - '0' + 52;
-  return c == '+' ? 62 : c == '/' ? 63 : -1;
-}
-
-// Characters that are no digits, such as line breaks, do not count.
-Data dataFrom(std::string_view base64) {
-  Data data;
-  data.bytes.reserve(base64.size() / 4 * 3 + 3);
-  uint32_t bits = 0;
-  int place = 0;  // of the digit among its four
-  for (const char c : base64) {
-    const int digit = base64Digit(c);
-    if (digit < 0) continue;
-    bits = bits << 6 | static_cast<uint32_t>(digit);
-    if (place > 0) data.bytes += static_cast<char>(bits >> (6 - 2 * place) & 0xFF);
-    place = (place + 1) % 4;
-  }
-  return data;
 }
 
 }  // namespace
@@ -127,7 +73,7 @@ bool XmlPropertyListBuilder::startElement(const Name& name, const Attributes&) {
   } else {
     scalar_ = kind;
     text_.clear();
-    // Of what is skipped only numbers and dates could be wrong.
+    // Of the values that are skipped only numbers and dates can be malformed.
     collects_ = !skips_ || kind == Kind::integer || kind == Kind::real || kind == Kind::date;
   }
   return true;
@@ -151,7 +97,7 @@ void XmlPropertyListBuilder::open(Kind kind) {
   container.isDictionary = kind == Kind::dict;
   container.hasKey = false;
   container.size = 0;
-  // What a list that was broken off has left.
+  // A list that was refused leaves its contents here.
   container.elements.clear();
   container.entries = DictionaryBuilder();
   if (container.isDictionary && !skips_) {
@@ -186,7 +132,7 @@ bool XmlPropertyListBuilder::endKey() {
   container.hasKey = true;
   if (skips_) return true;
   container.key = text_;
-  skips_ = keys_ && depth_ == 1 && !isWanted(text_);
+  skips_ = depth_ == 1 && !isWantedKey(text_, keys_);
   return true;
 }
 
@@ -205,19 +151,19 @@ std::optional<Value> XmlPropertyListBuilder::scalar() const {
     case Kind::string:
       return Value(text_);
     case Kind::integer:
-      return integerFrom(text_);
+      return integerFromText(trimmed(text_));
     case Kind::real:
-      return realFrom(text_);
+      return realFromText(trimmed(text_));
     case Kind::yes:
       return Value(true);
     case Kind::no:
       return Value(false);
     case Kind::data:
-      return Value(dataFrom(text_));
+      return Value(dataFromBase64(text_));
     default:
       break;
   }
-  const std::optional<Date> date = dateFromPropertyListText(trimmed(text_));
+  const std::optional<Date> date = dateFromText(trimmed(text_));
   return date ? std::optional<Value>(*date) : std::nullopt;
 }
 
@@ -239,10 +185,6 @@ bool XmlPropertyListBuilder::add(Value value) {
     container.elements.push_back(std::move(value));
   }
   return true;
-}
-
-bool XmlPropertyListBuilder::isWanted(std::string_view key) const {
-  return std::find(keys_->begin(), keys_->end(), key) != keys_->end();
 }
 
 }  // namespace revwarden

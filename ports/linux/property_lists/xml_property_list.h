@@ -1,30 +1,25 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/value.h"
+#include "ports/linux/property_lists/property_list.h"
 #include "ports/posix/libxml_parser.h"
 
 namespace revwarden {
 
-/// How deep arrays and dictionaries nest at most in a list that is read.
-inline constexpr size_t kMaxPropertyListDepth = 128;
-
-/// The keys of the root dictionary that are wanted.
-using PropertyListKeys = std::span<const std::string_view>;
-
-/// Builds a value from the events of an XML property list, and refuses whatever is none.
+/// Builds a value from the events of an XML document, and refuses a document that is not a property
+/// list. The parser limits the depth.
 class XmlPropertyListBuilder : public XmlEvents {
  public:
-  /// Forgets the last list. With `keys`, which must live until the next call, only those entries of
-  /// the root dictionary are built; a root of another kind is then built whole.
+  /// Starts a new list. With `keys`, which the caller keeps until the list ends, only those entries
+  /// of a root dictionary are built.
   void begin(const PropertyListKeys* keys);
 
-  /// The value of the list that was parsed to its end.
+  /// Returns the value of a list that was parsed to its end, once.
   std::optional<Value> takeRoot();
 
   bool startElement(const Name& name, const Attributes& attributes) override;
@@ -53,7 +48,6 @@ class XmlPropertyListBuilder : public XmlEvents {
   bool endContainer();
   std::optional<Value> scalar() const;
   bool add(Value value);
-  bool isWanted(std::string_view key) const;
 
   const PropertyListKeys* keys_ = nullptr;
   bool inPlist_ = false;
@@ -61,8 +55,8 @@ class XmlPropertyListBuilder : public XmlEvents {
   std::string text_;            // its text so far
   bool collects_ = false;       // whether that text matters
   std::vector<Container> containers_;
-  size_t depth_ = 0;    // of `containers_`, how many are open; the others lend their memory
-  bool skips_ = false;  // inside the value of an unwanted key: checked, not built
+  size_t depth_ = 0;    // how many `containers_` are open; the others keep their memory for later
+  bool skips_ = false;  // inside the value of an unwanted key, which is checked and not built
   std::optional<Value> root_;
 };
 
