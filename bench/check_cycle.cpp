@@ -16,8 +16,7 @@
 #include "catalogue/record_keys.h"
 #include "catalogue/version_info_keys.h"
 #include "check/update_check.h"
-#include "ports/linux/system/linux_system_information.h"
-#include "ports/linux/system/service_product_information.h"
+#include "ports/linux/system/system_information.h"
 
 namespace revwarden::bench {
 namespace {

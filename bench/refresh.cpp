@@ -23,7 +23,7 @@
 #include "discovery/item_validation.h"
 #include "discovery/list_refresh.h"
 #include "ports/linux/system/file_user_defaults.h"
-#include "ports/linux/system/linux_system_information.h"
+#include "ports/linux/system/system_information.h"
 
 namespace revwarden::bench {
 namespace {

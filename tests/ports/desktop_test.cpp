@@ -172,7 +172,10 @@ TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
       reader({"tail", "-f", script}),
       linked({scratch_.file("link/Linked.app/Contents/MacOS/Run"), "60"}),
       byShell({"/bin/sh", "-c", here});
-  ASSERT_TRUE(eventually([&] { return runningIn(byShell.pid) == bundle("Here"); }));
+  const std::string opened = "/proc/" + std::to_string(interpreted.pid) + "/fd/3";
+  ASSERT_TRUE(eventually([&] {  // tail would end if it opened the script only after the renaming
+    return runningIn(byShell.pid) == bundle("Here") && fs::exists(opened);
+  }));
 
   fs::create_directories(scratch_.file("Trash/files"));
   for (const std::string name : {"Named", "Script", "Here"}) {

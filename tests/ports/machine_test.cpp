@@ -5,7 +5,7 @@
 
 #include "ports/linux/desktop/logind_wake.h"
 #include "ports/linux/loop/glib_run_loop.h"
-#include "ports/linux/system/linux_system_information.h"
+#include "ports/linux/system/system_information.h"
 #include "ports/posix/system_clock.h"
 #include "tests/fakes/eventually.h"
 #include "tests/fakes/mocked_bus.h"
@@ -48,23 +48,18 @@ TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
   EXPECT_EQ(first, 1);
 }
 
-TEST(SystemInformationTest, ReadsWhatFirmwareDistributionAndKernelTell) {
+TEST(SystemInformationTest, ReadsFirmwareDistributionAndKernel) {
   const ScratchFolder folder;
-  const auto with = [&](const char* serial, const char* release, const char* machine = "i686") {
+  const auto with = [&](const char* serial, const char* machine = "i686") {
     folder.write("serial", serial);
-    folder.write("release", release);
-    return LinuxSystemInformation(
-        {}, {folder.file("serial"), {folder.file("missing"), folder.file("release")}, machine});
+    return LinuxSystemInformation({}, {folder.file("serial"), machine});
   };
-  EXPECT_EQ(with(" PF2ABC1-x \n", "").computerSerialNumber(), "PF2ABC1-x");
+  EXPECT_EQ(with(" PF2ABC1-x \n").computerSerialNumber(), "PF2ABC1-x");
   for (const char* unknown : {" \n", "None\n", "To be filled by O.E.M.\n", "000-0", "\xff\n"})
-    EXPECT_EQ(with(unknown, "").computerSerialNumber(), std::nullopt) << unknown;
-  EXPECT_EQ(with("", "ID=x\nPRETTY_NAME=\"Tuxo \\\"12\\\" \\$1 'a' \\n\"\n").systemVersionString(),
-            "Tuxo \"12\" $1 'a' \\n");
-  for (const char* useless : {"", "PRETTY_NAME=\n", "PRETTY_NAME=\"\xc3\"\n"})
-    EXPECT_THAT(with("", useless).systemVersionString(), testing::StartsWith("Linux ")) << useless;
-  EXPECT_TRUE(with("", "", "ppc64le").isPowerPC() && with("", "", "aarch64").is64BitCapable());
-  EXPECT_FALSE(with("", "").isPowerPC() || with("", "").is64BitCapable());
+    EXPECT_EQ(with(unknown).computerSerialNumber(), std::nullopt) << unknown;
+  EXPECT_GT(with("").systemVersionString().size(), sizeof "Linux");
+  EXPECT_TRUE(with("", "ppc64le").isPowerPC() && with("", "aarch64").is64BitCapable());
+  EXPECT_FALSE(with("").isPowerPC() || with("").is64BitCapable());
 }
 
 }  // namespace

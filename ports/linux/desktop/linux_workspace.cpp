@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "ports/linux/desktop/file_viewer.h"
-#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/process_control.h"
 #include "ports/linux/processes/running_applications.h"
 #include "ports/posix/spawn.h"
 

@@ -9,7 +9,7 @@
 
 #include "ports/linux/files/user_folders.h"
 #include "ports/linux/helper/helper_connection.h"
-#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/process_control.h"
 #include "ports/posix/spawn.h"
 #include "ports/posix/system_error.h"
 

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <optional>
 
-#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/process_control.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
 #include "ports/posix/system_error.h"

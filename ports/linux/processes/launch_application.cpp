@@ -1,7 +1,7 @@
 #include "ports/linux/processes/launch_application.h"
 
 #include "ports/linux/bundles/bundle_information.h"
-#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/process_control.h"
 #include "ports/linux/property_lists/property_list.h"
 
 namespace revwarden {

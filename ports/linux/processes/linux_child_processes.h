@@ -9,20 +9,22 @@
 
 namespace revwarden {
 
-/// Child processes, with a disk-image tool on a system that has none: a program named "hdiutil" is
-/// the one of this product, and what it attaches with "-autoopen", which it has no desktop to open
-/// on, is opened here. A program named "unzip" is kept from writing out of the folder "-d" through
-/// links that lie there already: those are removed before, and it is not started when one is left.
+/// Child processes, with two programs treated specially:
+///
+/// - "hdiutil", which Linux lacks, is the one of this product. What it attaches with "-autoopen" is
+///   opened here, as the tool itself has no desktop.
+/// - "unzip" must not write out of its target folder (option "-d") through links that an earlier
+///   archive left there. Such links are removed first; if one cannot be removed, unzip is not
+///   started.
 class LinuxChildProcesses final : public ChildProcesses {
  public:
-  /// The folders that are searched for a program by its base name before the path that is asked
-  /// for. A file that cannot be executed does not count.
+  /// The folders in which an executable file with the base name of a program replaces that program.
   struct Places {
     std::optional<std::string> tools;  // for every program
-    std::string ownTools;              // for "hdiutil" only, after the former
+    std::string ownTools;              // for "hdiutil" only, if `tools` has none
   };
 
-  /// `workspace` must outlive this.
+  /// `workspace` must outlive this object.
   LinuxChildProcesses(Places places, Workspace& workspace);
 
   std::optional<Completion> run(const ChildProcess& child) override;

@@ -5,13 +5,13 @@
 #include <cerrno>
 #include <csignal>
 
-#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/process_control.h"
 #include "ports/linux/processes/running_applications.h"
 
 namespace revwarden {
 namespace {
 
-/// The name in `tell application "NAME" to quit`.
+/// Returns NAME of `tell application "NAME" to quit`, nullopt for any other text.
 std::optional<std::string> applicationToQuit(std::string_view source) {
   constexpr std::string_view kBefore = "tell application \"", kAfter = "\" to quit";
   if (!source.starts_with(kBefore)) return std::nullopt;
@@ -31,7 +31,7 @@ struct Asked {
   bool isGone = false;
 };
 
-/// Asks the process to end unless it has ended already, in which case another may bear its number.
+/// Sends SIGTERM, unless the process has ended already and another may have its id.
 Asked askToEnd(const RunningApplication& application) {
   Asked asked{openProcess(application.pid)};
   asked.isGone =
@@ -44,7 +44,7 @@ Asked askToEnd(const RunningApplication& application) {
 
 Result<> QuitScripts::executeSource(std::string_view source) {
   const std::optional<std::string> name = applicationToQuit(source);
-  if (!name) return Error{"", "This script is not understood: " + std::string(source)};
+  if (!name) return Error{"", "Cannot execute this script: " + std::string(source)};
   std::vector<Asked> asked;
   for (const RunningApplication& application : runningApplications()) {
     if (application.name != *name || application.pid == getpid()) continue;
@@ -53,10 +53,10 @@ Result<> QuitScripts::executeSource(std::string_view source) {
   const auto deadline = std::chrono::steady_clock::now() + patience_;
   for (const Asked& one : asked) {
     if (!one.isGone && !endsBefore(deadline, one.process)) {
-      return Error{"", *name + " is still running."};
+      return Error{"", *name + " is still running"};
     }
   }
-  return kSuccess;
+  return {};
 }
 
 }  // namespace revwarden

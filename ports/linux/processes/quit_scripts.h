@@ -6,15 +6,15 @@
 
 namespace revwarden {
 
-/// Understands one script, `tell application "NAME" to quit`, where a backslash stands before a
+/// Executes one kind of script, `tell application "NAME" to quit`, in which a backslash escapes a
 /// quotation mark or a backslash of the name.
 ///
-/// This user's processes of the application whose bundle's folder has that very name, never the
-/// calling process, are asked to end (SIGTERM) and waited for. That none runs is no error. Any
+/// Sends SIGTERM to this user's processes of the application whose bundle folder has exactly that
+/// name, except the calling process, and waits for their end. It is no error if none runs. Any
 /// thread.
 class QuitScripts final : public AppleScripts {
  public:
-  /// `patience`: how long the applications have to end before they count as still running.
+  /// `patience` is how long to wait for the processes before an error.
   explicit QuitScripts(std::chrono::milliseconds patience = std::chrono::seconds(15))
       : patience_(patience) {}
 

@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr size_t kArgumentsRead = size_t{16} << 10;  // a few paths of any length
-constexpr size_t kFirstLineRead = 256;               // the kernel looks no further either
+constexpr size_t kFirstLineRead = 256;               // as much as the kernel reads
 
 struct PlaceInBundle {
   std::string bundle;
@@ -46,7 +46,7 @@ std::string programOf(const std::string& process) {
   return path;
 }
 
-/// The first ones, as far as they are whole.
+/// The first arguments, as many as fit into `kArgumentsRead` bytes.
 std::vector<std::string> argumentsOf(const std::string& process) {
   std::string text(kArgumentsRead, '\0');
   std::ifstream in(process + "/cmdline", std::ios::binary);

@@ -7,18 +7,17 @@
 
 namespace revwarden {
 
-/// The applications below the search folders, and the facts that the firmware, the distribution and
-/// the kernel tell of the machine.
+/// The applications below the search folders, and what firmware, distribution and kernel say about
+/// the machine.
 class LinuxSystemInformation final : public KQSystemInformation {
  public:
-  /// Where the facts of the machine are read.
+  /// Where to read about the machine.
   struct Facts {
     std::string serialNumber = "/sys/class/dmi/id/product_serial";
-    std::vector<std::string> systemReleases = {"/etc/os-release", "/usr/lib/os-release"};
     std::string machine = unameMachine();  // the kernel's name of the hardware, not a path
   };
 
-  /// Search folders are full paths; one that is missing holds no applications.
+  /// Search folders are full paths. A missing one contains no applications.
   explicit LinuxSystemInformation(std::vector<std::string> searchFolders);
   LinuxSystemInformation(std::vector<std::string> searchFolders, Facts facts);
 
@@ -33,6 +32,20 @@ class LinuxSystemInformation final : public KQSystemInformation {
 
   const std::vector<std::string> searchFolders_;
   const Facts facts_;
+};
+
+/// The product, with one host for all of the maker's services.
+class ServiceProductInformation final : public KQProductInformation {
+ public:
+  /// `host` is HOST or HOST:PORT, as in an address.
+  explicit ServiceProductInformation(std::string host) : host_(std::move(host)) {}
+
+  std::string URLWithScheme_service_path(std::string_view scheme, std::string_view service,
+                                         std::string_view path) const override;
+  std::string productName() const override { return "Pellmark"; }
+
+ private:
+  const std::string host_;
 };
 
 }  // namespace revwarden

@@ -1,7 +1,7 @@
-#include "ports/linux/processes/processes.h"
+#include "ports/linux/processes/process_control.h"
 
 #include <poll.h>
-extern "C" {  // which the header of glibc 2.36 forgets
+extern "C" {  // missing in the header of glibc 2.36
 #include <sys/pidfd.h>
 }
 
@@ -22,7 +22,7 @@ pid_t startInOwnSession(std::vector<std::string> command) {
 }
 
 FileDescriptor openProcess(pid_t pid) {
-  return FileDescriptor(::pidfd_open(pid, 0));  // closes on exec by itself
+  return FileDescriptor(::pidfd_open(pid, 0));  // close-on-exec is implied
 }
 
 bool endsBefore(std::chrono::steady_clock::time_point deadline, const FileDescriptor& process) {
