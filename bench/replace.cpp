@@ -21,8 +21,8 @@ double millisecondsBetween(Clock::time_point start, Clock::time_point end) {
 bool isUnpacked(const std::string& archive, const std::string& folder) {
   SpawnRequest request;
   request.command = {"unzip", "-q", "-o", archive, "-d", folder};
-  const Spawned unzip = spawn(request);
-  return unzip && waitForEnd(unzip.pid) == 0;
+  const Result<pid_t> unzip = spawn(request);
+  return unzip && waitForEnd(*unzip) == 0;
 }
 
 int fail(const Error& error) {

@@ -139,9 +139,10 @@ pid_t RunningChildren::start(const std::string& program, const ChildProcess& chi
   request.belongs = SpawnRequest::Belongs::inOwnSession;
   const std::lock_guard lock(mutex_);
   if (ended_) return -1;
-  const Spawned spawned = spawn(request);
-  if (spawned) running_.insert(spawned.pid);
-  return spawned.pid;
+  const Result<pid_t> pid = spawn(request);
+  if (!pid) return -1;
+  running_.insert(*pid);
+  return *pid;
 }
 
 int RunningChildren::waitForEndOf(pid_t pid) {

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "ports/posix/system_error.h"
+
 #ifdef __APPLE__
 #include <crt_externs.h>
 #else
@@ -27,7 +29,7 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
 
 char** environmentHere() {
 #ifdef __APPLE__
-  return *::_NSGetEnviron();  // a bundle cannot be linked with the variable itself
+  return *::_NSGetEnviron();  // a macOS bundle cannot link to the variable
 #else
   return environ;
 #endif
@@ -48,7 +50,7 @@ class FileActions {
     }
   }
   void closeOthers() {
-#ifndef __APPLE__  // where an attribute does it
+#ifndef __APPLE__  // macOS has an attribute for it
     ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
 #endif
   }
@@ -93,8 +95,7 @@ class Attributes {
 
 }  // namespace
 
-Spawned spawn(const SpawnRequest& request) {
-  if (request.command.empty()) return {-1, ENOENT};
+Result<pid_t> spawn(const SpawnRequest& request) {
   FileActions actions;
   actions.connect(request.input, STDIN_FILENO);
   actions.connect(request.output, STDOUT_FILENO);
@@ -105,12 +106,12 @@ Spawned spawn(const SpawnRequest& request) {
   const std::vector<std::string> ownEnvironment =
       request.environment.value_or(std::vector<std::string>());
   const std::vector<char*> environment = pointersTo(ownEnvironment);
-  Spawned spawned;
-  spawned.error = ::posix_spawnp(&spawned.pid, arguments.front(), actions.get(), attributes.get(),
-                                 arguments.data(),
-                                 request.environment ? environment.data() : environmentHere());
-  if (spawned.error != 0) spawned.pid = -1;
-  return spawned;
+  pid_t pid = -1;
+  const int error =
+      ::posix_spawnp(&pid, arguments.front(), actions.get(), attributes.get(), arguments.data(),
+                     request.environment ? environment.data() : environmentHere());
+  if (error != 0) return systemError(request.command.front(), error);
+  return pid;
 }
 
 int waitForEnd(pid_t pid) {

@@ -6,42 +6,37 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
+
 namespace revwarden {
 
-/// A program to start. It begins with no signal blocked and every signal at its default, whatever
-/// this process did, and inherits no other open files than the three streams.
+/// A program to start. It begins with no signal blocked and the default action for every signal,
+/// whatever this process has set, and inherits no open files except the three streams.
 struct SpawnRequest {
-  /// The program, then its arguments. A name without a slash is looked for in PATH.
+  /// The program, then its arguments. A name without a slash is searched for in PATH.
   std::vector<std::string> command;
 
-  /// "NAME=value"; absent: the environment of this process.
+  /// "NAME=value"; nullopt: the environment of this process.
   std::optional<std::vector<std::string>> environment;
 
-  // Descriptors of this process for the child's streams; -1 stands for the null device.
+  // Descriptors of this process for the child's streams; -1: the null device.
   int input = -1;
   int output = -1;
   int error = -1;
 
-  /// A group of its own lets a signal reach what the child starts in turn; a session of its own
-  /// lets it live on without this process and its terminal.
+  /// With a process group of its own, a signal to the group also reaches the processes that the
+  /// child starts. With a session of its own, the child can also outlive this process and its
+  /// terminal.
   enum class Belongs { here, inOwnGroup, inOwnSession };
   Belongs belongs = Belongs::here;
 };
 
-/// The id of the new process, or an errno value.
-struct Spawned {
-  pid_t pid = -1;
-  int error = 0;
+/// Starts a program and returns its process id. It is an error if the program cannot be executed.
+/// The caller must have the process reaped. Any thread.
+Result<pid_t> spawn(const SpawnRequest& request);
 
-  explicit operator bool() const { return pid > 0; }
-};
-
-/// Starts the program. A program that cannot be executed is an error here already. Any thread; who
-/// asked waits for the end of the process.
-Spawned spawn(const SpawnRequest& request);
-
-/// Waits for the end of a child and reaps it. Its exit status, or 128 plus the number of the signal
-/// that ended it; -1 when there is no such child.
+/// Waits for the end of a child and reaps it. Returns its exit status, or 128 plus the number of
+/// the signal that ended it; -1 if there is no such child.
 int waitForEnd(pid_t pid);
 
 }  // namespace revwarden

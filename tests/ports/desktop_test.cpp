@@ -35,7 +35,7 @@ struct Child {
   explicit Child(std::vector<std::string> command) {
     SpawnRequest request;
     request.command = std::move(command);
-    pid = spawn(request).pid;
+    pid = *spawn(request);
   }
   ~Child() {
     kill(pid, SIGKILL);

@@ -141,7 +141,7 @@ TEST_F(HelperTest, EndsAtBytesThatAreNoMessage) {
     SpawnRequest request;
     request.command = {REVWARDEN_HELPER};
     request.input = ends[1];
-    const pid_t pid = spawn(request).pid;
+    const pid_t pid = *spawn(request);
     ::close(ends[1]);
     EXPECT_TRUE(receiveMessage(ours.get()));
     ASSERT_EQ(::send(ours.get(), bytes.data(), bytes.size(), 0), ssize_t(bytes.size()));

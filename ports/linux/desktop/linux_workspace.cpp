@@ -18,7 +18,7 @@ namespace {
 constexpr char kOpener[] = "xdg-open";
 constexpr std::chrono::seconds kOpenerPatience(2);
 
-/// Of this machine; absent otherwise.
+/// Returns nullopt for a file on another machine.
 std::optional<std::string> pathOfFileURL(const std::string& url) {
   g_autofree char* host = nullptr;
   g_autofree char* path = g_filename_from_uri(url.c_str(), &host, nullptr);
@@ -26,7 +26,7 @@ std::optional<std::string> pathOfFileURL(const std::string& url) {
   return path && isHere ? std::optional<std::string>(path) : std::nullopt;
 }
 
-/// What xdg-open gets for an address: nothing that it could take for an option.
+/// The argument of xdg-open for an address. Returns nullopt for what it could take for an option.
 std::optional<std::string> openable(std::string_view url) {
   const std::string address(url);
   if (address.find('\0') != address.npos) return std::nullopt;
@@ -36,10 +36,10 @@ std::optional<std::string> openable(std::string_view url) {
   return g_str_equal(scheme, "file") ? pathOfFileURL(address) : address;
 }
 
-/// Starts the opener; its process id is not positive if there is none or it cannot be started.
-pid_t startOpener(std::string_view url) {
+Result<pid_t> startOpener(std::string_view url) {
   const std::optional<std::string> target = openable(url);
-  return target ? startInOwnSession({kOpener, *target}) : -1;
+  if (!target) return Error{"", std::string(url) + " is not an address that can be opened"};
+  return startInOwnSession({kOpener, *target});
 }
 
 bool hasOpened(pid_t opener) {
@@ -52,15 +52,15 @@ bool hasOpened(pid_t opener) {
 bool reveal(const std::string& path) {
   if (!path.starts_with('/')) return false;
   if (showInFileViewer(path)) return true;
-  const pid_t opener = startInOwnSession({kOpener, std::filesystem::path(path).parent_path()});
-  return opener > 0 && hasOpened(opener);
+  const auto opener = startInOwnSession({kOpener, std::filesystem::path(path).parent_path()});
+  return opener && hasOpened(*opener);
 }
 
 }  // namespace
 
 bool LinuxWorkspace::openURL(std::string_view url) {
-  const pid_t opener = startOpener(url);
-  const bool opened = opener > 0 && hasOpened(opener);
+  const Result<pid_t> opener = startOpener(url);
+  const bool opened = opener && hasOpened(*opener);
   reports_.opened(url, opened);
   return opened;
 }
@@ -71,9 +71,9 @@ void LinuxWorkspace::openURL_whenOpened(std::string_view url, std::function<void
     told(address, isOpened);
     opened(isOpened);
   };
-  const pid_t opener = startOpener(url);
-  const auto wait = [opener, report] { report(hasOpened(opener)); };
-  if (opener <= 0 || !threads_.detachNewThread(wait)) report(false);
+  const Result<pid_t> opener = startOpener(url);
+  const auto wait = [opener, report] { report(hasOpened(*opener)); };
+  if (!opener || !threads_.detachNewThread(wait)) report(false);
 }
 
 bool LinuxWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,

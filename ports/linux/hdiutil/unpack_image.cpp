@@ -50,7 +50,7 @@ std::vector<std::string> command(const std::string& program, const std::string& 
   return words;
 }
 
-Spawned start(std::vector<std::string> words, int input, int output) {
+Result<pid_t> start(std::vector<std::string> words, int input, int output) {
   SpawnRequest request;
   request.command = std::move(words);
   request.environment = {"LC_ALL=C.UTF-8"};
@@ -60,15 +60,14 @@ Spawned start(std::vector<std::string> words, int input, int output) {
   return spawn(request);
 }
 
-Spawned startFirst(const std::string& image, const std::string& folder, const std::string& kind,
-                   int input, int output) {
-  Spawned spawned;
+Result<pid_t> startFirst(const std::string& image, const std::string& folder,
+                         const std::string& kind, int input, int output) {
   for (const char* const program : kPrograms) {
     if (access(program, X_OK) != 0) continue;
-    spawned = start(command(program, image, folder, kind), input, output);
-    if (spawned) break;
+    Result<pid_t> started = start(command(program, image, folder, kind), input, output);
+    if (started) return started;
   }
-  return spawned;
+  return Error{"", "7zz, which reads disk images, cannot be started"};
 }
 
 /// Reads the output of 7zz until it ends, and kills it when space runs out.
@@ -128,10 +127,10 @@ Result<std::string> unpackImage(const std::string& image, const std::string& fol
                                 const std::string& kind, int held) {
   std::optional<Pipe> output = makePipe();
   if (!output) return systemError();
-  const Spawned spawned = startFirst(image, folder, kind, held, output->writeEnd.get());
+  const Result<pid_t> pid = startFirst(image, folder, kind, held, output->writeEnd.get());
   output->writeEnd = FileDescriptor();
-  if (!spawned) return Error{"", "7zz, which reads disk images, cannot be started"};
-  return Watch(spawned.pid, std::move(output->readEnd), folder).untilEnd();
+  if (!pid) return pid.error();
+  return Watch(*pid, std::move(output->readEnd), folder).untilEnd();
 }
 
 }  // namespace revwarden

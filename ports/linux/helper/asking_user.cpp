@@ -23,7 +23,8 @@ bool become(const AskingUser& user) {
          ::setresuid(user.uid, user.uid, user.uid) == 0;
 }
 
-// The value with status 0, else the error's code, a line break and its message.
+// Writes the value and exits with status 0, or writes the error's code, a line break and its
+// message and exits with status 1.
 [[noreturn]] void answer(int pipe, const Result<std::string>& result) {
   const std::string text = result ? *result : result.error().code + '\n' + result.error().message;
   (void)!::write(pipe, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
@@ -50,9 +51,8 @@ Result<std::string> withRightsOf(const AskingUser& user,
   if (pid < 0) return systemError("fork");
   if (pid == 0) {
     answer(pipe->writeEnd.get(),
-           become(user)
-               ? work()
-               : Result<std::string>(Error{"", "The rights of the user cannot be taken on."}));
+           become(user) ? work()
+                        : Result<std::string>(Error{"", "cannot take the rights of " + user.name}));
   }
   pipe->writeEnd = FileDescriptor();
   std::string text;
@@ -60,7 +60,9 @@ Result<std::string> withRightsOf(const AskingUser& user,
   const int status = waitForEnd(pid);
   if (status == 0) return text;
   const size_t lineBreak = text.find('\n');
-  if (lineBreak == text.npos) return Error{"", "ended with status " + std::to_string(status)};
+  if (lineBreak == text.npos)
+    return Error{"",
+                 "the process of " + user.name + " ended with status " + std::to_string(status)};
   return Error{text.substr(0, lineBreak), text.substr(lineBreak + 1)};
 }
 

@@ -10,22 +10,22 @@
 
 namespace revwarden {
 
-/// The user for whom a helper with more rights than his works.
+/// The user who asked for a helper that has more rights than the user.
 struct AskingUser {
   uid_t uid;
-  gid_t gid;  // of his primary group
+  gid_t gid;  // the primary group
   std::string name;
 };
 
-/// The user whose id is this decimal number; absent when there is none.
+/// Returns the user whose id is this decimal number, nullopt if there is none.
 std::optional<AskingUser> askingUser(const std::string& uid);
 
-/// Runs `work` in a process of its own that has this user's rights, groups and nothing more, waits
+/// Runs `work` in a child process that has the rights and groups of this user and no others, waits
 /// for it and returns its result.
 ///
-/// What a privileged process writes into a folder of the user can be led astray by links that he
-/// puts there meanwhile; what this process writes cannot, and belongs to him. To be called while
-/// the calling process has one thread.
+/// This is how to write into folders of the user: a privileged process could be redirected by links
+/// that the user puts there. The files belong to the user. To be called while the calling process
+/// has one thread.
 Result<std::string> withRightsOf(const AskingUser& user,
                                  const std::function<Result<std::string>()>& work);
 

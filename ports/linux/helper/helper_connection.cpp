@@ -17,13 +17,13 @@ bool HelperConnection::isGreeted(int process) {
 
 Result<std::string> HelperConnection::ask(const HelperMessage& request) {
   const std::lock_guard lock(oneRequest_);
-  if (finished_) return Error{"", "The helper was stopped."};
+  if (finished_) return Error{"", "the helper was stopped"};
   if (sendMessage(socket_.get(), request)) {
     const std::optional<HelperMessage> answer = receiveMessage(socket_.get());
     if (answer && answer->size() == 1) return answer->front();
     if (answer && answer->size() == 2) return Error{answer->front(), answer->back()};
   }
-  return Error{"", "The helper has ended."};
+  return Error{"", "the helper has ended"};
 }
 
 bool HelperConnection::finish() {

@@ -10,26 +10,26 @@
 
 namespace revwarden {
 
-/// The agent's end of its conversation with a helper. Any thread. The helper ends when this does.
+/// The agent's end of the connection to a helper. The helper ends when it is destroyed. Any thread.
 class HelperConnection {
  public:
   explicit HelperConnection(FileDescriptor socket) : socket_(std::move(socket)) {}
 
-  /// Waits until the helper has greeted; false when it ends, or says something else, before that.
-  /// `process` (a pidfd, or -1) is the program started: its end counts even when others hold on to
-  /// the helper's end of the socket.
+  /// Waits for the greeting of the helper. Returns false if the helper ends first or sends
+  /// something else. `process` is a pidfd of the program that was started, or -1. Its end is
+  /// noticed even if other processes have the helper's end of the socket open.
   bool isGreeted(int process);
 
-  /// Sends the request when those before it have been answered, and waits for the answer: the
-  /// operation's value ("" if it has none) or its error. The end of the helper and of the
-  /// connection are errors.
+  /// Sends a request after earlier ones were answered, and waits for the answer: the operation's
+  /// value ("" if it has none) or its error. The end of the helper or of the connection is an
+  /// error.
   Result<std::string> ask(const HelperMessage& request);
 
-  /// Lets the helper know that no request follows, and does not wait. One that it carries out is
-  /// still answered. Whether this was the first call.
+  /// Tells the helper that no request follows, without waiting. A running one is still answered.
+  /// Returns true for the first call.
   bool finish();
 
-  /// As `finish`, but who waits for an answer is told at once that the helper has ended.
+  /// As `finish`, but a waiting `ask` returns at once with the error that the helper has ended.
   void abandon();
 
  private:

@@ -18,6 +18,10 @@ namespace {
 
 constexpr std::chrono::seconds kEndPatience(2);
 
+Error unavailable(const Error& cause) {
+  return {"authorizationUnavailable", "cannot get administrator rights: " + cause.message};
+}
+
 class LinuxHelperTask final : public KQHelperTask {
  public:
   using Reports = LinuxHelperManager::Reports;
@@ -86,40 +90,38 @@ Result<std::shared_ptr<KQHelperTask>> LinuxHelperManager::rootTaskWithPrompt(
 
 Result<std::shared_ptr<HelperConnection>> LinuxHelperManager::obtainHelper() {
   if (authorization_ == Authorization::never) {
-    return Error{"notAuthorized", "this agent does not ask for administrator rights"};
+    return Error{"notAuthorized",
+                 "this agent may not ask for administrator rights (option --authorization)"};
   }
   // pkexec reports a missing program with the status of a refusal.
-  if (::access(helperProgram_.c_str(), X_OK) != 0) {
-    return Error{"authorizationUnavailable", systemError(helperProgram_).message};
-  }
+  if (::access(helperProgram_.c_str(), X_OK) != 0) return unavailable(systemError(helperProgram_));
   int ends[2];
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
-    return Error{"authorizationUnavailable", systemError("socketpair").message};
+    return unavailable(systemError());
   }
   auto connection = std::make_shared<HelperConnection>(FileDescriptor(ends[0]));
   FileDescriptor helpersEnd(ends[1]);
-  const pid_t pid = start(helpersEnd.get(), connection);
+  const Result<pid_t> pid = start(helpersEnd.get(), connection);
   helpersEnd = FileDescriptor();
-  if (pid <= 0) {
-    return Error{"authorizationUnavailable", helperCommand().front() + " cannot be started"};
-  }
-  const FileDescriptor process = openProcess(pid);
+  if (!pid) return unavailable(pid.error());
+  const FileDescriptor process = openProcess(*pid);
   const bool granted = connection->isGreeted(process.get());
   settle(granted);
   if (!granted && endsBefore(std::chrono::steady_clock::now() + kEndPatience, process)) {
-    return refusal(waitForEnd(pid));
+    return refusal(waitForEnd(*pid));
   }
-  reapInBackground(pid);
+  reapInBackground(*pid);
   if (!granted) return refusal(0);
   return connection;
 }
 
-// A status of pkexec: 126 if the user dismissed the dialogue, 127 if no authorization was obtained.
+// Exit statuses of pkexec: 126 if the user dismissed the dialogue, 127 if no authorization was
+// obtained.
 Error LinuxHelperManager::refusal(int status) const {
   if (authorization_ == Authorization::ask && (status == 126 || status == 127)) {
     return {"notAuthorized", "administrator rights were not granted"};
   }
-  return {"authorizationUnavailable", helperCommand().front() + " did not start the helper"};
+  return unavailable({"", helperCommand().front() + " ended without starting the helper"});
 }
 
 std::vector<std::string> LinuxHelperManager::helperCommand() const {
@@ -127,10 +129,11 @@ std::vector<std::string> LinuxHelperManager::helperCommand() const {
   return {"pkexec", helperProgram_, "--data-home", dataFolder()};
 }
 
-/// Its output joins its diagnostics: only the helper itself answers on the socket, whatever the
-/// program in between may print. In a session of its own that program finds no terminal where it
-/// could ask, and wait, behind the back of whoever uses the terminal.
-pid_t LinuxHelperManager::start(int socket, const std::shared_ptr<HelperConnection>& connection) {
+// Standard output goes to standard error, so that nothing that pkexec prints can pass for an answer
+// of the helper. In a session of its own pkexec has no terminal on which it could ask and wait
+// while somebody else uses the terminal.
+Result<pid_t> LinuxHelperManager::start(int socket,
+                                        const std::shared_ptr<HelperConnection>& connection) {
   SpawnRequest request;
   request.command = helperCommand();
   request.input = socket;
@@ -138,10 +141,10 @@ pid_t LinuxHelperManager::start(int socket, const std::shared_ptr<HelperConnecti
   request.belongs = SpawnRequest::Belongs::inOwnSession;
 
   const std::lock_guard lock(mutex_);
-  if (hasEnded_) return -1;
-  const pid_t pid = spawn(request).pid;
-  if (pid <= 0) return pid;
-  asking_ = pid;
+  if (hasEnded_) return Error{"", "the agent is ending"};
+  Result<pid_t> pid = spawn(request);
+  if (!pid) return pid;
+  asking_ = *pid;
   std::erase_if(connections_, [](const auto& one) { return one.expired(); });
   connections_.push_back(connection);
   return pid;

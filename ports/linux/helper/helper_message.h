@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// What the agent and its privileged helper say to each other over a connected stream socket, which
+// The messages between the agent and its privileged helper, over a connected stream socket, which
 // is the helper's standard input.
 //
 // The helper speaks first, with `helperGreeting`. From then on the agent sends one request at a
@@ -23,11 +23,11 @@ inline const char* const copySelector = "performCopyItemAtPath:toPath:";
 /// Its arguments: the action's name, then each argument's key and value.
 inline const char* const actionSelector = "performAction:withArguments:";
 
-/// Whether the message went out whole; one of more than a MiB does not go out at all. Never raises
+/// Returns false if the message could not be sent whole, or is longer than a MiB. Does not raise
 /// SIGPIPE.
 [[nodiscard]] bool sendMessage(int socket, const HelperMessage& message);
 
-/// Waits for the next message. Absent at the end of the stream, and when it holds something else.
+/// Waits for the next message. Returns nullopt at the end of the stream or for malformed bytes.
 std::optional<HelperMessage> receiveMessage(int socket);
 
 }  // namespace revwarden

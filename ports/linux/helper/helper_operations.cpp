@@ -34,35 +34,35 @@ bool isPlainPath(std::string_view path) {
 }
 
 Refusal refusalOfApplication(const std::string& path) {
-  if (!isPlainPath(path)) return Error{"", path + " is no full path."};
+  if (!isPlainPath(path)) return Error{"", path + " is not a plain full path"};
   if (asciiUpperCase(pathExtension(path)) == "APP") return std::nullopt;
-  return Error{"", path + " is no application."};
+  return Error{"", path + " is not an application"};
 }
 
 Refusal refusalOfFolder(const std::string& path) {
-  if (!isPlainPath(path)) return Error{"", path + " is no full path."};
+  if (!isPlainPath(path)) return Error{"", path + " is not a plain full path"};
   struct stat facts;
   if (::lstat(path.c_str(), &facts) != 0) return systemError(path);
   if (S_ISDIR(facts.st_mode)) return std::nullopt;
-  return Error{"notFolder", path + " is no folder."};
+  return Error{"notFolder", path + " is not a folder"};
 }
 
 Refusal refusalOfScript(const std::string& path, const std::optional<AskingUser>& user) {
   if (!isPlainPath(path) || lastPathComponent(path) != "installPkg") {
-    return Error{"", path + " is not the script that installs packages."};
+    return Error{"", path + " is not the script that installs packages"};
   }
   struct stat facts;
   if (::lstat(path.c_str(), &facts) != 0) return systemError(path);
   const bool isTrusted =
       facts.st_uid == 0 || facts.st_uid == ::geteuid() || (user && facts.st_uid == user->uid);
   if (S_ISREG(facts.st_mode) && isTrusted && !(facts.st_mode & S_IWOTH)) return std::nullopt;
-  return Error{"", path + " could be another user's."};
+  return Error{"", path + " could be changed by another user"};
 }
 
 Refusal refusalOfPackage(const std::string& path) {
-  if (!isPlainPath(path)) return Error{"", path + " is no full path."};
+  if (!isPlainPath(path)) return Error{"", path + " is not a plain full path"};
   if (!asciiUpperCase(pathExtension(path)).ends_with("PKG"))
-    return Error{"", path + " is no package."};
+    return Error{"", path + " is not a package"};
   if (::access(path.c_str(), F_OK) == 0) return std::nullopt;
   return systemError(path);
 }
@@ -97,7 +97,7 @@ HelperOperations::Answer HelperOperations::carryOut(const HelperMessage& request
       return {runPackageScript(script->second, package->second)};
     }
   }
-  return {Error{"", "The helper does not know this operation."}, false};
+  return {Error{"", "the helper does not know this operation"}, false};
 }
 
 Result<std::string> HelperOperations::moveToTrash(const std::string& path) {

@@ -10,30 +10,32 @@
 
 namespace revwarden {
 
-/// What the helper does, and all that it does.
+/// The operations of the helper.
 ///
-/// Who drives it is a program of a user to whom an administrator granted that applications are
-/// replaced and packages installed: whoever may install packages has the machine. So the checks
-/// do not keep that user from what he was granted. They keep his mistakes small, and keep everybody
-/// else, who may own a folder on the way, from making use of his helper:
+/// The helper is driven by a program of a user to whom an administrator has granted the replacement
+/// of applications and the installation of packages, which amounts to full control of the machine.
+/// So the checks do not restrict that user. They limit the damage of mistakes, and they prevent
+/// that other users, who may own a folder on the way, make use of the helper:
 ///
-/// - Paths are absolute, without "." or ".." or doubled slashes.
-/// - What is moved or written is a folder "*.app" (any case of letters). The folder around it is
-///   entered step by step from the root without following a link, and everything is done from
-///   there, so that nobody can put another folder in its place.
-/// - The source of a copy is a folder, and no link.
-/// - The script is a file "installPkg" of root, of the user or of this process, which others cannot
-///   write; the package exists, and its extension ends in "pkg".
+/// - Paths are absolute, without ".", ".." or doubled slashes.
+/// - What is moved or written is a folder "*.app" (any letter case). The folder that contains it is
+///   opened through no link, and everything is done relative to it, so that nobody can put another
+///   folder in its place.
+/// - The source of a copy is a folder, not a link.
+/// - The script is a file "installPkg" that belongs to root, to the user or to this process and
+/// that
+///   others cannot write. The package exists, and its extension ends in "pkg".
 class HelperOperations {
  public:
-  /// With a user, what goes to the Trash goes to his, with his rights, wherever XDG_DATA_HOME says
-  /// it is; without one to the Trash of this process's own. `agent` is the socket of the agent.
+  /// With a `user`, applications go to that user's Trash, which XDG_DATA_HOME locates, with the
+  /// user's rights; without one, to the Trash of this process's user. `agent` is the socket of the
+  /// agent.
   HelperOperations(std::optional<AskingUser> user, int agent)
       : user_(std::move(user)), agent_(agent) {}
 
   struct Answer {
     Result<std::string> result;  // the operation's value, or its error
-    bool isKnown = true;         // false: no request of the agent looks like this
+    bool isKnown = true;         // false for a request that the agent never sends
   };
   Answer carryOut(const HelperMessage& request);
 

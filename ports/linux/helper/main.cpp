@@ -1,7 +1,7 @@
-// revwarden-helper [--data-home DIR]: carries out, with its own rights, what the agent at the other
-// end of its standard input asks, until the agent closes that end.
+// revwarden-helper [--data-home DIR]: carries out requests of the agent with its own rights, until
+// the agent closes its end of the socket that is this program's standard input.
 //
-// With --data-home it works for the user PKEXEC_UID, who keeps his Trash in DIR.
+// With --data-home it works for the user PKEXEC_UID, whose data folder, with the Trash, is DIR.
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,7 +24,8 @@ int complain(const char* text) {
 }
 
 int serve(HelperOperations operations) {
-  if (!sendMessage(agent, {helperGreeting})) return complain("revwarden-agent starts this program");
+  if (!sendMessage(agent, {helperGreeting}))
+    return complain("only revwarden-agent can start this program");
   while (const std::optional<HelperMessage> request = receiveMessage(agent)) {
     const HelperOperations::Answer answer = operations.carryOut(*request);
     const Result<std::string>& result = answer.result;
@@ -38,15 +39,15 @@ int serve(HelperOperations operations) {
 
 int run(int argc, char** argv) {
   const bool worksForUser = argc == 3 && std::string_view(argv[1]) == "--data-home";
-  if (argc != 1 && !worksForUser) return complain("takes no arguments but --data-home DIR");
+  if (argc != 1 && !worksForUser) return complain("the only option is --data-home DIR");
   ::umask(022);  // the user's own must not affect what is installed
   if (::chdir("/") != 0) return complain("cannot enter the root folder");
   std::optional<AskingUser> user;
   if (worksForUser) {
     ::setenv("XDG_DATA_HOME", argv[2], 1);
     const char* const uid = std::getenv("PKEXEC_UID");
-    if (uid && !(user = askingUser(uid))) return complain("PKEXEC_UID names no user");
-    if (user && user->uid == ::geteuid()) user.reset();  // who has no fewer rights
+    if (uid && !(user = askingUser(uid))) return complain("PKEXEC_UID is not the id of a user");
+    if (user && user->uid == ::geteuid()) user.reset();  // no fewer rights
   }
   return serve(HelperOperations(user, agent));
 }

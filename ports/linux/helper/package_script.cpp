@@ -66,13 +66,13 @@ Result<> runPackageScript(const std::string& script, const std::string& package,
                          "LC_ALL=C.UTF-8"};
   request.error = errors->writeEnd.get();
   request.belongs = SpawnRequest::Belongs::inOwnGroup;
-  const Spawned spawned = spawn(request);
-  if (!spawned) return packageFailed(systemError(script, spawned.error).message);
+  const Result<pid_t> pid = spawn(request);
+  if (!pid) return packageFailed(pid.error().message);
   errors->writeEnd = FileDescriptor();
 
   TextTail tail;
-  readUntilEnd(tail, errors->readEnd.get(), spawned.pid, agent);
-  const int status = waitForEnd(spawned.pid);
+  readUntilEnd(tail, errors->readEnd.get(), *pid, agent);
+  const int status = waitForEnd(*pid);
   if (status == 0) return {};
   std::string text = tail.text();
   std::ranges::replace(text, '\n', ' ');

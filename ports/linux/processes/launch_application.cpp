@@ -28,9 +28,9 @@ bool launchApplication(const std::string& bundlePath) {
   if (!name) return false;
   for (const char* folder : kPrograms) {
     const std::string program = bundlePath + folder + *name;
-    const pid_t started = startInOwnSession({program});
-    if (started < 0) continue;
-    reapInBackground(started);
+    const Result<pid_t> started = startInOwnSession({program});
+    if (!started) continue;
+    reapInBackground(*started);
     return true;
   }
   return false;

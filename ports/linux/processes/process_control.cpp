@@ -14,11 +14,11 @@ extern "C" {  // missing in the header of glibc 2.36
 
 namespace revwarden {
 
-pid_t startInOwnSession(std::vector<std::string> command) {
+Result<pid_t> startInOwnSession(std::vector<std::string> command) {
   SpawnRequest request;
   request.command = std::move(command);
   request.belongs = SpawnRequest::Belongs::inOwnSession;
-  return spawn(request).pid;
+  return spawn(request);
 }
 
 FileDescriptor openProcess(pid_t pid) {

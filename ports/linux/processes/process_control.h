@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "ports/posix/file_descriptor.h"
 
 // Starts programs that outlive this process, and ends and awaits processes by a descriptor (pidfd),
@@ -13,8 +14,8 @@
 namespace revwarden {
 
 /// Starts a program with its arguments in a session of its own, so that it can outlive this
-/// process. Returns its id, or -1 if it cannot be started. The caller must have it reaped.
-pid_t startInOwnSession(std::vector<std::string> command);
+/// process. Returns its id. The caller must have it reaped.
+Result<pid_t> startInOwnSession(std::vector<std::string> command);
 
 /// Opens a process. Returns none, see `errno`, if there is no such process (ESRCH) or no descriptor
 /// is left.
