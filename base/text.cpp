@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <span>
 
 namespace revwarden {
@@ -87,6 +88,56 @@ bool isValidUtf8(std::string_view bytes) {
     bytes.remove_prefix(length);
   }
   return true;
+}
+
+char32_t takeCharacter(std::string_view& text) {
+  const size_t length = utf8SequenceLength(text);
+  auto character =
+      static_cast<unsigned char>(text[0]) & (length < 2 ? 0x7Fu : 0xFFu >> (length + 1));
+  for (size_t i = 1; i < length; ++i) {
+    character = character << 6 | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+  }
+  text.remove_prefix(std::max<size_t>(length, 1));
+  if (length > 0) return character;
+  while (!text.empty() && (text[0] & 0xC0) == 0x80) text.remove_prefix(1);
+  return U'\uFFFD';
+}
+
+void appendUtf8(std::string& text, char32_t character) {
+  if (character < 0x80) {
+    text += static_cast<char>(character);
+    return;
+  }
+  constexpr unsigned kLead[] = {0, 0xC0, 0xE0, 0xF0};
+  const int tail = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+  text += static_cast<char>(kLead[tail] | character >> 6 * tail);
+  for (int i = tail - 1; i >= 0; --i) text += static_cast<char>(0x80 | (character >> 6 * i & 0x3F));
+}
+
+bool isUnsafeToPrint(char32_t c) {
+  const bool isControl = c < 0x20 || (c >= 0x7F && c < 0xA0);
+  const bool isSeparator = c == 0x2028 || c == 0x2029;
+  const bool isDirectionMark = c == 0x061C || c == 0x200E || c == 0x200F ||
+                               (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+  return isControl || isSeparator || isDirectionMark;
+}
+
+std::string escaped(std::string_view text) {
+  std::string line;
+  line.reserve(text.size());
+  while (!text.empty()) {
+    const char32_t character = takeCharacter(text);
+    if (character == '\n') {
+      line += "\\n";
+    } else if (isUnsafeToPrint(character)) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
+      line += escape;
+    } else {
+      appendUtf8(line, character);
+    }
+  }
+  return line;
 }
 
 std::string asciiUpperCase(std::string_view text) {

@@ -16,6 +16,21 @@ bool isValidUtf8(std::string_view bytes);
 /// there is none.
 size_t utf8SequenceLength(std::string_view text);
 
+/// Removes the first character of `text`, which must not be empty, and returns it. Returns U+FFFD
+/// for bytes that are not UTF-8; a lead byte and the continuation bytes after it count as one.
+char32_t takeCharacter(std::string_view& text);
+
+/// Appends a character in UTF-8.
+void appendUtf8(std::string& text, char32_t character);
+
+/// Returns true for a character that a terminal or a log must not get: control characters, line and
+/// paragraph separators, and marks that change the direction of writing.
+bool isUnsafeToPrint(char32_t character);
+
+/// `text` on one line that is safe to print, with unsafe characters as escapes ("\n", "\u001b") and
+/// U+FFFD for bytes that are not UTF-8.
+std::string escaped(std::string_view text);
+
 /// Upper case of the ASCII letters; every other byte stays.
 std::string asciiUpperCase(std::string_view text);
 

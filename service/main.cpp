@@ -16,6 +16,7 @@
 #include <string>
 #include <thread>
 
+#include "base/text.h"
 #include "ports/posix/libxml_documents.h"
 #include "ports/posix/system_error.h"
 #include "service/catalogue.h"
@@ -60,7 +61,7 @@ std::optional<Address> parsedAddress(std::string_view text) {
 
 // Prints the message and returns the exit status.
 int failed(const std::string& why) {
-  std::cerr << "revwarden-service: " << printable(why) << std::endl;
+  std::cerr << "revwarden-service: " << escaped(why) << std::endl;
   return 1;
 }
 

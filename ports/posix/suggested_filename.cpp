@@ -90,12 +90,7 @@ std::string asUtf8(const std::string& bytes) {
   if (isValidUtf8(bytes)) return bytes;
   std::string text;
   for (const unsigned char byte : bytes) {
-    if (byte < 0x80) {
-      text += static_cast<char>(byte);
-    } else if (byte >= 0xa0) {  // below: control characters
-      text += static_cast<char>(0xc0 | byte >> 6);
-      text += static_cast<char>(0x80 | (byte & 0x3f));
-    }
+    if (byte < 0x80 || byte >= 0xa0) appendUtf8(text, byte);  // between: control characters
   }
   return text;
 }

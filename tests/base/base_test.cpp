@@ -69,6 +69,8 @@ TEST(TextTest, DistinguishesUtf8FromOtherBytes) {
                           "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "\xFF", "ok\xC3("}) {
     EXPECT_FALSE(isValidUtf8(bad));
   }
+  const std::string hostile = "é€😀\n\x1b\xC2\x9B\u202E\u2028a\xff\xc0\xafz\xe2\x82";
+  EXPECT_EQ(escaped(hostile), "é€😀\\n\\u001b\\u009b\\u202e\\u2028a\uFFFD\uFFFDz\uFFFD");
 }
 
 TEST(TextTest, TrimsSpacesButNotLineBreaks) {

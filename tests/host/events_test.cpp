@@ -42,7 +42,7 @@ TEST_F(Events, LogLinesKeepTheirLineBreaksForClientsOnlyAndAreCutWhenLong) {
   LogEvents lines(log);
   testing::internal::CaptureStderr();
   lines.NSLog("path \"%@\" and %@", {"a\nb\x1b", std::nullopt});
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "NSLog: path \"a\\nb\\x1b\" and (null)\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "NSLog: path \"a\\nb\\u001b\" and (null)\n");
   EXPECT_EQ(Json::parse(log.eventsAfter(0))[0]["params"],
             Json({"NSLog", "path \"a\nb\x1b\" and (null)", "path \"%@\" and %@",
                   Json({"a\nb\x1b", "(null)"})}));
