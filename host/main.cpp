@@ -46,7 +46,7 @@ RpcMethods methodsOf(const Options& options, PlatformObjects& objects, const Loa
                   .events = objects.events,
                   .outcomes = objects.outcomes,
                   .unsavedSince = [&objects] { return objects.userDefaults.unsavedSince(); },
-                  .openJobs = [] { return std::vector<std::string>(); },
+                  .openJobs = [agent = plugin.agent] { return agent->openJobIDs(); },
                   .deliverWake = [&objects] { objects.wake->deliver(); }});
   return methods;
 }
@@ -97,6 +97,7 @@ int runAgent(int argc, char** argv) {
   Guarded<Running> running;
   const auto finish = [&objects, &running] {
     objects.userDefaults.finishWritesAndClose(kWritePatience);
+    if (const auto agent = running.get().agent) agent->reportOpenJobsAsEnded();
     if (const auto socket = running.get().socket) socket->flush(kClientPatience);
     objects.events.finishForever(kWritePatience);
   };
