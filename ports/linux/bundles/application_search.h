@@ -5,13 +5,12 @@
 
 namespace revwarden {
 
-/// The full paths of the application bundles at any depth below the folders, each once, in no
-/// particular order. Reads the disk anew.
+/// Searches folders at any depth for application bundles and returns their full paths, each once,
+/// in no particular order. Reads the disk anew.
 ///
-/// Packages are not searched: neither what is inside a bundle nor a folder inside one that a link
-/// leads to. Links to bundles and to folders are followed, each folder once; what is found keeps
-/// the path by which it was reached. Left out are folders that cannot be read and names that are
-/// not UTF-8.
+/// Packages are not searched, also not through a link to a folder in one. Links to bundles and
+/// folders are followed, each folder once; a bundle keeps the path by which it was found. Folders
+/// that cannot be read and names that are not UTF-8 are left out.
 std::vector<std::string> applicationBundlesBelow(const std::vector<std::string>& folders);
 
 }  // namespace revwarden

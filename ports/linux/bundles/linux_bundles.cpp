@@ -21,11 +21,6 @@ constexpr std::string_view kShortVersion = "CFBundleShortVersionString";
 constexpr std::string_view kVersion = "CFBundleVersion";
 constexpr std::array<std::string_view, 4> kKeys = {kIdentifier, kName, kShortVersion, kVersion};
 
-std::optional<std::string> textIn(const Dictionary& information, std::string_view key) {
-  const std::string* text = information.stringFor(key);
-  return text ? std::optional(*text) : std::nullopt;
-}
-
 std::optional<Value> textOrNumberIn(const Dictionary& information, std::string_view key) {
   const Value* value = information.find(key);
   const bool fits =
@@ -34,11 +29,11 @@ std::optional<Value> textOrNumberIn(const Dictionary& information, std::string_v
 }
 
 std::shared_ptr<const Bundle> bundleFrom(const Dictionary& information) {
-  std::optional<std::string> identifier = textIn(information, kIdentifier);
+  std::optional<std::string> identifier = information.textFor(kIdentifier);
   if (identifier && identifier->empty()) identifier.reset();
   return std::make_shared<const Bundle>(
       Bundle{.bundleIdentifier = std::move(identifier),
-             .bundleName = textIn(information, kName),
+             .bundleName = information.textFor(kName),
              .shortVersionString = textOrNumberIn(information, kShortVersion),
              .bundleVersion = textOrNumberIn(information, kVersion)});
 }

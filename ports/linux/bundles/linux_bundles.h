@@ -21,13 +21,13 @@ namespace revwarden {
 /// finds out. Bundles that nobody asks for any more leave the cache after a while.
 class LinuxBundles : public Bundles {
  public:
-  /// `mainVersion` is the short version string of the main bundle; the plug-in's resources are in
-  /// Contents/Resources of `pluginPath`.
+  /// `mainVersion` is the short version string of the main bundle. The plug-in's resources are in
+  /// "Contents/Resources" of `pluginPath`.
   LinuxBundles(std::optional<std::string> mainVersion, std::optional<std::string> pluginPath);
   ~LinuxBundles() override;
 
   std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) override;
-  /// Nothing to do: a file that changed is read again anyway.
+  /// Does nothing: a changed file is read again anyway.
   void flushBundleCachesForPath(std::string_view) override {}
   std::shared_ptr<const Bundle> threadSafeMainBundle() override { return mainBundle_; }
   std::optional<std::string> pathForPluginResource(std::string_view name) override;
@@ -37,7 +37,7 @@ class LinuxBundles : public Bundles {
   struct Reader;
 
   struct Entry {
-    BundleRef bundle;  // null: the file is no information property list
+    BundleRef bundle;  // null: the file is not an information property list
     InformationFile file;
     bool isSettled = false;
     uint64_t lastUse = 0;

@@ -11,9 +11,9 @@ namespace {
 
 constexpr char kService[] = "org.freedesktop.FileManager1";
 constexpr char kObject[] = "/org/freedesktop/FileManager1";
-constexpr guint kPatience = 10;  // seconds
+constexpr guint kTimeout = 10;  // seconds
 
-/// Empty without one. GIO's own search would end in starting a bus for the display.
+/// Returns "" without a session bus. Not by GIO, whose search may start a bus for the display.
 std::string sessionBusAddress() {
   const char* const address = getenv("DBUS_SESSION_BUS_ADDRESS");
   if (address && *address) return address;
@@ -23,7 +23,7 @@ std::string sessionBusAddress() {
   return "unix:path=" + std::string(escaped) + "/bus";
 }
 
-/// One request on a connection of its own, served by a loop of its own on the calling thread.
+/// One request, with a connection and a main context of its own on the calling thread.
 class Request {
  public:
   explicit Request(std::string url) : url_(std::move(url)) {
@@ -80,7 +80,7 @@ class Request {
   const std::string url_;
   GMainContext* const context_ = g_main_context_new();
   GCancellable* const cancellable_ = g_cancellable_new();
-  GSource* const deadline_ = g_timeout_source_new_seconds(kPatience);
+  GSource* const deadline_ = g_timeout_source_new_seconds(kTimeout);
   GDBusConnection* bus_ = nullptr;
   bool isDone_ = false;
   bool isShown_ = false;

@@ -6,7 +6,7 @@
 
 namespace revwarden {
 
-/// Shared with the registrations, which may outlive the announcer.
+/// Shared with the registrations, which may outlive the `LogindWake`.
 struct LogindWake::Observers {
   using Handler = std::function<void()>;
   std::vector<std::shared_ptr<const Handler>> handlers;
@@ -66,7 +66,7 @@ void LogindWake::deliver() {
 }
 
 void LogindWake::connect() {
-  // A connection of its own: the shared one ends the process when the bus goes away.
+  // Not the shared connection, which ends the process when the bus disconnects.
   gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
   if (!address) return;
   const auto flags =
@@ -79,7 +79,7 @@ void LogindWake::connect() {
 void LogindWake::connected(GObject*, GAsyncResult* result, gpointer self) {
   GError* error = nullptr;
   GDBusConnection* bus = g_dbus_connection_new_for_address_finish(result, &error);
-  if (!bus) {  // with "cancelled", `self` is gone
+  if (!bus) {  // if cancelled, `self` was destroyed
     g_error_free(error);
     return;
   }

@@ -8,13 +8,13 @@
 
 namespace revwarden {
 
-/// Wake from sleep as the login manager announces it on the system bus. Main thread.
+/// Reports the wake from sleep that the login manager announces on the system bus. Main thread.
 ///
-/// The bus is connected to in the background. On a machine without one, or without a login manager,
-/// nothing is announced and only `deliver` tells of a wake.
+/// Connects to the bus in the background. On a machine without a bus or a login manager, only
+/// `deliver` reports a wake.
 class LogindWake final : public WakeNotifications {
  public:
-  /// The announcements arrive through the run loop of the main thread, which must exist already.
+  /// The announcements arrive through the run loop of the main thread, which must exist.
   static std::unique_ptr<LogindWake> create();
 
   ~LogindWake() override;
@@ -23,8 +23,8 @@ class LogindWake final : public WakeNotifications {
 
   [[nodiscard]] std::unique_ptr<Observation> observeDidWake(std::function<void()> handler) override;
 
-  /// Calls the handlers now, for hosts that learn of a wake by other means. A handler may end its
-  /// own observation and others; one added meanwhile is not called.
+  /// Calls the handlers now, for a wake that the host learns of in another way. A handler may end
+  /// its own observation and others; one that is added during the call is not called.
   void deliver();
 
  private:

@@ -15,7 +15,7 @@ bool look(const std::string& path, struct statx& facts) {
   return statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &facts) == 0;
 }
 
-// Nothing of that kind can be renamed, not by root either: the kernel refuses.
+// The kernel refuses to rename these, also to root.
 bool isFixed(const struct statx& facts) {
   return facts.stx_attributes & (STATX_ATTR_MOUNT_ROOT | STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND);
 }
@@ -41,7 +41,7 @@ bool LinuxFileManager::isMovableFileAtPath(std::string_view path) const {
   while (path.ends_with('/')) path.remove_suffix(1);
   const std::string_view name = path.substr(path.rfind('/') + 1);
   if (name.empty() || name == "." || name == "..") return false;
-  // With "/." behind it a folder that is named through a link is looked at itself.
+  // "/." at the end: if the folder is a link, its target counts.
   const std::string folder = std::string(path.substr(0, path.size() - name.size())) + ".";
   struct statx folderFacts, itemFacts;
   if (!look(folder, folderFacts) || !look(std::string(path), itemFacts)) return false;

@@ -11,11 +11,11 @@
 
 namespace revwarden {
 
-/// The file system by the kernel's mount table. The user's home and Trash are those that HOME and
-/// XDG_DATA_HOME name when it is made.
+/// The file system of Linux. The user's home and Trash are those that HOME and XDG_DATA_HOME name
+/// when the object is made.
 class LinuxFileManager : public FileManager {
  public:
-  /// `volumeFolders` are taken for roots of separate local volumes, besides the real mounts.
+  /// `volumeFolders` are treated as roots of separate local volumes, in addition to the mounts.
   LinuxFileManager(std::vector<std::string> volumeFolders, std::string temporaryDirectory);
 
   /// The inspector must not outlive this object.
@@ -23,8 +23,8 @@ class LinuxFileManager : public FileManager {
 
   std::string temporaryDirectory() const override { return temporaryDirectory_; }
 
-  /// Whether its folder lets this user rename what is at the path. A link counts itself, not what
-  /// it leads to.
+  /// Returns true if this user may rename the item in its folder. A link is judged itself, not its
+  /// target.
   bool isMovableFileAtPath(std::string_view path) const override;
 
  private:

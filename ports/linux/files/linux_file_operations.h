@@ -4,8 +4,8 @@
 
 namespace revwarden {
 
-/// The file system of Linux with the user's folders and Trash as the XDG rules name them. Neither
-/// the copier nor the Trash follows a link below the path that it is given.
+/// Changes to the file system of Linux. The user's folders and Trash are those of the XDG
+/// standards. No operation follows a link below the path that it is given.
 class LinuxFileOperations final : public FileOperations {
  public:
   std::string homeDirectory() const override;

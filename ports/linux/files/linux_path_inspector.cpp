@@ -24,7 +24,7 @@ bool isBelow(std::string_view path, std::string_view folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
-// ".Trash", ".Trashes" and ".Trash-UID" at the root of a volume, with something in it.
+// Returns true for a path below ".Trash", ".Trashes" or ".Trash-UID" at the root of a volume.
 bool liesInTrashOfVolume(std::string_view pathOnVolume) {
   constexpr std::string_view kTrash = "/.Trash";
   if (!pathOnVolume.starts_with(kTrash)) return false;
@@ -36,7 +36,7 @@ bool liesInTrashOfVolume(std::string_view pathOnVolume) {
           rest.find_first_not_of("0123456789", 1) == rest.npos);
 }
 
-// `rest` begins below the folder `path`, or with the slash behind a file.
+// Appends `rest`, of which nothing exists, to the resolved `path` and resolves "." and "..".
 void appendMissing(std::string_view rest, std::string& path) {
   while (!rest.empty()) {
     const std::string_view name = rest.substr(0, rest.find('/'));
@@ -122,7 +122,7 @@ const LinuxPathInspector::Entry* LinuxPathInspector::existing(std::string_view p
   return end.rest.empty() ? end.entry : nullptr;
 }
 
-// nullptr for what is no full path.
+// Returns nullptr for a path that is not a full one.
 const LinuxPathInspector::Entry* LinuxPathInspector::existingOrMissing(std::string_view path) {
   if (!missingPath_.empty() && path == missingPath_ && !known(path)) return &missing_;
   const Reach end = reach(path);
@@ -149,14 +149,14 @@ LinuxPathInspector::Reach LinuxPathInspector::reach(std::string_view path) {
 }
 
 LinuxPathInspector::Entry* LinuxPathInspector::known(std::string_view path) {
-  // Questions about one path come one after another.
+  // Most questions are about the same path as the one before.
   if (lastKnown_ && lastKnown_->path == path) return lastKnown_;
   const auto found = entries_.find(path);
   if (found == entries_.end()) return nullptr;
   return lastKnown_ = &found->second;
 }
 
-// A slash behind a name asks for a folder. `links` counts the links followed so far.
+// A slash after a name requires a folder. `links` is the number of links followed so far.
 LinuxPathInspector::Reach LinuxPathInspector::walk(Entry* from, std::string_view path, int& links) {
   Entry* entry = from;
   size_t at = 0;
@@ -188,7 +188,7 @@ LinuxPathInspector::Entry* LinuxPathInspector::entryInFolder(Entry& folder, std:
   return entry ? entry : look(&folder, name, key_);
 }
 
-// The one place that asks the disk; the root folder is asked for without a folder.
+// The only place that reads the disk for entries. `folder` is nullptr for the root folder.
 LinuxPathInspector::Entry* LinuxPathInspector::look(Entry* folder, std::string_view name,
                                                     const std::string& path) {
   struct statx facts;
@@ -207,8 +207,8 @@ LinuxPathInspector::Entry* LinuxPathInspector::look(Entry* folder, std::string_v
   return &entry;
 }
 
-// Where an entry leads: the entry itself, or what its link names. The kernel counts every link on
-// the way, so a link that was followed before counts as often as it did then.
+// Returns the entry itself, or the target of a link. The kernel's limit applies to all links on the
+// way, so a cached link counts as many links as when it was followed.
 LinuxPathInspector::Entry* LinuxPathInspector::follow(Entry& entry, int& links) {
   if (!entry.isLink) return &entry;
   if (entry.target) {
@@ -245,7 +245,7 @@ Mount LinuxPathInspector::mountOf(const Entry& entry) {
   return unlistedMountAtPath(std::string(entry.path)).value_or(Mount());
 }
 
-// Beginning with "/"; this very one for the root.
+// Returns a path that begins with "/"; on the root volume the path itself.
 std::string_view LinuxPathInspector::pathOnVolume(const Entry& entry) {
   const std::string_view root = entry.volume->root;
   if (root == "/") return entry.path;

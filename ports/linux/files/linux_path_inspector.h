@@ -14,19 +14,19 @@
 
 namespace revwarden {
 
-/// Folders that mean something to the agent. They may be named through links and need not exist.
+/// Folders with a special meaning. They may be named through links and need not exist.
 struct WellKnownFolders {
   std::string home;
   std::string trash;                 // of the user
-  std::vector<std::string> volumes;  // taken for roots of separate local volumes
+  std::vector<std::string> volumes;  // treated as roots of separate local volumes
 };
 
-/// Looks at each folder and file once and remembers what it saw, so that a path whose folder is
-/// known costs one system call, and every further question about it none.
+/// Answers questions about paths. Caches each file and folder, so that a path in a known folder
+/// costs one system call, and every further question about it none.
 ///
-/// A path is walked as realpath(3) would, over entries that are named by their place: the resolved
-/// path of their folder and their own name. An entry that is a link leads to another one. Of the
-/// paths that lead nowhere only the last one is remembered.
+/// A path is resolved as by realpath(3), through cached entries. The key of an entry is the
+/// resolved path of its folder and its own name; an entry that is a link refers to another one. Of
+/// the paths to which nothing exists only the last one is cached.
 class LinuxPathInspector : public PathInspector {
  public:
   /// Keeps the reference to the table.
@@ -44,7 +44,7 @@ class LinuxPathInspector : public PathInspector {
   struct Volume {
     std::string_view root;
     Mount mount;
-    bool isReal = true;  // as opposed to a folder that is taken for a volume
+    bool isReal = true;  // false for a folder that is treated as a volume
   };
 
   struct Entry {
@@ -55,11 +55,12 @@ class LinuxPathInspector : public PathInspector {
     bool isFolder = false;
     bool isLink = false;
     bool isUtf8 = true;
-    Entry* target = nullptr;  // of a link that was followed; not a link itself
-    int links = 0;            // how many links lead there
+    Entry* target = nullptr;  // of a link, once it was followed; not a link itself
+    int links = 0;            // number of links on the way to `target`
   };
 
-  /// How far a walk came: the entry reached, and the text below it, empty when the path exists.
+  /// How far a path could be resolved: the last existing entry, and the rest of the path, empty if
+  /// the whole path exists.
   struct Reach {
     Entry* entry;
     std::string_view rest;
@@ -90,11 +91,11 @@ class LinuxPathInspector : public PathInspector {
   std::string key_;                       // of the entry that is looked up
   Entry* lastKnown_ = nullptr;            // the last entry that was looked up
   Entry* root_ = nullptr;
-  Entry missing_;             // stands for the last path that led nowhere
-  std::string missingPath_;   // as it was asked
-  std::string missingPlace_;  // as far as it exists resolved
+  Entry missing_;             // stands for the last path to which nothing exists
+  std::string missingPath_;   // that path as it was asked
+  std::string missingPlace_;  // that path, resolved as far as it exists
   const Volume* homeVolume_ = nullptr;
-  std::vector<std::string> trashes_;  // those of the user
+  std::vector<std::string> trashes_;  // of the user, resolved
 };
 
 }  // namespace revwarden

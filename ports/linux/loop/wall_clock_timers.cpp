@@ -2,18 +2,16 @@
 
 #include <sys/timerfd.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 namespace revwarden {
-
 namespace {
 
 constexpr int64_t kSecond = 1'000'000'000;
-constexpr double kLatestDate = 9.2e9;  // seconds; the last that nanoseconds in 64 bits can hold
+constexpr double kLatestDate = 9.2e9;  // seconds; the largest that fits as nanoseconds in 64 bits
 
 int64_t nanosecondsNow(clockid_t clock) {
   timespec now{};
@@ -43,13 +41,9 @@ class WallClockTimers::Handle final : public Timer {
 };
 
 std::shared_ptr<WallClockTimers> WallClockTimers::create() {
-  const int descriptor = timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK);
-  if (descriptor < 0) return nullptr;
-  return std::shared_ptr<WallClockTimers>(new WallClockTimers(descriptor));
-}
-
-WallClockTimers::~WallClockTimers() {
-  close(descriptor_);
+  FileDescriptor descriptor(timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK));
+  if (!descriptor) return nullptr;
+  return std::shared_ptr<WallClockTimers>(new WallClockTimers(std::move(descriptor)));
 }
 
 std::unique_ptr<Timer> WallClockTimers::add(Date fireDate, std::function<void()> action) {
@@ -89,10 +83,10 @@ int WallClockTimers::arm() {
   const Nanoseconds dueAt = std::max<Nanoseconds>(earliest->dueAt, 1);  // 0 would disarm
   when.it_value.tv_sec = dueAt / kSecond;
   when.it_value.tv_nsec = dueAt % kSecond;
-  // It also clears what made the descriptor readable before. A clock set meanwhile is reported as
-  // an error though the timer is armed as asked.
-  timerfd_settime(descriptor_, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &when, nullptr);
-  return descriptor_;
+  // This also makes the descriptor unreadable again. If the clock was set since the last call it
+  // returns an error although the timer is set.
+  timerfd_settime(descriptor_.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &when, nullptr);
+  return descriptor_.get();
 }
 
 WallClockTimers::Nanoseconds WallClockTimers::Entry::dueAt(Nanoseconds wallNow,

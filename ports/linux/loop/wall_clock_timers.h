@@ -5,40 +5,38 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/run_loop.h"
+#include "ports/posix/file_descriptor.h"
 
 namespace revwarden {
 
 /// The single-shot timers of a loop, by the wall clock.
 ///
-/// They share one timerfd that stands at the earliest date by the absolute wall clock and ends a
-/// wait also when the clock is set or the machine wakes; dates are then compared afresh. A timer
-/// whose date had already passed when it was added is held back until a second after the previous
-/// firing, so that a chain of such timers cannot take a whole core.
+/// They share one timerfd, set to the earliest date on the absolute wall clock. It also ends a wait
+/// when the clock is set or the machine wakes; dates are then compared again. A timer whose date
+/// had passed when it was added is delayed until a second after the previous firing, so that a
+/// chain of such timers does not occupy a core.
 ///
-/// Main thread, except that a timer may be destroyed on any.
+/// Main thread, except that a timer may be destroyed on any thread.
 class WallClockTimers : public std::enable_shared_from_this<WallClockTimers> {
  public:
-  /// nullptr when the system can give no timerfd.
+  /// Returns nullptr if the system has no timerfd left.
   static std::shared_ptr<WallClockTimers> create();
 
-  ~WallClockTimers();
-  WallClockTimers(const WallClockTimers&) = delete;
-  WallClockTimers& operator=(const WallClockTimers&) = delete;
-
-  /// As `RunLoop::addTimer`. A date that is not a number counts as passed.
+  /// As `RunLoop::addTimer`.
   std::unique_ptr<Timer> add(Date fireDate, std::function<void()> action);
 
-  /// Whether a timer may fire now.
+  /// Returns true if a timer may fire now.
   bool isDue() const;
 
-  /// Fires the earliest of the timers that may fire now, if there is one.
+  /// Fires the earliest timer that may fire now, if there is one.
   void fireOne();
 
-  /// A descriptor, owned by this object, that becomes readable when `isDue` is to be asked again;
-  /// -1 without timers. Arms anew with each call.
+  /// Sets the timerfd and returns it: it becomes readable when `isDue` may have changed. Owned by
+  /// this object; -1 without timers.
   int arm();
 
  private:
@@ -59,12 +57,12 @@ class WallClockTimers : public std::enable_shared_from_this<WallClockTimers> {
     bool isDue;
   };
 
-  explicit WallClockTimers(int descriptor) : descriptor_(descriptor) {}
+  explicit WallClockTimers(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
   std::optional<Next> next() const;  // with the mutex held
   void cancel(uint64_t id);
 
-  const int descriptor_;
+  const FileDescriptor descriptor_;
   std::optional<Nanoseconds> lastFired_;  // monotonic clock
   mutable std::mutex mutex_;
   uint64_t lastId_ = 0;         // by mutex_

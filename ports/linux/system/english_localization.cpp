@@ -3,7 +3,6 @@
 #include <algorithm>
 
 namespace revwarden {
-
 namespace {
 
 constexpr std::string_view kCountPlaceholder = "%?1$u";
@@ -13,7 +12,7 @@ bool isLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-/// The word after a space at the front of `text`, with that space.
+/// Returns the space at the start of `text` with the word after it, or "" without a space.
 std::string_view followingWord(std::string_view text) {
   if (text.empty() || text.front() != ' ') return {};
   const auto end = std::find_if_not(text.begin() + 1, text.end(), isLetter);

@@ -4,10 +4,8 @@
 
 namespace revwarden {
 
-/// English: every text is its own key.
-///
-/// Formats are written in the plural. For a count of 1 the word that follows the number loses its
-/// "s": "3 applications", but "1 application".
+/// English texts: every text is its own key. Formats are written in the plural; for a count of 1
+/// the word after the number loses its "s": "3 applications", "1 application".
 class EnglishLocalization final : public Localization {
  public:
   std::string KQLocalizedString(std::string_view key) const override;
