@@ -42,7 +42,7 @@ class TreeBuilder : public XmlEvents {
   XmlElement takeRoot() { return std::move(root_); }
 
  private:
-  // Siblings tend to have as many children as each other.
+  // Reserves as many children as the previous sibling has: siblings tend to be alike.
   static XmlElement& child(XmlElement& parent) {
     const size_t expected = parent.children.empty() ? 0 : parent.children.back().children.size();
     XmlElement& added = parent.children.emplace_back();
@@ -51,7 +51,7 @@ class TreeBuilder : public XmlEvents {
   }
 
   XmlElement root_;
-  // Stay where they are: only the children of the innermost one can grow.
+  // The pointers stay valid: only the children of the innermost element can grow.
   std::vector<XmlElement*> open_;
   std::string* text_ = &root_.text;
 };
@@ -103,9 +103,7 @@ std::string LibxmlDocuments::xmlData(const XmlElement& root) const {
 Result<XmlElement> LibxmlDocuments::parse(std::string_view bytes) const {
   TreeBuilder tree;
   LibxmlParser parser(kMaxDepth);
-  if (std::optional<std::string> error = parser.parse(bytes, tree)) {
-    return Error{"", *std::move(error)};
-  }
+  if (const Result<> parsed = parser.parse(bytes, tree); !parsed) return parsed.error();
   return tree.takeRoot();
 }
 

@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// XML documents by libxml2. Elements nest at most 256 deep in a document that is read.
+/// XML documents by libxml2. A document whose elements nest deeper than 256 levels is an error.
 class LibxmlDocuments : public XmlDocuments {
  public:
   std::string xmlData(const XmlElement& root) const override;

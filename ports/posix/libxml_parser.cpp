@@ -13,8 +13,9 @@
 namespace revwarden {
 namespace {
 
-// libxml2 compares each attribute of an element with all others, so that their number is bounded:
-// by the names that the dictionary takes within one element, by this limit from element to element.
+// libxml2 compares each attribute of an element with all others, so their number must be limited:
+// the first limit ends the parsing after an element that exceeds it, the limit of the dictionary of
+// names within the element.
 constexpr size_t kMaxAttributes = 256;
 constexpr size_t kMaxAttributeDeclarations = 64;
 constexpr size_t kMaxBytesOfNames = size_t{16} << 10;
@@ -27,7 +28,7 @@ const char* chars(const xmlChar* text) {
   return reinterpret_cast<const char*>(text);
 }
 
-// One line of ASCII: what it quotes of the document could be anything.
+// Returns one line of ASCII: the message may quote untrusted bytes of the document.
 std::string describe(const xmlError& error) {
   std::string text = error.message ? error.message : "not well-formed";
   for (char& c : text) {
@@ -46,13 +47,14 @@ std::string XmlEvents::Name::asWritten() const {
 }
 
 XmlEvents::Attribute XmlEvents::Attributes::operator[](size_t index) const {
-  // Five pointers each: local name, prefix, address, begin and end of the value.
+  // libxml2 passes five pointers for each: local name, prefix, namespace, begin and end of the
+  // value.
   const xmlChar** raw = raw_ + index * 5;
   return {{chars(raw[1]), chars(raw[0])}, {chars(raw[3]), static_cast<size_t>(raw[4] - raw[3])}};
 }
 
-// What libxml2 calls. Inside the text of an entity it calls on behalf of an inner context, which
-// does not stop with the outer one: hence the looks at `error_`.
+// The callbacks of libxml2. For the text of an entity it uses an inner context, which does not stop
+// with the outer one, so the callbacks check `error_`.
 struct LibxmlParser::Callbacks {
   static LibxmlParser& of(void* data) { return *static_cast<LibxmlParser*>(data); }
 
@@ -101,7 +103,7 @@ struct LibxmlParser::Callbacks {
       self.refuse("external entities are not read");
       return nullptr;
     }
-    // From here on libxml2's own limits apply too.
+    // From the first entity on, libxml2's own limits apply too.
     self.context_->options &= ~XML_PARSE_HUGE;
     const size_t size = found->content ? std::strlen(chars(found->content)) : 0;
     return self.spend(size + 1) ? found : nullptr;
@@ -120,12 +122,12 @@ struct LibxmlParser::Callbacks {
     }
   }
 
-  // A reference to an entity that is not declared, though it could be elsewhere.
+  // A reference to an entity that is declared outside the document, if at all.
   static void reference(void* data, const xmlChar*) {
     of(data).refuse("external entities are not read");
   }
 
-  // Newer releases of libxml2 hand out a const one.
+  // A generic lambda: newer releases of libxml2 pass a const error.
   static constexpr auto error = [](void* data, auto* error) {
     if (error->level == XML_ERR_FATAL) of(data).refuse(describe(*error));
   };
@@ -156,26 +158,26 @@ LibxmlParser::LibxmlParser(size_t maxDepth) : maxDepth_(maxDepth) {
   xmlInitParser();
 }
 
-std::optional<std::string> LibxmlParser::parse(std::string_view bytes, XmlEvents& events) {
-  if (bytes.empty()) return "the document is empty";
-  if (bytes.size() > INT_MAX / 2) return "the document is too large";
+Result<> LibxmlParser::parse(std::string_view bytes, XmlEvents& events) {
+  if (bytes.empty()) return Error{"", "the document is empty"};
+  if (bytes.size() > INT_MAX / 2) return Error{"", "the document is too large"};
   prepare();
-  if (!context_) return "out of memory";
+  if (!context_) return Error{"", "out of memory"};
   events_ = &events;
   depth_ = 0;
   expansionLeft_ = kFreeExpansion + bytes.size();
   attributeDeclarations_ = 0;
   error_.clear();
-  // Entities are replaced only so that they are in attribute values too: `Callbacks::entity` hands
-  // out none that lies outside the document.
+  // XML_PARSE_NOENT replaces entities also in attribute values. It loads nothing from outside the
+  // document: `Callbacks::entity` returns no external entity.
   constexpr int kOptions =
       XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
   xmlFreeDoc(xmlCtxtReadMemory(context_.get(), bytes.data(), static_cast<int>(bytes.size()),
                                nullptr, nullptr, kOptions));
   if (error_.empty() && !context_->wellFormed) error_ = "not well-formed";
-  if (error_.empty()) return std::nullopt;
+  if (error_.empty()) return {};
   context_.reset();
-  return std::exchange(error_, {});
+  return Error{"", std::exchange(error_, {})};
 }
 
 void LibxmlParser::prepare() {
@@ -193,7 +195,7 @@ void LibxmlParser::refuse(std::string reason) {
 }
 
 bool LibxmlParser::spend(size_t size) {
-  if (size > expansionLeft_) refuse("entities expand beyond reason");
+  if (size > expansionLeft_) refuse("entities expand too much");
   expansionLeft_ -= std::min(size, expansionLeft_);
   return error_.empty();
 }

@@ -2,25 +2,26 @@
 
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
+
+#include "base/result.h"
 
 struct _xmlParserCtxt;  // of libxml2 NOLINT(bugprone-reserved-identifier)
 
 namespace revwarden {
 
-/// Hears of the contents of an XML document, in document order.
+/// Receives the contents of an XML document, in document order.
 class XmlEvents {
  public:
-  /// The name of an element or attribute, in the parts that it was written in.
+  /// The name of an element or attribute as "PREFIX:LOCAL".
   struct Name {
     const char* prefix;  // nullptr without one
     const char* local;
 
     std::string asWritten() const;
   };
-  /// An element's attributes, values decoded; valid during the call.
+  /// The attributes of an element, with decoded values. Valid during the call.
   struct Attribute {
     Name name;
     std::string_view value;
@@ -39,26 +40,25 @@ class XmlEvents {
 
   virtual ~XmlEvents() = default;
 
-  /// Returns false to refuse the document, as do the others.
+  /// The functions return false to refuse the document.
   virtual bool startElement(const Name& name, const Attributes& attributes) = 0;
   virtual bool endElement() = 0;
-  /// Text of an element may come in several pieces; CDATA and white space are text.
+  /// The text of an element may come in several pieces. CDATA and white space are text.
   virtual bool characters(std::string_view text) = 0;
 };
 
-/// Parses XML documents that nobody vouches for, one after another, keeping its memory for the
-/// next.
+/// Parses untrusted XML documents, one after another, and reuses its memory. One thread at a time.
 ///
 /// Nothing outside the document is read: no file, no address, no external entity. Entities that the
-/// document declares are replaced as long as all of them together do not outgrow it by much.
-/// Elements nest to a given depth. One thread at a time.
+/// document declares are replaced; an error if their text together is much longer than the
+/// document. The nesting of elements and the number of attributes are limited.
 class LibxmlParser {
  public:
   explicit LibxmlParser(size_t maxDepth);
 
-  /// Reads a whole document in the encoding that it declares. Absent when it was well-formed and
-  /// nothing was refused; else the reason in one line, and the events up to there have happened.
-  std::optional<std::string> parse(std::string_view bytes, XmlEvents& events);
+  /// Reads a whole document in the encoding that it declares. It is an error, with the events up to
+  /// there delivered, if the document is not well-formed or `events` refuses it.
+  Result<> parse(std::string_view bytes, XmlEvents& events);
 
  private:
   struct Callbacks;
@@ -68,7 +68,7 @@ class LibxmlParser {
 
   void prepare();
   void refuse(std::string reason);
-  // Whether the document may yet expand by so many bytes.
+  // Counts bytes of replaced entities. Returns false beyond the limit.
   bool spend(size_t size);
 
   const size_t maxDepth_;

@@ -12,7 +12,7 @@
 namespace revwarden {
 namespace {
 
-// In ascending order: what a step is decides before what it says.
+// In ascending order. Two steps of different kinds are ordered by their kind alone.
 enum class Kind : unsigned char {
   development,
   alpha,
@@ -28,7 +28,7 @@ enum class Kind : unsigned char {
 
 struct Step {
   Kind kind;
-  std::string_view text;  // a number without leading zeros, or what a word says
+  std::string_view text;  // a number without leading zeros, or a word
 };
 
 struct Stage {
@@ -118,14 +118,13 @@ class StepReader {
     return isAsciiLetter(c) || (static_cast<unsigned char>(c) >= 0x80 && separatorLength() == 1);
   }
 
-  // Bytes of the separator here; more than 1 for those outside ASCII.
+  // The length in bytes of the separator here. More than 1 only for one outside ASCII.
   size_t separatorLength() const {
-    const std::string_view rest = text_.substr(at_);
-    if (rest.size() >= 2 && rest[0] == '\xC2' && rest[1] >= '\xA0' && rest[1] <= '\xBF') return 2;
-    if (rest.size() < 3) return 1;
-    const bool general = rest[0] == '\xE2' && (rest[1] == '\x80' || rest[1] == '\x81');
-    const bool cjk = rest[0] == '\xE3' && rest[1] == '\x80';
-    return general || cjk ? 3 : 1;
+    std::string_view rest = text_.substr(at_);
+    const char32_t c = takeCharacter(rest);
+    const bool isSeparator =
+        (c >= 0xA0 && c <= 0xBF) || (c >= 0x2000 && c <= 0x206F) || (c >= 0x3000 && c <= 0x303F);
+    return isSeparator ? text_.size() - at_ - rest.size() : 1;
   }
 
   void readNumber() {
@@ -145,7 +144,7 @@ class StepReader {
     joints_ = ".";
   }
 
-  // Whether the number here belongs to the group before it.
+  // Returns true if the number here belongs to the group before it.
   bool joinsGroup() const {
     return at_ == memberEnd_ ||
            (at_ == memberEnd_ + 1 && joints_.find(text_[memberEnd_]) != std::string_view::npos);
@@ -167,7 +166,7 @@ class StepReader {
     joints_ = kWordJoints;
   }
 
-  // What the word that ends here is, with the character in front of it.
+  // The kind of `word`, which ends here and follows the character `before`.
   Kind kindOf(std::string_view word, char before) const {
     const auto named = [&](const Stage& stage) { return compareWords(stage.word, word) == 0; };
     const auto stage = std::find_if(kStages.begin(), kStages.end(), named);
@@ -181,7 +180,7 @@ class StepReader {
 
   bool digitAt(size_t at) const { return at < text_.size() && isDigit(text_[at]); }
 
-  // Whether a number follows that belongs to the word that ends here.
+  // Returns true if a number follows that belongs to the word that ends here.
   bool ownsNumber() const {
     return digitAt(at_) ||
            (digitAt(at_ + 1) && kWordJoints.find(text_[at_]) != std::string_view::npos);
@@ -204,11 +203,11 @@ class StepReader {
   bool sawNumber_ = false;
 
   std::vector<Step> release_;
-  std::vector<Step> words_;             // with stages, and the builds that a word follows
-  std::vector<Step> builds_;            // since the last word that names no stage
+  std::vector<Step> words_;             // and stages, and the builds before the last word
+  std::vector<Step> builds_;            // since the last word that is no stage
   std::vector<Step>* group_ = nullptr;  // the group that is being read
-  size_t memberEnd_ = 0;                // where its last number or word ended
-  std::string_view joints_;             // what may stand before its next number
+  size_t memberEnd_ = 0;                // the end of its last number or word
+  std::string_view joints_;             // separators allowed before its next number
 };
 
 class NaturalVersion final : public KQVersion {
@@ -226,7 +225,7 @@ class NaturalVersion final : public KQVersion {
 
   std::string stringRepresentation() const override { return text_; }
 
-  bool saysNothing() const { return steps_.empty() && text_.find('0') == std::string::npos; }
+  bool isEmpty() const { return steps_.empty() && text_.find('0') == std::string::npos; }
 
  private:
   std::strong_ordering compareTo(const NaturalVersion& other) const {
@@ -249,7 +248,7 @@ std::optional<std::string> textOf(const Value& value) {
   if (const auto* number = value.as<int64_t>()) return std::to_string(*number);
   const auto* real = value.as<double>();
   if (real == nullptr || !std::isfinite(*real)) return std::nullopt;
-  std::array<char, 1100> digits;  // the longest finite number, written out
+  std::array<char, 1100> digits;  // enough for any finite number
   const auto end = std::to_chars(digits.begin(), digits.end(), *real, std::chars_format::fixed);
   return std::string(digits.begin(), end.ptr);
 }
@@ -260,7 +259,7 @@ Versions::VersionRef NaturalVersions::versionWithValue(const Value* value) const
   const auto text = value != nullptr ? textOf(*value) : std::nullopt;
   if (!text) return nullptr;
   auto version = std::make_shared<const NaturalVersion>(trimmingSpacesAndLineBreaks(*text));
-  return version->saysNothing() ? nullptr : version;
+  return version->isEmpty() ? nullptr : version;
 }
 
 Versions::VersionRef NaturalVersions::betterVersionOfShort_andFull(

@@ -44,7 +44,7 @@ struct PropertyListReader::Tools {
       bytes = padded;
     }
     builder.begin(keys);
-    if (parser.parse(bytes, builder)) return std::nullopt;
+    if (!parser.parse(bytes, builder)) return std::nullopt;
     return builder.takeRoot();
   }
 };
