@@ -65,7 +65,8 @@ class Refresh final : PassGuard::Mediator, ItemValidation::Mediator, ListRefresh
   void notifyDelegateAboutItemsDidChange() override {}
   void dropScheduleTimer() override {}
   void setScanStartedByUser(bool) override {}
-  void performCheckForAppsUpdates() override {}
+  bool takeScanStartedByUser() override { return false; }
+  CheckOutcome performCheckForAppsUpdates() override { return {}; }
   void didFinishUpdatingApplicationsList() override {}
 
   const std::string settingsFile_;
