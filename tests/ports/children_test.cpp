@@ -28,7 +28,7 @@ class ChildrenTest : public testing::Test {
   LinuxChildProcesses children_{{scratch_.file("tools"), ""}, workspace_};
 };
 
-TEST_F(ChildrenTest, GetWhatTheyAreGivenAndNothingElse) {
+TEST_F(ChildrenTest, ReceiveExactlyTheirArgumentsEnvironmentAndInput) {
   ChildProcess child = shell("env | grep -v -e PWD= -e _= -e SHLVL=; cat; echo \"$0\"; exit 3");
   child.arguments.push_back("$(x) *");
   child.environment = std::map<std::string, std::string>{{"PAGER", "/usr/bin/true"}};
@@ -43,21 +43,21 @@ TEST_F(ChildrenTest, GetWhatTheyAreGivenAndNothingElse) {
   EXPECT_FALSE(children_.run({scratch_.file("missing"), {}, {}, {}, true}));
 }
 
-TEST_F(ChildrenTest, TakeInputAndGiveOutputInAnyOrderAndSize) {
+TEST_F(ChildrenTest, ReadAndWriteInAnyOrderAndSize) {
   ChildProcess child = shell("head -c 20000000 /dev/zero; cat >/dev/null; exit 5");
   child.input = std::string(1 << 20, 'x');
   const auto result = children_.run(child);
-  EXPECT_EQ(result->output.size(), size_t{16} << 20);  // the rest was read, else nobody would end
+  EXPECT_EQ(result->output.size(), size_t{16} << 20);  // the rest was discarded
   EXPECT_EQ(result->exitStatus, 5);
   child.arguments = {"-c", "exec <&-; exit 6"};
   EXPECT_EQ(children_.run(child)->exitStatus, 6);
 }
 
-TEST_F(ChildrenTest, NoneIsMissedWhenAllEndNorWhatOneLeftBehind) {
+TEST_F(ChildrenTest, AreAllKilledAtTheEndWithTheirDescendants) {
   std::atomic<int> runs = 0;
   std::vector<std::thread> jobs;
   for (int i = 0; i < 4; ++i) {
-    jobs.emplace_back([this, &runs, i] {  // such a child ends at once, but not its output
+    jobs.emplace_back([this, &runs, i] {  // "&": the child ends, its output stays open
       while (children_.run(shell(++runs < 40 || i % 2 ? "exit 0" : "sleep 1000 &"))) {
       }
     });
@@ -67,7 +67,7 @@ TEST_F(ChildrenTest, NoneIsMissedWhenAllEndNorWhatOneLeftBehind) {
   for (std::thread& job : jobs) job.join();
 }
 
-TEST_F(ChildrenTest, UnpackNothingThroughLinksThatAnEarlierArchiveLeft) {
+TEST_F(ChildrenTest, RemoveLinksOutOfTheFolderBeforeUnzip) {
   namespace fs = std::filesystem;
   fs::create_directories(scratch_.file("new/sub"));
   fs::create_directory_symlink(scratch_.path(), scratch_.file("new/sub/out"));

@@ -11,7 +11,7 @@ namespace {
 constexpr std::chrono::milliseconds kIdle{600};
 const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
-// Sends through a connection with little patience and keeps what was reported.
+// Sends through a connection with a short idle limit and keeps the last report.
 struct Client {
   std::optional<std::string> post(const std::string& url, const std::string& body = "ask") {
     const URLExchange exchange = connection.sendSynchronousRequest({url, "POST", body});
@@ -22,9 +22,9 @@ struct Client {
   CurlConnection connection{[this](const ExchangeEnd& ended) { end = ended; }, {.idle = kIdle}};
 };
 
-TEST(Connection, SendsNoHeaderThatHttpDoesNotDemand) {
+TEST(Connection, SendsOnlyTheHeadersThatHttpDemands) {
   ScriptedServer server({ScriptedServer::says(kOk + "Content-Length: 2\r\n\r\nhi")});
-  const std::string body(2'000'000, 'x');  // well past the size at which libcurl likes "Expect:"
+  const std::string body(2'000'000, 'x');  // large enough for libcurl to add "Expect:"
   EXPECT_EQ(Client().post(server.url("/api/update"), body), "hi");
   const std::string& request = server.requests().at(0);
   const size_t head = request.find("\r\n\r\n") + 4;
@@ -34,7 +34,7 @@ TEST(Connection, SendsNoHeaderThatHttpDoesNotDemand) {
   EXPECT_EQ(request.substr(head), body);
 }
 
-TEST(Connection, OnlyStandingStillEndsAnExchange) {
+TEST(Connection, TimesOutOnlyWithoutProgress) {
   Client client;
   ScriptedServer trickle({[](int socket) {
     ScriptedServer::say(socket, kOk + "Content-Length: 8\r\n\r\n");
@@ -54,7 +54,7 @@ TEST(Connection, OnlyStandingStillEndsAnExchange) {
   EXPECT_EQ(client.end.bytesReceived, 3);
 }
 
-TEST(Connection, GoesThroughTheProxyThatIsChosenElseAsTheEnvironmentSays) {
+TEST(Connection, UsesTheChosenProxyElseThatOfTheEnvironment) {
   const ScriptedServer::Script answer = ScriptedServer::says(kOk + "Content-Length: 2\r\n\r\nhi");
   ScriptedServer proxy({answer, answer}), server({answer});
   const auto get = [](const std::string& url, const std::optional<std::string>& chosen) {

@@ -47,14 +47,14 @@ class DefaultsTest : public testing::Test {
   const Dictionary two_{{"n", 2}};
 };
 
-TEST_F(DefaultsTest, KeepForeignKeysAndSeeForeignChanges) {
+TEST_F(DefaultsTest, KeepOtherKeysAndSeeChangesOfOtherProcesses) {
   write(
       "<plist><dict><key>Other</key><array><real>1</real></array><key>KQRWAgent</key><string>x"
       "</string></dict></plist>");
-  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));  // of a wrong type
+  EXPECT_FALSE(defaults_.dictionaryForKey("KQRWAgent"));  // not a dictionary
   EXPECT_TRUE(save(one_));
   EXPECT_EQ(stored(), Value(Dictionary{{"Other", Array({1.0})}, {"KQRWAgent", one_}}));
-  // Written by another at any moment, in place or anew: it is seen, and kept by the next save.
+  // What another process writes at any moment is seen, and kept by the next save.
   for (const std::string key : {"A", "B", "C"}) {
     write(writeXmlPropertyList(Dictionary{{key, 1}, {"KQRWAgent", two_}}));
     EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), two_);
@@ -72,11 +72,11 @@ TEST_F(DefaultsTest, NeverReplaceAFileThatCannotBeRead) {
   fs::remove(file_);
   write("<plist><dict><key>Other</key><true/></dict></plist>");
   EXPECT_EQ(defaults_.dictionaryForKey("KQRWAgent"), one_);  // as set
-  EXPECT_FALSE(defaults_.synchronize());                     // it once could not be read
+  EXPECT_FALSE(defaults_.synchronize());                     // once could not be read
   EXPECT_EQ(stored(), Value(Dictionary{{"Other", true}}));
 }
 
-TEST_F(DefaultsTest, LeaveTheOldFileWholeWhenAWriteFails) {
+TEST_F(DefaultsTest, KeepTheOldFileWhenAWriteFails) {
   EXPECT_TRUE(save(one_));
   std::ofstream(file_ + "." + std::to_string(getpid()) + ".tmp") << "of a killed process";
   EXPECT_TRUE(save(one_));
@@ -88,14 +88,14 @@ TEST_F(DefaultsTest, LeaveTheOldFileWholeWhenAWriteFails) {
   EXPECT_FALSE(save(Dictionary{{"x", std::string(100'000, 'x')}}));
   setrlimit(RLIMIT_FSIZE, &before);
   EXPECT_THAT(diagnostics_, SizeIs(1));
-  EXPECT_EQ(filesBeside(), 0) << "what a write left is removed, also by the next";
+  EXPECT_EQ(filesBeside(), 0) << "temporary files are removed, also those of killed processes";
   EXPECT_EQ(stored(), Value(Dictionary{{"KQRWAgent", one_}}));
   EXPECT_TRUE(defaults_.unsavedSince());
   EXPECT_TRUE(save(two_));
   EXPECT_FALSE(defaults_.unsavedSince());
 }
 
-TEST_F(DefaultsTest, FinishTheWriteUnderWayAndNoOther) {
+TEST_F(DefaultsTest, FinishOnlyTheWriteUnderWayAtTheEnd) {
   std::vector<Value> items(20'000, Dictionary{{"text", "some text"}});
   const Dictionary big{{"items", Array(std::move(items))}};
   std::atomic<int> written = 0;

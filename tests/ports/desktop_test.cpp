@@ -25,12 +25,12 @@ using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// As a zombie too.
+/// Returns true also for a zombie.
 bool isThere(pid_t pid) {
   return kill(pid, 0) == 0;
 }
 
-/// A child that lives until the end of its scope.
+/// A child that is killed at the end of its scope.
 struct Child {
   explicit Child(std::vector<std::string> command) {
     SpawnRequest request;
@@ -64,7 +64,7 @@ class DesktopTest : public testing::Test {
     scratch_.write(name, contents);
     fs::permissions(scratch_.file(name), fs::perms::owner_all);
   }
-  /// The path of an application's program: a copy of one that waits, or a script.
+  /// Makes an application and returns the path of its program: a script, or a copy of "sleep".
   std::string application(const std::string& name, const std::string& script = "") const {
     const std::string file = "Apps/" + name + ".app/Contents/MacOS/Run";
     program(file, script);
@@ -103,7 +103,7 @@ class DesktopTest : public testing::Test {
        }}};
 };
 
-TEST_F(DesktopTest, OpensAddressesAsTheyAreAndFilesByTheirPath) {
+TEST_F(DesktopTest, OpensAddressesUnchangedAndFilesByPath) {
   EXPECT_TRUE(workspace_.openURL("HTTPS://x.example/a%20b?-c"));
   EXPECT_TRUE(workspace_.openURL("file:///tmp/a%20%C3%A9-"));
   EXPECT_FALSE(workspace_.openURL("http://refused"));
@@ -138,8 +138,8 @@ TEST_F(DesktopTest, OpensWithoutWaitingAndReapsAnOpenerThatLivesOn) {
   EXPECT_TRUE(eventually([&] { return !isThere(slow); }));
 }
 
-TEST_F(DesktopTest, RevealsInTheFileViewerElseOpensTheFolder) {
-  EXPECT_TRUE(reveal("/tmp/no bus")) << "nor a display to look for one";
+TEST_F(DesktopTest, ShowsFilesInTheFileViewerElseOpensTheFolder) {
+  EXPECT_TRUE(reveal("/tmp/no bus")) << "without a session bus";
   EXPECT_THAT(scratch_.read("handed"), HasSubstr(": /tmp\n"));
   scratch_.write("viewer.py",
                  "BUS_NAME = MAIN_IFACE = 'org.freedesktop.FileManager1'\n"
@@ -159,7 +159,7 @@ TEST_F(DesktopTest, RevealsInTheFileViewerElseOpensTheFolder) {
   EXPECT_THAT(reports(), ElementsAre("/tmp/no bus / +", "/home/a b% / +"));
 }
 
-TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
+TEST_F(DesktopTest, ARunningApplicationKeepsThePathOfItsStart) {
   const auto runningIn = [](pid_t pid) {
     return runningApplication(pid).value_or(RunningApplication{}).bundlePath;
   };
@@ -183,7 +183,7 @@ TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
   }
   scratch_.write("Trash/info/2 Here.app.trashinfo",
                  "[Trash Info]\nPath=" + scratch_.file("%41pps/Here.app") + "\n");
-  EXPECT_EQ(runningIn(named.pid), bundle("Named")) << "also while nothing is there";
+  EXPECT_EQ(runningIn(named.pid), bundle("Named")) << "also while nothing is at that path";
   application("Named");
   application("Script", "#!/usr/bin/tail -f\n# new\n");
   EXPECT_EQ(runningIn(named.pid), bundle("Named"));
@@ -194,7 +194,7 @@ TEST_F(DesktopTest, ARunningApplicationIsWhereItWasStarted) {
   EXPECT_THAT(workspace_.launchedApplicationPaths(), testing::Contains(bundle("Linked")));
 }
 
-TEST_F(DesktopTest, TheQuitScriptEndsTheApplicationOfThatNameOnly) {
+TEST_F(DesktopTest, TheQuitScriptEndsOnlyTheNamedApplication) {
   QuitScripts scripts(300ms);
   const std::string name = "Say \"\\\"";
   const Child quits({application(name), "60"}), other({application("Say"), "60"}),
@@ -204,7 +204,7 @@ TEST_F(DesktopTest, TheQuitScriptEndsTheApplicationOfThatNameOnly) {
   const auto quit = [&](const std::string& of) {
     return errorOf(scripts.executeSource("tell application \"" + of + "\" to quit"));
   };
-  EXPECT_EQ(quit("Say \\\"\\\\\\\""), std::nullopt) << "it has ended, though it is not reaped";
+  EXPECT_EQ(quit("Say \\\"\\\\\\\""), std::nullopt) << "a zombie has ended";
   EXPECT_FALSE(runningApplication(quits.pid));
   EXPECT_EQ(quit("say"), std::nullopt) << "names are compared exactly, and none runs";
   ASSERT_TRUE(

@@ -16,7 +16,7 @@ using Events = std::vector<std::string>;
 
 const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
-// A delegate that writes down what it hears, and a folder of its own for the file.
+// A delegate that records the events, and a folder of its own for the file.
 class Download : public testing::Test, protected URLDownloadDelegate {
  protected:
   std::unique_ptr<URLDownload> begin(const std::string& url) {
@@ -37,7 +37,7 @@ class Download : public testing::Test, protected URLDownloadDelegate {
     return [body](int socket) {
       ScriptedServer::say(socket, kOk + "Content-Length: 9\r\n\r\n" + body);
       char byte;
-      recv(socket, &byte, 1, 0);  // until the client leaves
+      recv(socket, &byte, 1, 0);  // until the client disconnects
     };
   }
   void expectFailure(const Events& all, const std::string& text = "") {
@@ -75,7 +75,7 @@ class Download : public testing::Test, protected URLDownloadDelegate {
   int64_t largest = 0;
 };
 
-TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
+TEST_F(Download, ReportsTheResponseThatCarriesTheBody) {
   const std::string octets = "response application/octet-stream ";
   EXPECT_EQ(run(kOk + "Content-Type: Application/X-ZIP; a=b\r\nContent-Length: 3\r\n\r\nabc", "/a"),
             (Events{"response Application/X-ZIP 3", "destination a", "data", "finish"}));
@@ -97,7 +97,7 @@ TEST_F(Download, TellsOfTheResponseThatCarriesTheBody) {
   EXPECT_EQ(folder.read("new/folder/file"), "abcde");
 }
 
-TEST_F(Download, ALargeBodyComesInSeveralTurns) {
+TEST_F(Download, DeliversALargeBodyInSeveralTurns) {
   std::string chunked = kOk + "Transfer-Encoding: chunked\r\n\r\n", body;
   for (char letter = 'a'; letter < 'm'; ++letter) {
     body += std::string(1'000'000, letter);
@@ -111,7 +111,7 @@ TEST_F(Download, ALargeBodyComesInSeveralTurns) {
   }
 }
 
-TEST_F(Download, WhatDoesNotComeWholeFailsAndLeavesNoFile) {
+TEST_F(Download, RemovesTheFileWhenTheBodyIsIncomplete) {
   for (const std::string& answer :
        {kOk + "Content-Length: 10\r\n\r\nshort", std::string("HTTP/1.1 200 OK\r\nContent-"),
         kOk + "Transfer-Encoding: chunked\r\n\r\n2\r\nok\r\n",
@@ -130,7 +130,7 @@ TEST_F(Download, WhatDoesNotComeWholeFailsAndLeavesNoFile) {
   EXPECT_EQ(received, 4);
 }
 
-TEST_F(Download, ReplacesAFileOrALinkButNoFolder) {
+TEST_F(Download, ReplacesFilesAndLinksButNoFolder) {
   const std::string answer = kOk + "\r\nfresh";
   folder.write("other", "other");
   fs::create_directories(file.parent_path());
@@ -145,7 +145,7 @@ TEST_F(Download, ReplacesAFileOrALinkButNoFolder) {
   expectFailure(run(answer, "/"), "Cannot create " + file.string());
 }
 
-TEST_F(Download, AFileThatCannotBeWrittenWholeIsRemoved) {
+TEST_F(Download, RemovesTheFileWhenWritingFails) {
   rlimit old{};
   getrlimit(RLIMIT_FSIZE, &old);
   const rlimit small{1'000'000, old.rlim_max};
@@ -156,7 +156,7 @@ TEST_F(Download, AFileThatCannotBeWrittenWholeIsRemoved) {
   setrlimit(RLIMIT_FSIZE, &old);
 }
 
-TEST_F(Download, EndsAtOnceAndRemovesItsOwnFileWhenDestroyed) {
+TEST_F(Download, RemovesOnlyItsOwnFileWhenDestroyed) {
   for (size_t turns = 1; turns <= 3; ++turns) {
     ScriptedServer server({stalls(turns == 3 ? "some" : "")});
     auto download = begin(server.url());
@@ -176,7 +176,7 @@ TEST_F(Download, EndsAtOnceAndRemovesItsOwnFileWhenDestroyed) {
   EXPECT_EQ(folder.read("new/folder/file"), "of another download");
 }
 
-TEST(SuggestedFilename, IsOneHarmlessPathComponent) {
+TEST(SuggestedFilename, IsASafePathComponent) {
   const std::string url = "http://host.example/a/from%20path.zip?q=/r.txt#/s";
   const std::string e(235, 'e');
   const std::tuple<std::string, std::string, std::optional<std::string>> cases[] = {

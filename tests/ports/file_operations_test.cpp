@@ -36,7 +36,7 @@ using testing::Optional;
 
 constexpr uid_t kNobody = 65534;
 
-// All that a copy must keep, one line for each entry.
+// Everything that a copy must preserve, one line for each entry.
 std::set<std::string> description(const std::string& top) {
   std::set<std::string> lines;
   const auto add = [&](const fs::path& path) {
@@ -66,8 +66,8 @@ std::vector<std::string> namesIn(const std::string& folder) {
   return LinuxFileOperations().contentsOfDirectoryAtPath(folder);
 }
 
-// Folders on two file systems that everybody may write, with the user's folders in the first. What
-// needs another user, limits or GLib's first look at the environment runs in a process of its own.
+// World-writable folders on two file systems, with the user's folders in the first. Tests that need
+// another user, limits, or GLib to read the environment run in a child process.
 class FileOperationsTest : public testing::Test {
  protected:
   FileOperationsTest() {
@@ -120,7 +120,7 @@ class FileOperationsTest : public testing::Test {
     waitpid(start(body), &status, 0);
     EXPECT_EQ(status, 0);
   }
-  // The user's folders are that user's then.
+  // HOME and XDG_DATA_HOME stay the same.
   void asNobody(const std::function<void()>& body) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
     inChild([&] {
@@ -132,7 +132,7 @@ class FileOperationsTest : public testing::Test {
   const ScratchFolder root_, memory_{"/dev/shm"};
 };
 
-TEST_F(FileOperationsTest, CopiesAllThatAnApplicationHolds) {
+TEST_F(FileOperationsTest, CopiesEverythingInAnApplication) {
   const auto copies = [&](const std::string& user) {
     const std::string source = makeApplication(root_, user + "/A.app");
     for (const std::string& copy : {at(user + "/B.app"), in(user + ".app")}) {
@@ -145,7 +145,7 @@ TEST_F(FileOperationsTest, CopiesAllThatAnApplicationHolds) {
   asNobody([&] { copies("nobody"); });
 }
 
-TEST_F(FileOperationsTest, WhatRootCopiesBelongsToRootAndRunsAsNobodyElse) {
+TEST_F(FileOperationsTest, RootOwnsItsCopiesAndDropsForeignSetUserIdBits) {
   if (geteuid() != 0) GTEST_SKIP() << "for root only";
   const std::string file = makeApplication(root_, "A.app") + "/Contents/MacOS/run";
   ASSERT_TRUE(chown(file.c_str(), kNobody, kNobody) == 0 && chmod(file.c_str(), 06755) == 0);
@@ -201,7 +201,7 @@ TEST_F(FileOperationsTest, ACopyThatFailsLeavesNothing) {
   EXPECT_EQ(namesIn(root_.path()).size(), 5U);
 }
 
-TEST_F(FileOperationsTest, NothingIsFollowedOutOfTheTree) {
+TEST_F(FileOperationsTest, NoOperationFollowsALinkOutOfTheTree) {
   memory_.write("outside/secret", "secret");
   fs::create_directory_symlink(in("outside"), in("link"));
   std::atomic<bool> isOver = false;
@@ -242,7 +242,7 @@ TEST_F(FileOperationsTest, DeepTreesNeedFewDescriptors) {
   });
 }
 
-TEST_F(FileOperationsTest, TrashTakesAllByRenamingOrByCopying) {
+TEST_F(FileOperationsTest, MovesToTheTrashByRenamingOrCopying) {
   const auto moves = [&](const ScratchFolder& from) {
     for (const char* name : {"A.app", "A.2.app"}) {
       const std::string app = makeApplication(from, "A.app");
@@ -273,7 +273,7 @@ TEST_F(FileOperationsTest, TrashTakesAllByRenamingOrByCopying) {
   }
 }
 
-TEST_F(FileOperationsTest, WhatCannotGoToTheTrashStaysWholeAtItsPath) {
+TEST_F(FileOperationsTest, KeepsTheItemWhenItCannotGoToTheTrash) {
   asNobody([&] {
     const std::string app = makeApplication(memory_, "closed/A.app");
     const std::set<std::string> before = description(app);
@@ -290,7 +290,7 @@ TEST_F(FileOperationsTest, WhatCannotGoToTheTrashStaysWholeAtItsPath) {
   });
 }
 
-TEST_F(FileOperationsTest, TrashLeavesItWholeSomewhereWheneverItIsKilled) {
+TEST_F(FileOperationsTest, KeepsTheItemWholeSomewhereWhenKilled) {
   setenv("XDG_DATA_HOME", in("data").c_str(), 1);
   for (int i = 0; i < 500; ++i) root_.write("A.app/" + std::to_string(i), "x");
   const std::string app = in("A.app"), copy = in("data/Trash/files/A.app");
@@ -316,7 +316,8 @@ TEST_F(FileOperationsTest, TrashLeavesItWholeSomewhereWheneverItIsKilled) {
   }
   refresh();
   inChild([&] { EXPECT_EQ(errorOf(moveToTrash(app)), std::nullopt); });
-  EXPECT_THAT(namesIn(memory_.path()), ElementsAre("data")) << "what was killed left the rest";
+  EXPECT_THAT(namesIn(memory_.path()), ElementsAre("data"))
+      << "the next move removes what killed ones left";
   EXPECT_THAT(namesIn(in("data/Trash/files")), ElementsAre("A.app"));
 }
 

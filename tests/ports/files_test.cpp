@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr uid_t kNobody = 65534;
 
-// A scratch folder that everybody may enter, with HOME and XDG_DATA_HOME inside it.
+// A scratch folder with HOME inside it, accessible to all users.
 class FilesTest : public testing::Test {
  protected:
   FilesTest() {
@@ -48,7 +48,8 @@ class FilesTest : public testing::Test {
     return files_->inspectorForPass();
   }
 
-  // Whether the body is content in a process of its own, with its own user, root and mounts.
+  // Runs the body in a child process, which may change its user and mounts. Returns true if no
+  // expectation failed.
   static bool inChild(const std::function<void()>& body) {
     const pid_t child = fork();
     if (child == 0) {
@@ -64,7 +65,7 @@ class FilesTest : public testing::Test {
   std::optional<LinuxFileManager> files_;
 };
 
-TEST_F(FilesTest, ResolvesWhateverTheSystemResolvesToTheSame) {
+TEST_F(FilesTest, ResolvesPathsAsTheSystemDoes) {
   std::mt19937 random(20240711);
   using Names = std::vector<std::string>;
   const auto any = [&](const Names& list) { return list[random() % list.size()]; };
@@ -101,7 +102,7 @@ TEST_F(FilesTest, ResolvesWhateverTheSystemResolvesToTheSame) {
   EXPECT_GT(existing, 1000);
 }
 
-TEST_F(FilesTest, KnowsTrashAndWhatIsBelowAPackageByThePath) {
+TEST_F(FilesTest, RecognizesTrashAndPackagesByThePath) {
   setenv("XDG_DATA_HOME", link("data", folder("real-data")).c_str(), 1);
   folder("volume");
   link("inside", folder("Suite.APP/Contents"));
@@ -120,7 +121,7 @@ TEST_F(FilesTest, KnowsTrashAndWhatIsBelowAPackageByThePath) {
   }
 }
 
-TEST_F(FilesTest, TakesNamedFoldersForVolumesAndJudgesMissingPathsByTheirFolders) {
+TEST_F(FilesTest, TreatsGivenFoldersAsVolumesAndJudgesMissingPathsByTheirFolder) {
   const std::string volume = folder("volume"), app = volume + "//Library/./A.app";
   const auto inspector = newInspector({at("absent"), volume});
   EXPECT_EQ(inspector->localVolumePathFromFullPath(app), "/Library/A.app");
@@ -157,7 +158,7 @@ TEST_F(FilesTest, NoticesMountsAsTheyComeAndGo) {
   }));
 }
 
-TEST_F(FilesTest, MovableIsWhatItsFolderLetsTheUserRename) {
+TEST_F(FilesTest, MovableIsWhatTheUserMayRename) {
   if (geteuid() != 0) GTEST_SKIP() << "needs two users";
   for (const char* path : {"shared", "sticky"}) {
     folder(path + std::string("/theirs"));
@@ -169,7 +170,7 @@ TEST_F(FilesTest, MovableIsWhatItsFolderLetsTheUserRename) {
   folder("closed/A.app"), folder("locked/A.app");
   chmod(at("locked").c_str(), 0700);
   LinuxFileManager files({}, "");
-  EXPECT_TRUE(files.isMovableFileAtPath(at("sticky/mine")));  // root moves anything
+  EXPECT_TRUE(files.isMovableFileAtPath(at("sticky/mine")));  // root may move anything
   EXPECT_TRUE(inChild([&] {
     ASSERT_EQ(setgid(kNobody) | setuid(kNobody), 0);
     for (const char* path : {"shared/theirs", "shared/mine/", "sticky/mine"})
@@ -192,7 +193,7 @@ TEST_F(FilesTest, TheTemporaryFolderIsPrivate) {
   {
     const Result<TemporaryFolder> first = takeTemporaryFolder();
     EXPECT_EQ(first->path, at("home"));
-    EXPECT_EQ(takeTemporaryFolder()->path, at("home/agent-2")) << "another agent's";
+    EXPECT_EQ(takeTemporaryFolder()->path, at("home/agent-2")) << "the first is taken";
   }
   EXPECT_EQ(takeTemporaryFolder()->path, at("home"));
   setenv("TMPDIR", folder("open").c_str(), 1);
@@ -201,7 +202,7 @@ TEST_F(FilesTest, TheTemporaryFolderIsPrivate) {
   unsetenv("TMPDIR");
 }
 
-TEST_F(FilesTest, FindsEachBundleOnceAndNoneInsideAnother) {
+TEST_F(FilesTest, FindsEachBundleOnceAndNoNestedOnes) {
   for (const char* path :
        {"A.app/Contents/Helper.app", "sub/deep/B.APP", "Kit.framework/C.app", "bad\xFF.app",
         ".app/Hidden.app", "../outside/D.app/Inner", "../outside/E.app"})

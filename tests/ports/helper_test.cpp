@@ -68,7 +68,7 @@ class HelperTest : public testing::Test {
   std::vector<std::string> ended;
 };
 
-TEST_F(HelperTest, IsGrantedOnlyWhenTheHelperItselfAnswers) {
+TEST_F(HelperTest, IsGrantedOnlyIfTheHelperSendsItsGreeting) {
   LinuxHelperManager asking = manager(Authorization::ask);
   for (const auto& [body, isGranted] : {std::pair{"exec \"$@\"", true},
                                         {"echo Welcome.; \"$@\"", true},
@@ -110,7 +110,7 @@ TEST_F(HelperTest, ReplacesAnApplicationAndAnswersEachOperationOnce) {
   EXPECT_TRUE(eventually([] { return !hasChildren(); }));
 }
 
-TEST_F(HelperTest, RefusesWhatNoUpdateAsksFor) {
+TEST_F(HelperTest, RefusesWhatNoUpdateRequests) {
   const auto task = manager(Authorization::always).rootTaskWithPrompt("Please").value();
   fs::create_directory_symlink(folder.file("Apps"), folder.file("link"));
   fs::create_directory_symlink(app, folder.file("Apps/Link.app"));
@@ -123,17 +123,18 @@ TEST_F(HelperTest, RefusesWhatNoUpdateAsksFor) {
   EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(source, folder.file("link/New.app"))),
             absent);
   EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(source, folder.file("Apps/new"))), absent);
-  EXPECT_NE(errorOf(task->performCopyItemAtPath_toPath(source + "/new", folder.file("New.app"))),
-            absent);
+  EXPECT_EQ(
+      task->performCopyItemAtPath_toPath(source + "/new", folder.file("New.app")).error().code,
+      "notFolder");
   EXPECT_NE(runScript(*task, "touch " + folder.file("ran"), "other"), absent);
   EXPECT_NE(runScript(*task, "touch " + folder.file("ran"), "open/installPkg", 0757), absent);
   EXPECT_FALSE(fs::exists(folder.file("ran")) || fs::exists(folder.file("Apps/New.app")));
   EXPECT_EQ(runScript(*task, ""), absent);
   EXPECT_NE(errorOf(task->performAction_withArguments("runAnything", {})), absent);
-  EXPECT_NE(runScript(*task, ""), absent) << "goes on after what it does not know";
+  EXPECT_NE(runScript(*task, ""), absent) << "ends after a request that the agent never sends";
 }
 
-TEST_F(HelperTest, EndsAtBytesThatAreNoMessage) {
+TEST_F(HelperTest, EndsAtMalformedMessages) {
   for (const std::string& bytes : {"\xff\xff\xff\xff"s, "\4\0\0\0\5\0\0\0"s, "\2\0"s}) {
     int ends[2];
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
@@ -151,25 +152,25 @@ TEST_F(HelperTest, EndsAtBytesThatAreNoMessage) {
   }
 }
 
-TEST_F(HelperTest, RunsTheScriptAloneAndTellsTheEndOfItsErrors) {
+TEST_F(HelperTest, RunsTheScriptInACleanEnvironmentAndReportsItsErrors) {
   ::setenv("SECRET", "1", 1);
   const auto task = manager(Authorization::always).rootTaskWithPrompt("Please").value();
   const auto error = runScript(*task, "cd " + folder.path() +
                                           "; env >env; sleep 60 & echo $! >pid\n"
                                           "head -c 300000 /dev/zero | tr '\\0' x >&2\n"
                                           "echo No space. >&2; exit 3");
-  ::kill(std::atoi(folder.read("pid").c_str()), SIGKILL);  // which did not hold the answer up
+  ::kill(std::atoi(folder.read("pid").c_str()), SIGKILL);  // did not delay the answer
   EXPECT_THAT(error.value_or(""), testing::MatchesRegex(".* status 3: x+No space."));
   EXPECT_LT(error.value_or("").size(), 4200u);
   EXPECT_THAT(folder.read("env"),
               testing::AllOf(HasSubstr("SCRIPT=" + folder.file("installPkg") + "\n"),
                              HasSubstr("PKG_PATH=" + folder.file("Foo.pkg") + "\n"),
                              testing::Not(HasSubstr("SECRET"))));
-  EXPECT_NE(runScript(*task, "kill -9 $PPID"), absent) << "an answer also when it is killed";
+  EXPECT_NE(runScript(*task, "kill -9 $PPID"), absent) << "also if the helper is killed";
   EXPECT_NE(runScript(*task, ""), absent);
 }
 
-TEST_F(HelperTest, EndsAskingProgramsHelpersAndScriptsAtOnce) {
+TEST_F(HelperTest, EndsPromptsHelpersAndScriptsAtOnce) {
   LinuxHelperManager always = manager(Authorization::always);
   LinuxHelperManager asking = manager(Authorization::ask);
   program("bin/pkexec", "echo >" + folder.file("prompt") + "; sleep 60");
@@ -186,18 +187,18 @@ TEST_F(HelperTest, EndsAskingProgramsHelpersAndScriptsAtOnce) {
   script.join();
   const pid_t below = std::atoi(folder.read("pid").c_str());
   EXPECT_TRUE(eventually([&] { return ::kill(below, 0) != 0; }))
-      << "what the script started lives on";
+      << "the script's own child still runs";
   EXPECT_TRUE(eventually([] { return !hasChildren(); }));
   EXPECT_FALSE(always.rootTaskWithPrompt("Please"));
 }
 
-// A helper with all rights works for a user who has few.
+// A helper of root works for a user without rights.
 using HelperDeathTest = HelperTest;
 
-TEST_F(HelperDeathTest, LeavesTheOldApplicationToTheUserAndTheNewOneToRoot) {
+TEST_F(HelperDeathTest, GivesTheOldApplicationToTheUserAndTheNewOneToRoot) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can start a helper for another user";
   constexpr uid_t nobody = 65534;
-  constexpr gid_t root = 0;  // whose group must be left behind
+  constexpr gid_t root = 0;  // must not keep this group
   fs::permissions(folder.path(), fs::perms(0755));
   fs::create_directory(folder.file("bin"));
   fs::copy_file(STAND_IN_PKEXEC, folder.file("bin/pkexec"));

@@ -51,7 +51,7 @@ class ImagesTest : public testing::Test {
     child.environment = std::map<std::string, std::string>{{"PAGER", "/usr/bin/true"}};
     return children_.run(child).value_or(ChildProcesses::Completion{-1, "", ""});
   }
-  // The mount points; none is a failure, which says nothing else.
+  // Returns the mount points; none after a failure.
   std::vector<std::string> attach(const std::string& image) {
     const auto answer =
         hdiutil({"attach", image, "-plist", "-nobrowse", "-noautofsck", "-noautoopen"});
@@ -73,7 +73,7 @@ class ImagesTest : public testing::Test {
   std::vector<std::string> mountPoints_;
 };
 
-TEST_F(ImagesTest, ShowWhatAMountedVolumeShows) {
+TEST_F(ImagesTest, ContainWhatAMountedVolumeWould) {
   for (const std::string kind : {"dmg", "hfs", "iso"}) {
     const std::string image = make(kind, "Söme?*." + kind);
     const std::vector<std::string> mountPoints = attach(image);
@@ -89,7 +89,7 @@ TEST_F(ImagesTest, ShowWhatAMountedVolumeShows) {
                                      {app + "/Contents/MacOS/run", 0555}}) {
       EXPECT_EQ(fs::status(path).permissions(), fs::perms(mode)) << path;
     }
-    EXPECT_EQ(attach(image), mountPoints);  // is attached already
+    EXPECT_EQ(attach(image), mountPoints);  // already attached
     EXPECT_EQ(hdiutil({"detach", volume}).exitStatus, 0);
     EXPECT_FALSE(fs::exists(volume));
   }
@@ -109,7 +109,7 @@ TEST_F(ImagesTest, HaveAMountPointForEachPartitionAndEachState) {
   EXPECT_NE(attach(image)[0], mountPoints[0]);
 }
 
-TEST_F(ImagesTest, LeadNowhereElse) {
+TEST_F(ImagesTest, ContainNoLinksOutOfTheVolume) {
   scratch_.write("secret/file", "");
   const std::string secret = scratch_.file("secret");
   link("My Vol/Other", secret);
@@ -137,13 +137,13 @@ TEST_F(ImagesTest, LeadNowhereElse) {
   EXPECT_TRUE(fs::exists(mountPoints[0] + "/Foo.app"));
 }
 
-TEST_F(ImagesTest, AreRefusedWhenTheyAreNone) {
+TEST_F(ImagesTest, AreRefusedIfDamagedOrUnknown) {
   make("dmg", "whole.dmg");
   make("iso", "whole.iso");
   const std::string dmg = scratch_.read("whole.dmg");
   std::string damaged = dmg;
   damaged[200] = static_cast<char>(~damaged[200]);
-  // The hidden folder in which a volume keeps the files of its hard links.
+  // HFS+ keeps the files of hard links in a hidden folder.
   scratch_.write("My Vol/AAAAHFS+ Private Data/iNode20", "linked");
   std::string linked = (make("hfs", "linked.hfs"), scratch_.read("linked.hfs"));
   const std::string name("\0A\0A\0A\0A\0H\0F\0S", 14);
@@ -162,7 +162,7 @@ TEST_F(ImagesTest, AreRefusedWhenTheyAreNone) {
   EXPECT_TRUE(attach(scratch_.file("fifo.dmg")).empty() && attach(scratch_.file("gone")).empty());
 }
 
-TEST_F(ImagesTest, AreWholeAfterAKilledToolAndForSeveralAtOnce) {
+TEST_F(ImagesTest, AreWholeAfterAKilledToolAndWithConcurrentTools) {
   const std::string volumes = *temporaryFolderOfUser() + "/volumes";
   fs::resize_file((scratch_.write("My Vol/large", ""), scratch_.file("My Vol/large")), 100 << 20);
   const std::string image = make("iso", "x.iso");
@@ -173,10 +173,10 @@ TEST_F(ImagesTest, AreWholeAfterAKilledToolAndForSeveralAtOnce) {
   while (!fs::exists(volumes + "/.half") && job.wait_for(0s) != std::future_status::ready) {
   }
   killed.endAll();
-  EXPECT_THAT(job.get(), testing::AnyOf(128 + SIGKILL, 0));  // 0 when it was faster
+  EXPECT_THAT(job.get(), testing::AnyOf(128 + SIGKILL, 0));  // 0 if it was faster
   {
     const FileDescriptor folder(open(volumes.c_str(), O_RDONLY | O_CLOEXEC));
-    flock(folder.get(), LOCK_EX);  // nobody else lays out an image now
+    flock(folder.get(), LOCK_EX);  // no other tool unpacks an image now
     fs::create_directories(volumes + "/.half/x");
     fs::create_directories(volumes + "/earlier-start");
   }

@@ -23,7 +23,7 @@ class LoopTest : public testing::Test {
  protected:
   void note(const std::string& event) { events_.push_back(event); }
 
-  /// Lets a source on the context call once, as GIO does.
+  /// Adds a source to the context that calls once, as GIO does.
   void request(std::function<void()> answer) {
     using Answer = std::function<void()>;
     GSource* const source = g_idle_source_new();
@@ -42,9 +42,9 @@ class LoopTest : public testing::Test {
   std::vector<std::string> events_;
 };
 
-TEST_F(LoopTest, ServesManyThreadsEachInItsOwnOrder) {
+TEST_F(LoopTest, ServesThePostsOfEachThreadInOrder) {
   constexpr int kThreads = 8, kCalls = 400;
-  int seen[kThreads] = {}, running = kThreads;  // touched by the main thread alone
+  int seen[kThreads] = {}, running = kThreads;  // used only by the main thread
   for (int thread = 0; thread < kThreads; ++thread) {
     ASSERT_TRUE(DetachedThreads().detachNewThread([&, thread] {
       for (int call = 0; call < kCalls; ++call) {
@@ -60,14 +60,14 @@ TEST_F(LoopTest, ServesManyThreadsEachInItsOwnOrder) {
   EXPECT_THAT(seen, testing::Each(kCalls));
 }
 
-TEST_F(LoopTest, ServesRequestsTimersAndPostsInTurnAlsoWhenNested) {
+TEST_F(LoopTest, AlternatesRequestsTimersAndPostsAlsoInNestedTurns) {
   std::function<void()> again = [&] { loop_->post(again); };  // must not starve the others
   std::unique_ptr<Timer> timer;
   std::thread worker;
   request([&] {
     note("request");
     again();
-    // What "cancel" does inside a request: turn until a thread that needs the main thread is done.
+    // As "cancel" does in a request: run turns until a thread that needs the main thread is done.
     bool done = false;
     timer = loop_->addTimer(fromNow(-1), [&] {
       note("timer");
@@ -82,7 +82,7 @@ TEST_F(LoopTest, ServesRequestsTimersAndPostsInTurnAlsoWhenNested) {
   EXPECT_THAT(events_, ElementsAre("request", "timer", "other request"));
 }
 
-/// How often this thread woke, and one more for each 5 ms that it computed.
+/// How often this thread woke, plus one for each 5 ms of CPU time.
 long effort() {
   rusage usage{};
   getrusage(RUSAGE_THREAD, &usage);
@@ -90,7 +90,7 @@ long effort() {
          (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 5000;
 }
 
-TEST_F(LoopTest, SleepsUntilSomethingIsToBeDone) {
+TEST_F(LoopTest, SleepsWhileIdle) {
   auto soon = loop_->addTimer(fromNow(0.05), [&] { note("timer"); });
   const long before = effort();
   std::thread poster([this] {
@@ -99,12 +99,12 @@ TEST_F(LoopTest, SleepsUntilSomethingIsToBeDone) {
   });
   loop_->runOneTurn(RunLoopMode::modal);
   poster.join();
-  EXPECT_LE(effort() - before, 8) << "a due timer must not keep it busy";
+  EXPECT_LE(effort() - before, 8) << "a due timer must not keep a modal turn busy";
   loop_->runOneTurn(RunLoopMode::defaultMode);
   EXPECT_THAT(events_, ElementsAre("post", "timer"));
 }
 
-TEST_F(LoopTest, FiresTimersByDateAndNeverBeforeIt) {
+TEST_F(LoopTest, FiresTimersInOrderOfDateAndNeverEarly) {
   std::vector<std::unique_ptr<Timer>> timers;
   const auto add = [&](double date, const std::string& name) {
     timers.push_back(loop_->addTimer(Date{date}, [this, name] { note(name); }));
@@ -121,7 +121,7 @@ TEST_F(LoopTest, FiresTimersByDateAndNeverBeforeIt) {
   EXPECT_GE(SystemClock().now(), soon);
 }
 
-TEST_F(LoopTest, SlowsAChainOfDueTimersButNoTimerOfTheFuture) {
+TEST_F(LoopTest, DelaysAChainOfDueTimersButNoFutureTimer) {
   std::unique_ptr<Timer> chain, other;
   std::vector<double> fired;
   std::function<void()> plan = [&] {
@@ -134,11 +134,11 @@ TEST_F(LoopTest, SlowsAChainOfDueTimersButNoTimerOfTheFuture) {
   const double start = fromNow(0).secondsSince1970;
   chain = loop_->addTimer(fromNow(-1), plan);
   loop_->run();
-  EXPECT_LT(fired[1], start + 0.8);  // the other one; it plans the chain anew
+  EXPECT_LT(fired[1], start + 0.8);  // `other`, which restarts the chain
   EXPECT_GE(fired[2], fired[1] + 0.99);
 }
 
-TEST_F(LoopTest, EndsForEveryoneWhoWaits) {
+TEST_F(LoopTest, ReleasesWaitingThreadsWhenItEnds) {
   std::promise<void> queued;
   bool finished = false;
   std::thread waiting;
@@ -151,10 +151,11 @@ TEST_F(LoopTest, EndsForEveryoneWhoWaits) {
       });
       queued.get_future().wait();
       std::thread([&] { loop_->end(); }).join();
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));  // a fault would return now
+      std::this_thread::sleep_for(
+          std::chrono::milliseconds(50));  // a faulty postAndWait would return now
       finished = true;
     });
-    EXPECT_TRUE(finished) << "the call that runs when the loop ends is awaited";
+    EXPECT_TRUE(finished) << "the running call is awaited";
   });
   loop_->run();
   running.join();

@@ -25,7 +25,7 @@ bool someoneListens(const MockedBus& bus) {
              .find("PrepareForSleep") != std::string::npos;
 }
 
-TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
+TEST(LogindWakeTest, ReportsEachWakeUntilTheObservationEnds) {
   const MockedBus bus("system", "logind");
   const auto loop = GLibRunLoop::create();
   auto wake = LogindWake::create();
@@ -44,7 +44,7 @@ TEST(LogindWakeTest, TellsOfEachWakeUntilTheObservationEnds) {
   });
   loop->run();
   story.join();
-  EXPECT_EQ(second, 2) << "going to sleep is no wake";
+  EXPECT_EQ(second, 2) << "sleep is not reported";
   EXPECT_EQ(first, 1);
 }
 

@@ -13,8 +13,8 @@
 
 namespace revwarden {
 
-/// An HTTP server on loopback that says exactly what its scripts tell it: one script a connection,
-/// called with the socket after the request was read. The destructor waits for all scripts.
+/// An HTTP server on loopback. Each script serves one connection: it is called with the socket
+/// after the request was read. The destructor waits for all scripts.
 class ScriptedServer {
  public:
   using Script = std::function<void(int socket)>;
@@ -34,7 +34,7 @@ class ScriptedServer {
   static void say(int socket, std::string_view bytes) {
     send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
   }
-  /// The script that answers these bytes.
+  /// A script that sends these bytes.
   static Script says(std::string bytes) {
     return [bytes](int socket) { say(socket, bytes); };
   }
@@ -42,7 +42,7 @@ class ScriptedServer {
     return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + std::string(path);
   }
 
-  /// The requests of all connections, once all scripts have run.
+  /// Waits for all scripts and returns the requests of all connections.
   const std::vector<std::string>& requests() {
     if (!thread_.joinable()) return requests_;
     shutdown(listener_, SHUT_RDWR);  // ends a wait for a connection that was never made
@@ -60,7 +60,7 @@ class ScriptedServer {
     }
   }
 
-  // The head and as much body as its Content-Length says.
+  // Reads the header, and as much body as Content-Length says.
   static std::string readRequest(int socket) {
     std::string request;
     size_t wanted = std::string::npos;

@@ -1,5 +1,5 @@
-// Becomes the program that it is given, for the user who asks, with the rights of this file's
-// owner.
+// A stand-in for pkexec: executes its argument with the rights of this file's owner, without
+// asking.
 #include <unistd.h>
 
 #include <cstdlib>

@@ -13,7 +13,7 @@ Versions::VersionRef version(const Value& value) {
   return NaturalVersions().versionWithValue(&value);
 }
 
-TEST(NaturalVersions, RowsAscend) {
+TEST(NaturalVersions, OrdersEachRow) {
   const std::vector<std::vector<std::string>> rows = {
       {"0", "0.0.1", "0.9", "1", "1.9", "1.10", "2", "10"},
       {"2.0-dev.7", "2.0a1", "2.0-alpha.2", "2.0.0b1", "2.0-beta.2", "2.0 Beta 10", "2.0-rc1",
@@ -37,14 +37,14 @@ TEST(NaturalVersions, RowsAscend) {
   }
 }
 
-TEST(NaturalVersions, SpellingsOfOneVersionAreEquivalent) {
+TEST(NaturalVersions, TreatsSpellingsOfOneVersionAsEquivalent) {
   const std::pair<const char*, const char*> pairs[] = {
       {"1", "1.0.0"},       {"1.0b3", "1.0.0-Beta.3"}, {"v2.5", "2.5"},   {"1.05", "1.5"},
       {"3 rc 1", "3.0RC1"}, {"1.2 (34)", "1.2,34"},    {" 1.4\n", "1.4"}, {"1.0.2K", "1.0.2k"}};
   for (const auto& [a, b] : pairs) EXPECT_EQ(version(a)->compare(*version(b)), kSame) << a;
 }
 
-// Texts of the pieces that the rules look at, in any order.
+// Returns random sequences of texts that the rules treat specially.
 std::string hostileText(std::mt19937& random) {
   static const std::vector<std::string> pieces = {
       "0", "9", "10",   ".",  ".",   "-", "_",  " ",      "(", ",",      "+",    "a",
@@ -54,7 +54,7 @@ std::string hostileText(std::mt19937& random) {
   return text;
 }
 
-TEST(NaturalVersions, TheOrderIsTotal) {
+TEST(NaturalVersions, IsATotalOrder) {
   std::mt19937 random(20);
   std::vector<Versions::VersionRef> all;
   while (all.size() < 150)

@@ -20,8 +20,6 @@
 namespace revwarden {
 namespace {
 
-using Refusal = std::optional<Error>;
-
 bool isPlainPath(std::string_view path) {
   if (path.size() < 2 || path.front() != '/' || path.find('\0') != path.npos) return false;
   while (!path.empty()) {
@@ -33,21 +31,21 @@ bool isPlainPath(std::string_view path) {
   return true;
 }
 
-Refusal refusalOfApplication(const std::string& path) {
+Result<> checkApplication(const std::string& path) {
   if (!isPlainPath(path)) return Error{"", path + " is not a plain full path"};
-  if (asciiUpperCase(pathExtension(path)) == "APP") return std::nullopt;
+  if (asciiUpperCase(pathExtension(path)) == "APP") return {};
   return Error{"", path + " is not an application"};
 }
 
-Refusal refusalOfFolder(const std::string& path) {
+Result<> checkFolder(const std::string& path) {
   if (!isPlainPath(path)) return Error{"", path + " is not a plain full path"};
   struct stat facts;
   if (::lstat(path.c_str(), &facts) != 0) return systemError(path);
-  if (S_ISDIR(facts.st_mode)) return std::nullopt;
+  if (S_ISDIR(facts.st_mode)) return {};
   return Error{"notFolder", path + " is not a folder"};
 }
 
-Refusal refusalOfScript(const std::string& path, const std::optional<AskingUser>& user) {
+Result<> checkScript(const std::string& path, const std::optional<AskingUser>& user) {
   if (!isPlainPath(path) || lastPathComponent(path) != "installPkg") {
     return Error{"", path + " is not the script that installs packages"};
   }
@@ -55,15 +53,15 @@ Refusal refusalOfScript(const std::string& path, const std::optional<AskingUser>
   if (::lstat(path.c_str(), &facts) != 0) return systemError(path);
   const bool isTrusted =
       facts.st_uid == 0 || facts.st_uid == ::geteuid() || (user && facts.st_uid == user->uid);
-  if (S_ISREG(facts.st_mode) && isTrusted && !(facts.st_mode & S_IWOTH)) return std::nullopt;
+  if (S_ISREG(facts.st_mode) && isTrusted && !(facts.st_mode & S_IWOTH)) return {};
   return Error{"", path + " could be changed by another user"};
 }
 
-Refusal refusalOfPackage(const std::string& path) {
+Result<> checkPackage(const std::string& path) {
   if (!isPlainPath(path)) return Error{"", path + " is not a plain full path"};
   if (!asciiUpperCase(pathExtension(path)).ends_with("PKG"))
     return Error{"", path + " is not a package"};
-  if (::access(path.c_str(), F_OK) == 0) return std::nullopt;
+  if (::access(path.c_str(), F_OK) == 0) return {};
   return systemError(path);
 }
 
@@ -101,8 +99,8 @@ HelperOperations::Answer HelperOperations::carryOut(const HelperMessage& request
 }
 
 Result<std::string> HelperOperations::moveToTrash(const std::string& path) {
-  if (Refusal refusal = refusalOfApplication(path)) return *refusal;
-  if (Refusal refusal = refusalOfFolder(path)) return *refusal;
+  if (const Result<> checked = checkApplication(path); !checked) return checked.error();
+  if (const Result<> checked = checkFolder(path); !checked) return checked.error();
   if (!user_) return revwarden::moveToTrash(path);
   const Result<DirectoryEntry> entry = entryOf(path);
   if (!entry) return entry.error();
@@ -118,8 +116,8 @@ Result<std::string> HelperOperations::moveToTrash(const std::string& path) {
 
 Result<std::string> HelperOperations::copy(const std::string& source,
                                            const std::string& destination) {
-  if (Refusal refusal = refusalOfFolder(source)) return *refusal;
-  if (Refusal refusal = refusalOfApplication(destination)) return *refusal;
+  if (const Result<> checked = checkFolder(source); !checked) return checked.error();
+  if (const Result<> checked = checkApplication(destination); !checked) return checked.error();
   const Result<DirectoryEntry> entry = entryOf(destination);
   if (!entry) return entry.error();
   const Result<> copied = copyTree(source, *entry, Owner::copier);
@@ -129,8 +127,8 @@ Result<std::string> HelperOperations::copy(const std::string& source,
 
 Result<std::string> HelperOperations::runPackageScript(const std::string& script,
                                                        const std::string& package) {
-  if (Refusal refusal = refusalOfScript(script, user_)) return *refusal;
-  if (Refusal refusal = refusalOfPackage(package)) return *refusal;
+  if (const Result<> checked = checkScript(script, user_); !checked) return checked.error();
+  if (const Result<> checked = checkPackage(package); !checked) return checked.error();
   const Result<> ran = revwarden::runPackageScript(script, package, agent_);
   if (!ran) return ran.error();
   return std::string();
