@@ -66,9 +66,10 @@ std::string eventText(const AgentEvent& event);
 /// The same as a line of JSON, with its line break.
 std::string eventJson(const AgentEvent& event);
 
-/// A date of the agent's as "2026-11-22 21:05:03" in this machine's time zone; absent when it is no
-/// date. A number of seconds, say a day, may be added.
-std::optional<int64_t> secondsOfDate(const Json& date);
-std::string localTimeText(int64_t secondsSince1970);
+/// A date as the agent sends it, in seconds since 1970; absent if it is no date.
+std::optional<double> secondsOfDate(const Json& date);
+
+/// "2026-11-22 21:05:03" in this machine's time zone.
+std::string localTimeText(double secondsSince1970);
 
 }  // namespace revwarden

@@ -7,11 +7,12 @@
 #include "base/text.h"
 #include "cli/commands.h"
 #include "cli/records.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
 
-constexpr int64_t kDay = 86400;
+constexpr double kDay = 86400;  // s
 
 struct Setting {
   const char* key;  // also the method that reads it
@@ -19,13 +20,13 @@ struct Setting {
   const char* meaning;
 };
 constexpr Setting kSettings[] = {
-    {"showRevwardenNotifications",
-     "setShowRevwardenNotifications:", "tell of new updates in a notice"},
-    {"updatesApplicationsFromAllLocalVolumes", "setUpdatesApplicationsFromAllLocalVolumes:",
-     "look after applications on other local volumes too"},
+    {methods::kShowNotifications, methods::kSetShowNotifications,
+     "show a notice about new updates"},
+    {methods::kUpdatesFromAllVolumes, methods::kSetUpdatesFromAllVolumes,
+     "include applications on other local volumes"},
 };
 
-// A program that update jobs call, and what cannot be done without it.
+// A program that update jobs call, and the cost if it is missing.
 struct NeededProgram {
   const char* name;
   const char* package;
@@ -34,7 +35,7 @@ struct NeededProgram {
 constexpr NeededProgram kNeededPrograms[] = {
     {"unzip", "unzip", "updates that come as zip archives cannot be installed"},
     {"7zz", "7zip", "updates that come as disk images cannot be installed"},
-    {"pkexec", "pkexec", "applications that only the administrator may change are not updated"},
+    {"pkexec", "pkexec", "applications that only an administrator may change cannot be updated"},
     {"xdg-open", "xdg-utils", "web pages and downloaded files cannot be opened"},
 };
 
@@ -61,11 +62,7 @@ Json missingPrograms() {
   return missing;
 }
 
-int64_t now() {
-  return static_cast<int64_t>(std::time(nullptr));
-}
-
-std::string utcText(int64_t seconds) {
+std::string utcText(double seconds) {
   const auto time = static_cast<time_t>(seconds);
   std::tm parts{};
   char text[40];
@@ -73,25 +70,29 @@ std::string utcText(int64_t seconds) {
   return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts));
 }
 
-// Everything that `status` tells, as its JSON object; absent when the agent does not tell.
+// The JSON object of `status`; absent if the agent does not reply.
 std::optional<Json> gatheredStatus(CommandContext& context) {
-  const auto version = context.agent.call("host.version");
-  if (!version) return std::nullopt;
+  Json status = Json::object();
+  for (const char* method : {methods::kHostVersion, methods::kHostStatus}) {
+    const auto part = context.agent.call(method);
+    if (!part) return std::nullopt;
+    if (part->is_object()) status.update(*part);
+  }
   const auto records = context.agent.records();
   if (!records) return std::nullopt;
-  Json status = version->is_object() ? *version : Json::object();
   status["socket"] = context.agent.socketPath();
   status["items"] = records->size();
   status["outdated"] = std::count_if(records->begin(), records->end(), [&](const Json& record) {
     return isOutdated(record, context.versions);
   });
-  for (const char* method : {"updateIsInProgress", "lastFireDate", kSettings[0].key,
-                             kSettings[1].key, "totalUpdatesCount", "installerQueueCount"}) {
+  for (const char* method :
+       {methods::kUpdateIsInProgress, methods::kLastFireDate, kSettings[0].key, kSettings[1].key,
+        methods::kTotalUpdatesCount, methods::kInstallerQueueCount}) {
     auto value = context.agent.call(method);
     if (!value) return std::nullopt;
     status[method] = std::move(*value);
   }
-  const auto last = secondsOfDate(status["lastFireDate"]);
+  const auto last = secondsOfDate(status[methods::kLastFireDate]);
   status["nextCheck"] = last ? Json(utcText(*last + kDay)) : Json();
   status["missing"] = missingPrograms();
   return status;
@@ -106,9 +107,11 @@ std::string shownText(const Json& value) {
 }
 
 std::string nextCheckText(const Json& status) {
-  if (status["updateIsInProgress"] == true) return "when the pass under way has ended";
-  const auto last = secondsOfDate(status["lastFireDate"]);
-  return last && *last + kDay > now() ? localTimeText(*last + kDay) : "due now";
+  if (status[methods::kUpdateIsInProgress] == true) return "after the running pass";
+  const auto last = secondsOfDate(status[methods::kLastFireDate]);
+  return last && *last + kDay > static_cast<double>(std::time(nullptr))
+             ? localTimeText(*last + kDay)
+             : "due now";
 }
 
 std::string queueText(const Json& count) {
@@ -125,12 +128,17 @@ void printStatus(const Json& status) {
                     shownText(status.value("plugin", Json("unknown"))));
   line("Socket", shownText(status["socket"]));
   line("Applications", status["items"].dump() + ", " + status["outdated"].dump() + " outdated");
-  line("Pass", status["updateIsInProgress"] == true ? "under way" : "none under way");
-  const auto last = secondsOfDate(status["lastFireDate"]);
-  line("Last check", last ? localTimeText(*last) : "none on record");
+  line("Pass", status[methods::kUpdateIsInProgress] == true ? "running" : "none running");
+  const auto last = secondsOfDate(status[methods::kLastFireDate]);
+  line("Last check", last ? localTimeText(*last) : "none");
+  const auto answered = secondsOfDate(status[status::kLastAnswered]);
+  line("Last answer", answered ? localTimeText(*answered) : "none since the agent started");
   line("Next check", nextCheckText(status));
-  line("Install queue", queueText(status["installerQueueCount"]));
-  line("Updates done", status["totalUpdatesCount"].dump());
+  line("Install queue", queueText(status[methods::kInstallerQueueCount]));
+  line("Updates done", status[methods::kTotalUpdatesCount].dump());
+  if (const auto unsaved = secondsOfDate(status[status::kUnsavedSince])) {
+    line("Warning", "settings could not be saved since " + localTimeText(*unsaved));
+  }
   for (const Setting& setting : kSettings) {
     line("Switch",
          std::string(setting.key) + " " + onOff(status[setting.key]) + ": " + setting.meaning);
@@ -174,15 +182,17 @@ int printSettings(CommandContext& context, const Setting* only) {
 
 }  // namespace
 
-std::optional<int64_t> secondsOfDate(const Json& date) {
+std::optional<double> secondsOfDate(const Json& date) {
   if (!date.is_string()) return std::nullopt;
   std::tm parts{};
   const auto text = date.get<std::string>();
-  if (!strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts)) return std::nullopt;
-  return static_cast<int64_t>(timegm(&parts));
+  const char* const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
+  if (!rest) return std::nullopt;
+  const double fraction = *rest == '.' ? std::strtod(rest, nullptr) : 0;
+  return static_cast<double>(timegm(&parts)) + fraction;
 }
 
-std::string localTimeText(int64_t secondsSince1970) {
+std::string localTimeText(double secondsSince1970) {
   const auto time = static_cast<time_t>(secondsSince1970);
   std::tm parts{};
   char text[40];
@@ -207,8 +217,8 @@ int runSettings(CommandContext& context, const std::optional<std::string>& key,
   if (!key) return printSettings(context, nullptr);
   const Setting* setting = settingNamed(*key);
   if (!setting) {
-    complain("No setting \"" + cleaned(*key) + "\". There are " + kSettings[0].key + " and " +
-             kSettings[1].key + ".");
+    complain("No setting \"" + cleaned(*key) + "\". The settings are " + kSettings[0].key +
+             " and " + kSettings[1].key + ".");
     return kUsage;
   }
   if (!value) return printSettings(context, setting);

@@ -1,124 +1,100 @@
+#include <chrono>
 #include <set>
 
 #include "catalogue/record_keys.h"
 #include "cli/commands.h"
+#include "cli/progress_display.h"
 #include "cli/records.h"
-#include "cli/waiting_line.h"
+#include "protocol/names.h"
 
-// A rescan is asked for by a request that a pass under way makes the agent drop without a word.
-//
-// Passes never overlap, and on the one stream of replies and events each shows as "did start", then
-// "did finish validate". So: once no pass runs, ask for the rescan; when no start came before the
-// reply, another pass was faster and the rescan was dropped. When one came it may still have been
-// another's, but only the rescan forgets the date of the last check. Ours has ended with the next
-// "did finish validate" and the "did finish updating list" after it; such a list event before that
-// is the late last word of the pass before.
 namespace revwarden {
 namespace {
 
-constexpr char kDidStart[] = "agentDidStartValidateItem:";
-constexpr char kDidFinish[] = "agentDidFinishValidateItem:";
-constexpr char kDidFinishList[] = "agentDidFinishUpdatingApplicationList:";
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
-// What the service did during the rescan, as far as events tell.
-struct ServiceOutcome {
-  std::string error;  // clean; empty when it answered
+constexpr milliseconds kTurn{250};
+constexpr double kClockPrecision = 1e-3;  // s; dates lose some digits on their way
 
-  void note(const AgentEvent& event) {
-    const Json& params = event.params;
-    if (event.method == "updateService" && params.is_array() && params.size() >= 4) {
-      noteExchange(params);
-    } else if (event.method == "log" && event.parameter(2) == "Invalid response: %@") {
-      error = "its answer cannot be understood";
-    }
-  }
-
- private:
-  void noteExchange(const Json& params) {
-    if (params[3].is_string()) {
-      error = cleaned(params[3].get<std::string>());
-    } else if (params[1].is_number_integer() && params[1].get<int64_t>() >= 400) {
-      error = "HTTP status " + params[1].dump();
-    }
-    if (!error.empty() && params[0].is_string()) {
-      error = cleaned(params[0].get<std::string>()) + ": " + error;
-    }
-  }
-};
-
+// Requests a full rescan and waits for its outcome.
+//
+// The agent drops the request without a reply to it if a pass is running. So: wait until no pass
+// runs, send the request, and accept the outcome of any full rescan that started after that. If no
+// pass runs and there is no such outcome, another pass was faster: send the request again. This
+// repeats until the agent answers or ends; other passes are short and rare.
 class Rescan {
  public:
   explicit Rescan(AgentSession& agent) : agent_(agent) {}
 
-  /// Waits for a pass under way, rescans and waits for the end; false when it has been said why
-  /// that cannot be.
-  bool run() {
-    for (;;) {
-      const auto running = agent_.call("updateIsInProgress");
-      if (!running) return false;
-      if (*running == true) {
-        agent_.connection().takeEvents();
-        if (!waitFor(kDidFinish, "Waiting for the pass under way")) return false;
-        continue;
-      }
-      const auto started = start();
-      if (!started) return false;
-      if (*started) break;
+  /// Returns the outcome; absent after an error, which is printed.
+  std::optional<Json> run() {
+    if (!awaitOtherPass("Waiting for the running pass")) return std::nullopt;
+    requested_ = secondsNow();
+    while (outcome_.is_null()) {
+      if (!agent_.call(methods::kStartFullRescan)) return std::nullopt;
+      if (!awaitOtherPass("Looking for updates")) return std::nullopt;
     }
-    return waitFor(kDidFinish, "Looking for updates") &&
-           waitFor(kDidFinishList, "Looking for updates");
+    return outcome_;
   }
-
-  const ServiceOutcome& outcome() const { return outcome_; }
 
  private:
-  // Whether it was our request that started the pass now under way.
-  std::optional<bool> start() {
-    const auto before = agent_.call("lastFireDate");
-    agent_.connection().takeEvents();
-    if (!before || !agent_.call("startFullRescan")) return std::nullopt;
-    bool sawStart = false;
-    for (const AgentEvent& event : agent_.connection().takeEvents()) {
-      if (event.method == kDidStart) {
-        sawStart = true;
-        outcome_ = {};
-      }
-      outcome_.note(event);
+  // Waits until no pass runs or the outcome is known; false after an error.
+  bool awaitOtherPass(const std::string& why) {
+    for (;;) {
+      const auto running = agent_.call(methods::kUpdateIsInProgress);
+      if (!running) return false;
+      for (const AgentEvent& event : agent_.connection().takeEvents()) hear(event);
+      if (*running != true || !outcome_.is_null()) return true;
+      progress_.show(why);
+      if (!hearUntil(steady_clock::now() + kTurn)) return false;
+      if (!outcome_.is_null()) return true;
     }
-    const auto after = agent_.call("lastFireDate");
-    if (!after) return std::nullopt;
-    return sawStart && (after->is_null() || *after != *before);
   }
 
-  bool waitFor(const char* method, const std::string& why) {
-    for (AgentEvent event;;) {
-      switch (agent_.connection().nextEvent(event, std::chrono::milliseconds(250))) {
-        case AgentConnection::Wait::timedOut:
-          progress_.show(why);
-          continue;
-        case AgentConnection::Wait::event:
-          outcome_.note(event);
-          if (event.method != method) continue;
-          progress_.clear();
-          return true;
-        case AgentConnection::Wait::ended:
-          progress_.clear();
-          complain("The agent ended before the check did.");
-          return false;
-        case AgentConnection::Wait::broken:
-          progress_.clear();
-          complain("The agent is not understood: " + agent_.connection().brokenText() + ".");
-          return false;
+  // Returns early with the outcome; false after an error.
+  bool hearUntil(steady_clock::time_point deadline) {
+    while (outcome_.is_null()) {
+      const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now());
+      if (left.count() <= 0) return true;
+      const auto next = agent_.connection().nextEvent(left);
+      if (!next) {
+        progress_.clear();
+        complain(next.error().message);
+        return false;
       }
+      if (*next) hear(**next);
     }
+    return true;
+  }
+
+  void hear(const AgentEvent& event) {
+    const Json& check = event.parameter(0);
+    if (event.method != events::kCheckEnded || !requested_ || !check.is_object()) return;
+    const auto started = secondsOfDate(check.value(outcome::kStarted, Json()));
+    if (!recordFlag(check, outcome::kByUser) || !started) return;
+    if (*started >= *requested_ - kClockPrecision) outcome_ = check;
+  }
+
+  static double secondsNow() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
   }
 
   AgentSession& agent_;
   WaitingLine progress_;
-  ServiceOutcome outcome_;
+  std::optional<double> requested_;  // seconds since 1970
+  Json outcome_;
 };
 
-// What was on offer before: an update is new when its application or its version was not.
+// The service's answer is missing; absent if it answered or was not asked.
+std::optional<std::string> faultOf(const Json& check) {
+  const std::string kind = recordText(check, outcome::kOutcome);
+  if (kind != outcome::kUnreachable && kind != outcome::kInvalid) return std::nullopt;
+  return cleaned(recordText(check, outcome::kReason));
+}
+
+// The updates on offer before the check. An update is new if its application or version is not
+// among them.
 std::set<std::pair<std::string, std::string>> updatesAmong(const std::vector<Json>& records,
                                                            const Versions& versions) {
   std::set<std::pair<std::string, std::string>> updates;
@@ -148,7 +124,7 @@ void printUpdates(const CommandContext& context, std::vector<Json> updates,
         style);
   }
   print(countText(updates.size(), "update", "updates") + " on offer, " +
-        std::to_string(newIds.size()) + " new since the last look:\n" +
+        std::to_string(newIds.size()) + " new since the last check:\n" +
         table.text(context.terminal));
 }
 
@@ -157,8 +133,8 @@ void printUpdates(const CommandContext& context, std::vector<Json> updates,
 int runCheck(CommandContext& context) {
   const auto before = context.agent.records();
   if (!before) return kFailed;
-  Rescan rescan(context.agent);
-  if (!rescan.run()) return kFailed;
+  const auto check = Rescan(context.agent).run();
+  if (!check) return kFailed;
   auto records = context.agent.records();
   if (!records) return kFailed;
 
@@ -171,22 +147,23 @@ int runCheck(CommandContext& context) {
     if (known.count({id, offeredVersion(record)}) == 0) newIds.insert(id);
     updates.push_back(record);
   }
-  const ServiceOutcome& outcome = rescan.outcome();
+  const auto fault = faultOf(*check);
   if (context.json) {
     print(jsonText({{"updates", updates},
                     {"new", newIds},
-                    {"error", outcome.error.empty() ? Json() : Json(outcome.error)}}) +
+                    {"error", fault ? Json(*fault) : Json()},
+                    {"check", *check}}) +
           "\n");
   } else if (records->empty()) {
     explainNoApplications(context.agent);
   } else if (!updates.empty()) {
     printUpdates(context, std::move(updates), newIds);
-  } else if (outcome.error.empty()) {
+  } else if (!fault) {
     print("Nothing newer is on offer for " +
           countText(records->size(), "application", "applications") + ".\n");
   }
-  if (outcome.error.empty()) return kOk;
-  complain("The update service gave no answer (" + outcome.error + ").");
+  if (!fault) return kOk;
+  complain("The update service gave no answer (" + *fault + ").");
   return kFailed;
 }
 

@@ -5,6 +5,8 @@
 #include "catalogue/record_keys.h"
 #include "cli/commands.h"
 #include "cli/records.h"
+#include "cli/update_jobs.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -13,15 +15,15 @@ struct EventWords {
   const char* method;
   const char* words;
 };
-// Events that say everything by their name.
+// Events without parameters.
 constexpr EventWords kPlainEvents[] = {
-    {"itemsDidChangeInAgent:", "The applications on record have changed"},
-    {"agentDidStartValidateItem:", "A pass begins"},
-    {"agentDidFinishValidateItem:", "The pass has ended"},
-    {"agentDidFinishUpdatingApplicationList:", "The list of applications is up to date"},
-    {"didStartQueueInAgent:", "The install queue starts"},
-    {"didStopQueueInAgent:", "The install queue has ended"},
-    {"openRevwarden", "The updates are to be shown"},
+    {events::kItemsDidChange, "The applications on record have changed"},
+    {events::kDidStartValidateItem, "A pass starts"},
+    {events::kDidFinishValidateItem, "The pass has ended"},
+    {events::kDidFinishUpdatingList, "The list of applications is up to date"},
+    {events::kDidStartQueue, "The install queue starts"},
+    {events::kDidStopQueue, "The install queue has ended"},
+    {events::kOpenRevwarden, "The user wants to see the updates"},
 };
 
 std::string recordWords(const Json& record) {
@@ -46,9 +48,9 @@ std::string statusChangeWords(const AgentEvent& event) {
 std::string jobWords(const AgentEvent& event) {
   const Json& record = event.parameter(0);
   const std::string name = record.is_object() ? displayName(record) : "unknown";
-  if (event.method == "agent:didStartUpdateItem:") return "Update begins: " + name;
-  if (event.method == "agent:didStopUpdateItem:") return "Update has ended: " + name;
-  std::string words = "Update goes on: " + name;
+  if (event.method == events::kDidStartUpdate) return "Update starts: " + name;
+  if (event.method == events::kDidStopUpdate) return "Update has ended: " + name;
+  std::string words = "Update continues: " + name;
   if (!record.is_object()) return words;
   const SimpleAction action = actionOf(record);
   words += action == SimpleAction::done     ? ", done"
@@ -64,19 +66,20 @@ std::string rootTaskWords(const AgentEvent& event) {
          (error.empty() ? "" : ", failed: " + error);
 }
 
-// Something that the agent asked of the desktop, and whether it came about.
-struct DeedWords {
+// A request of the agent to the system, and whether it succeeded.
+struct RequestWords {
   const char* method;
-  size_t outcome;  // the place of the flag
+  size_t flag;  // the index of the parameter that says so
   const char* done;
   const char* notDone;
 };
-constexpr DeedWords kDeeds[] = {
-    {"rootTaskWithPrompt:", 1, "Administrator rights granted: ", "Administrator rights refused: "},
-    {"openURL:", 1, "Opened: ", "Could not be opened: "},
-    {"selectFile:inFileViewerRootedAtPath:", 2,
+constexpr RequestWords kRequests[] = {
+    {events::kRootTaskWithPrompt, 1,
+     "Administrator rights granted: ", "Administrator rights refused: "},
+    {events::kOpenURL, 1, "Opened: ", "Could not be opened: "},
+    {events::kSelectFile, 2,
      "Shown in the file viewer: ", "Could not be shown in the file viewer: "},
-    {"activateHostApp", 1, "Started: ", "Could not be started: "},
+    {events::kActivateHostApp, 1, "Started: ", "Could not be started: "},
 };
 
 std::string serviceWords(const AgentEvent& event) {
@@ -91,24 +94,40 @@ std::string noticeWords(const AgentEvent& event) {
   return "Notice " + notice.value("id", Json()).dump() + ": " + recordText(notice, "text");
 }
 
+std::string jobOutcomeWords(const Json& job) {
+  if (!job.is_object()) return "Outcome: unknown";
+  return "Outcome: " + recordText(job, outcome::kName) + ": " + resultOf(job).text;
+}
+
+std::string checkOutcomeWords(const Json& check) {
+  if (!check.is_object()) return "Check: unknown";
+  const std::string reason = recordText(check, outcome::kReason);
+  return "Check: " + recordText(check, outcome::kOutcome) + ", " +
+         std::to_string(recordNumber(check, outcome::kAnswered)) + " of " +
+         std::to_string(recordNumber(check, outcome::kAsked)) + " applications answered" +
+         (reason.empty() ? "" : ": " + reason);
+}
+
 }  // namespace
 
 std::string eventText(const AgentEvent& event) {
   for (const EventWords& plain : kPlainEvents) {
     if (event.method == plain.method) return plain.words;
   }
-  if (event.method == "log") return event.text(0) + ": " + event.text(1);
-  for (const DeedWords& deed : kDeeds) {
-    if (event.method != deed.method) continue;
-    return (event.parameter(deed.outcome) == true ? deed.done : deed.notDone) + event.text(0);
+  if (event.method == events::kLog) return event.text(0) + ": " + event.text(1);
+  for (const RequestWords& request : kRequests) {
+    if (event.method != request.method) continue;
+    return (event.parameter(request.flag) == true ? request.done : request.notDone) + event.text(0);
   }
-  if (event.method == "rootTask") return rootTaskWords(event);
-  if (event.method == "addSilentRemoveBundleID:") {
+  if (event.method == events::kRootTask) return rootTaskWords(event);
+  if (event.method == events::kAddSilentRemove) {
     return "Replaced by an update, not removed: " + event.text(0);
   }
-  if (event.method == "updateService") return serviceWords(event);
-  if (event.method == "showNotification:") return noticeWords(event);
-  if (event.method == "agent:didChangeStatusForItems:") return statusChangeWords(event);
+  if (event.method == events::kUpdateService) return serviceWords(event);
+  if (event.method == events::kShowNotification) return noticeWords(event);
+  if (event.method == events::kJobEnded) return jobOutcomeWords(event.parameter(0));
+  if (event.method == events::kCheckEnded) return checkOutcomeWords(event.parameter(0));
+  if (event.method == events::kDidChangeStatus) return statusChangeWords(event);
   if (event.method.rfind("agent:did", 0) == 0) return jobWords(event);
   return event.method + " " + event.params.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -118,19 +137,13 @@ std::string eventJson(const AgentEvent& event) {
 }
 
 int runWatch(CommandContext& context) {
-  for (AgentEvent event;;) {
-    switch (context.agent.connection().nextEvent(event, std::nullopt)) {
-      case AgentConnection::Wait::timedOut:
-        continue;
-      case AgentConnection::Wait::ended:
-        complain("The agent has ended.");
-        return kOk;
-      case AgentConnection::Wait::broken:
-        complain("The agent is not understood: " + context.agent.connection().brokenText() + ".");
-        return kFailed;
-      case AgentConnection::Wait::event:
-        break;
+  for (;;) {
+    const auto next = context.agent.connection().nextEvent(std::nullopt);
+    if (!next) {
+      complain(next.error().message);
+      return next.error().code == connection_error::kEnded ? kOk : kFailed;
     }
+    const AgentEvent& event = **next;  // without a time limit there is one
     if (context.json) {
       print(eventJson(event));
     } else {

@@ -4,6 +4,7 @@
 #include "catalogue/version_info_keys.h"
 #include "cli/commands.h"
 #include "cli/records.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -72,8 +73,8 @@ int printChanged(CommandContext& context, const std::vector<Json>& records,
   Json changed = Json::array();
   int status = kOk;
   for (const Json& record : records) {
-    auto now =
-        context.agent.call("itemSnapshotWithID:", Json::array({recordText(record, kKQRWIDKey)}));
+    auto now = context.agent.call(methods::kItemSnapshotWithID,
+                                  Json::array({recordText(record, kKQRWIDKey)}));
     if (!now) return kFailed;
     if (now->is_object()) {
       if (!context.json) print(what + ": " + displayName(*now) + "\n");
@@ -164,7 +165,7 @@ int runStar(CommandContext& context, const std::vector<std::string>& names, bool
   if (!named) return kUsage;
   for (const Json& record : *named) {
     const Json params = Json::array({starred, recordText(record, kKQRWIDKey)});
-    if (!context.agent.call("setStarred:forItemWithId:", params)) return kFailed;
+    if (!context.agent.call(methods::kSetStarred, params)) return kFailed;
   }
   return printChanged(context, *named, starred ? "Starred" : "Star taken away");
 }
@@ -175,7 +176,7 @@ int runIgnore(CommandContext& context, const std::vector<std::string>& names, bo
   const auto named = recordsNamed(*records, names);
   if (!named) return kUsage;
   const Json params = Json::array({idsOf(*named), ignored});
-  if (!context.agent.call("moveItemsWithIds:toBlackList:", params)) return kFailed;
+  if (!context.agent.call(methods::kMoveItemsToBlackList, params)) return kFailed;
   return printChanged(context, *named, ignored ? "Ignored" : "No longer ignored");
 }
 

@@ -4,6 +4,7 @@
 
 #include "cli/commands.h"
 #include "cli/records.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
@@ -14,7 +15,7 @@ std::string idText(const Json& notice) {
 }
 
 std::optional<std::vector<Json>> openNotices(AgentSession& agent) {
-  const auto list = agent.call("host.notices");
+  const auto list = agent.call(methods::kHostNotices);
   if (!list) return std::nullopt;
   std::vector<Json> notices;
   for (const Json& notice : list->is_array() ? *list : Json::array()) {
@@ -40,7 +41,8 @@ void printNotice(const Json& notice) {
 
 // Sends the answer; says so when the notice was not open.
 int answerNotice(CommandContext& context, const Json& id, int button) {
-  const auto wasOpen = context.agent.call("host.answerNotification", Json::array({id, button}));
+  const auto wasOpen =
+      context.agent.call(methods::kHostAnswerNotification, Json::array({id, button}));
   if (!wasOpen) return kFailed;
   const std::string shownId = id.is_string() ? cleaned(id.get<std::string>()) : id.dump();
   if (context.json) print(jsonText({{"id", id}, {"open", *wasOpen}}) + "\n");

@@ -5,24 +5,17 @@
 #include "cli/commands.h"
 #include "cli/progress_display.h"
 #include "cli/update_jobs.h"
-#include "cli/update_results.h"
-#include "cli/waiting_line.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-using Time = steady_clock::time_point;
-
-constexpr char kDidFinishPass[] = "agentDidFinishValidateItem:";
-constexpr milliseconds kTurn{100};
-constexpr milliseconds kSettleLimit{10'000};  // for the look at what is installed afterwards
-constexpr milliseconds kPageLimit{4000};      // for the word whether a page could be opened
+constexpr std::chrono::milliseconds kTurn{100};
 
 volatile std::sig_atomic_t interrupted = 0;
 
-// Has the first interrupt from the terminal noticed instead of ending the process.
+// While it exists, the first interrupt from the terminal sets `interrupted` instead of ending the
+// process.
 class InterruptWatch {
  public:
   InterruptWatch() {
@@ -40,19 +33,7 @@ class InterruptWatch {
   struct sigaction before_ {};
 };
 
-// By id, else by path: an application that a pass took for removed comes back with another id.
-Json recordOf(const UpdateJob& job, const std::vector<Json>& records) {
-  for (const char* key : {kKQRWIDKey, kKQRWApplicationPathKey}) {
-    const std::string wanted = recordText(job.record, key);
-    const auto found = std::find_if(records.begin(), records.end(), [&](const Json& record) {
-      return recordText(record, key) == wanted;
-    });
-    if (found != records.end()) return *found;
-  }
-  return nullptr;
-}
-
-// One request for updates, from the request to the results.
+// One request for updates, until the outcome of each is known.
 class UpdateRun {
  public:
   UpdateRun(CommandContext& context, const std::vector<Json>& records)
@@ -61,14 +42,12 @@ class UpdateRun {
   int run() {
     if (!request()) return interrupted ? leave() : kFailed;
     while (!jobs_.allEnded()) {
-      display();
+      if (!context_.json) display_.show(jobs_.jobs());
       if (interrupted) return leave();
       if (outputIsLost()) return kFailed;
-      if (!hearNext()) return report({});
+      hearNext();
     }
-    display();
-    const std::vector<Json> records = recordsAfterwards();
-    return report(records);
+    return report();
   }
 
  private:
@@ -79,13 +58,11 @@ class UpdateRun {
       return !interrupted;
     };
     AgentSession& agent = context_.agent;
-    if (!agent.call("startUpdateItemWithIDs:", Json::array({ids_}), patience)) return false;
-    hearAll();
-    jobs_.requestReturned();
-    const auto busy = agent.call("installerQueueIsInProgress", Json::array(), patience);
-    if (!busy) return false;
-    hearAll();
-    if (*busy == false) jobs_.queueIsEmpty();
+    if (!agent.call(methods::kStartUpdateItems, Json::array({ids_}), patience)) return false;
+    auto status = agent.call(methods::kHostStatus, Json::array(), patience);
+    if (!status) return false;
+    for (const AgentEvent& event : agent.connection().takeEvents()) hear(event);
+    jobs_.requestReturned(status->is_object() ? (*status)[status::kOpenJobs] : Json());
     return true;
   }
 
@@ -94,111 +71,37 @@ class UpdateRun {
     if (context_.json) print(eventJson(event));
   }
 
-  void hearAll() {
-    for (const AgentEvent& event : context_.agent.connection().takeEvents()) hear(event);
-  }
-
-  // Waits a moment for an event; false when there will be none any more, after that has been said.
-  bool hearNext() {
-    AgentEvent event;
-    switch (context_.agent.connection().nextEvent(event, kTurn)) {
-      case AgentConnection::Wait::timedOut:
-        return true;
-      case AgentConnection::Wait::event:
-        if (event.method == kDidFinishPass) ++finishedPasses_;
-        hear(event);
-        return true;
-      case AgentConnection::Wait::ended:
-        display_.clear();
-        complain("The agent has ended.");
-        return false;
-      case AgentConnection::Wait::broken:
-        display_.clear();
-        complain("The agent is not understood: " + context_.agent.connection().brokenText() + ".");
-        return false;
-    }
-    return false;
-  }
-
-  void display() {
-    if (!context_.json) display_.show(jobs_.jobs());
+  void hearNext() {
+    const auto next = context_.agent.connection().nextEvent(kTurn);
+    if (next && *next) hear(**next);
+    if (next) return;
+    display_.clear();
+    complain(next.error().message);
+    jobs_.agentEnded();
   }
 
   int leave() {
     display_.clear();
     complain(
-        "Interrupted. What is in the queue goes on in the agent:\n"
-        "\"revwarden watch\" shows it, \"revwarden cancel --all\" ends it.");
+        "Interrupted. The agent continues with what is in the queue:\n"
+        "\"revwarden watch\" shows it, \"revwarden cancel --all\" cancels it.");
     return kInterrupted;
   }
 
-  // The agent looks at each application after its job, unless it is busy with another pass then.
-  // So those that seem unchanged are looked at once more.
-  std::vector<Json> recordsAfterwards() {
-    const Time limit = steady_clock::now() + kSettleLimit;
-    awaitPages();
-    if (!awaitPass(limit)) return {};
-    auto records = context_.agent.records();
-    if (!records) return {};
-    const Json unchanged = idsOfUnchanged(*records);
-    if (unchanged.empty()) return std::move(*records);
-    if (!context_.agent.call("startUpdateInfoForItemsWithIDs:", Json::array({unchanged})) ||
-        !awaitPass(limit)) {
-      return {};
-    }
-    return context_.agent.records().value_or(std::vector<Json>());
-  }
-
-  Json idsOfUnchanged(const std::vector<Json>& records) const {
-    Json ids = Json::array();
+  int report() {
+    if (!context_.json) display_.showResults(jobs_.jobs());
+    int status = kOk;
     for (const UpdateJob& job : jobs_.jobs()) {
-      const bool mayBeInstalled =
-          job.end == UpdateJob::End::succeeded || job.end == UpdateJob::End::unheard;
-      const Json now = recordOf(job, records);
-      if (mayBeInstalled && now.is_object() && !versionChanged(job, now)) {
-        ids.push_back(recordText(now, kKQRWIDKey));
+      const UpdateResult result = resultOf(job);
+      if (!result.good) status = kFailed;
+      if (!context_.json) continue;
+      if (job.outcome.is_object()) {
+        print(jsonText(job.outcome, -1) + "\n");
+      } else {
+        complain(job.label + ": " + result.text);
       }
     }
-    return ids;
-  }
-
-  void awaitPages() {
-    const Time limit = steady_clock::now() + kPageLimit;
-    const auto isOpening = [](const UpdateJob& job) {
-      return job.isManual() && job.end == UpdateJob::End::succeeded && !job.opened;
-    };
-    const std::vector<UpdateJob>& jobs = jobs_.jobs();
-    while (std::any_of(jobs.begin(), jobs.end(), isOpening) && steady_clock::now() < limit &&
-           !interrupted) {
-      if (!hearNext()) return;
-    }
-  }
-
-  // Waits until no pass runs; false when the agent is gone.
-  bool awaitPass(Time limit) {
-    for (;;) {
-      const auto running = context_.agent.call("updateIsInProgress");
-      if (!running) return false;
-      hearAll();
-      if (*running != true) return true;
-      for (const int before = finishedPasses_; finishedPasses_ == before;) {
-        if (interrupted || steady_clock::now() >= limit) return true;
-        if (!hearNext()) return false;
-      }
-    }
-  }
-
-  int report(const std::vector<Json>& records) {
-    display_.clear();
-    bool allGood = true;
-    for (const UpdateJob& job : jobs_.jobs()) {
-      const UpdateResult result = resultOf(job, recordOf(job, records));
-      allGood = allGood && result.good;
-      if (context_.json) continue;
-      const std::string line = job.label + ": " + result.text;
-      print((result.good ? context_.terminal.styled(Terminal::Style::green, line) : line) + "\n");
-    }
-    return allGood ? kOk : kFailed;
+    return status;
   }
 
   CommandContext& context_;
@@ -206,10 +109,9 @@ class UpdateRun {
   UpdateJobs jobs_;
   ProgressDisplay display_;
   const InterruptWatch watch_;
-  int finishedPasses_ = 0;
 };
 
-// Takes out what there is nothing to install for, and says so.
+// Removes applications without a newer version on offer, and says so.
 void leaveOutUpToDate(const CommandContext& context, std::vector<Json>& named) {
   std::erase_if(named, [&](const Json& record) {
     const bool isWanted =
@@ -222,12 +124,37 @@ void leaveOutUpToDate(const CommandContext& context, std::vector<Json>& named) {
   });
 }
 
+std::vector<Json> inQueue(std::vector<Json> records) {
+  std::erase_if(records,
+                [](const Json& record) { return !recordFlag(record, kKQRWInstallerIsInQueueKey); });
+  return records;
+}
+
+int reportCancelled(const CommandContext& context, const UpdateJobs& jobs) {
+  int status = kOk;
+  Json outcomes = Json::array();
+  for (const UpdateJob& job : jobs.jobs()) {
+    const bool isCancelled = job.outcome.is_object() && outcomeIs(job.outcome, outcome::kCancelled);
+    if (!isCancelled) status = kFailed;
+    if (job.outcome.is_null()) {
+      complain(job.label + " is not in the install queue.");
+      continue;
+    }
+    outcomes.push_back(job.outcome);
+    if (context.json) continue;
+    print(isCancelled ? "Cancelled: " + job.label + "\n"
+                      : job.label + " was not cancelled: " + resultOf(job).text + "\n");
+  }
+  if (context.json) print(jsonText(outcomes) + "\n");
+  return status;
+}
+
 }  // namespace
 
 int runUpdate(CommandContext& context, const JobSelection& selection) {
   auto records = context.agent.records();
   if (!records) return kFailed;
-  context.agent.connection().takeEvents();  // the records know of them
+  context.agent.connection().takeEvents();  // they are older than the request
   if (records->empty()) explainNoApplications(context.agent);
   std::vector<Json> wanted;
   if (selection.all) {
@@ -242,6 +169,33 @@ int runUpdate(CommandContext& context, const JobSelection& selection) {
   }
   if (wanted.empty()) return kOk;
   return UpdateRun(context, wanted).run();
+}
+
+int runCancel(CommandContext& context, const JobSelection& selection) {
+  const auto records = context.agent.records();
+  if (!records) return kFailed;
+  const auto named = selection.all ? inQueue(*records) : recordsNamed(*records, selection.names);
+  if (!named) return kUsage;
+  if (named->empty()) {
+    print(context.json ? "[]\n" : "The install queue is empty.\n");
+    return kOk;
+  }
+  AgentSession& agent = context.agent;
+  agent.connection().takeEvents();
+  UpdateJobs jobs(*named);
+  WaitingLine waiting;
+  const auto patience = [&] {
+    waiting.show("Waiting for the running installation to complete its step");
+    return true;
+  };
+  if (!agent.call(methods::kCancelUpdateItems, Json::array({idsOf(*named)}), patience)) {
+    return kFailed;
+  }
+  waiting.clear();
+  // The agent reports the outcome of each cancelled job before it replies.
+  for (const AgentEvent& event : agent.connection().takeEvents()) jobs.hear(event);
+  jobs.requestReturned(Json::array());
+  return reportCancelled(context, jobs);
 }
 
 }  // namespace revwarden

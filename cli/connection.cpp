@@ -14,11 +14,12 @@ namespace {
 
 constexpr std::chrono::seconds kReplyLimit{60};
 constexpr std::chrono::milliseconds kPatienceTurn{250};
-// A reply with all records of a very large catalogue is far below it.
+constexpr int kMethodNotFound = -32601;
+// Far more than a reply with all records of a very large catalogue.
 constexpr size_t kLongestMessage = size_t{512} << 20;
 
-// Anybody can listen in a folder that others may write: only this user's agent and root's are
-// believed. Root itself may look at the agent of whomever it names.
+// Any user can listen in a folder that others may write. The agent must belong to this user or to
+// root; root may use any user's agent.
 bool isTrustedPeer(int fd) {
   ucred peer{};
   socklen_t size = sizeof peer;
@@ -26,24 +27,42 @@ bool isTrustedPeer(int fd) {
   return peer.uid == geteuid() || peer.uid == 0 || geteuid() == 0;
 }
 
-int connectTo(const std::string& path, std::string& error) {
+Result<int> connectTo(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof address.sun_path) {
-    error = path.empty() ? "the path is empty" : "the path is too long for a socket";
-    return -1;
+  if (path.empty()) return Error{"", "the path is empty"};
+  if (path.size() >= sizeof address.sun_path) {
+    return Error{"", "the path is too long for a socket"};
   }
   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  Error error;
   if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    error = std::strerror(errno);
+    error.message = std::strerror(errno);
   } else if (isTrustedPeer(fd)) {
     return fd;
   } else {
-    error = "it belongs to another user";
+    error.message = "it belongs to another user";
   }
   if (fd >= 0) close(fd);
-  return -1;
+  return error;
+}
+
+Error ended() {
+  return {connection_error::kEnded, "The agent has ended."};
+}
+
+Error protocolError(const std::string& why) {
+  return {connection_error::kProtocol, "Protocol error: " + why + "."};
+}
+
+// The error in a reply.
+Error refusal(const Json& error) {
+  if (!error.is_object()) return protocolError("a reply without a result");
+  const Json code = error.value("code", Json());
+  const Json text = error.value("message", Json());
+  return {code == kMethodNotFound ? connection_error::kUnknownMethod : connection_error::kRefused,
+          text.is_string() ? text.get<std::string>() : std::string("unknown error")};
 }
 
 }  // namespace
@@ -59,11 +78,10 @@ std::string AgentEvent::text(size_t index) const {
   return value.is_null() ? "" : value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-std::unique_ptr<AgentConnection> AgentConnection::create(const std::string& socketPath,
-                                                         std::string& error) {
-  const int fd = connectTo(socketPath, error);
-  if (fd < 0) return nullptr;
-  return std::unique_ptr<AgentConnection>(new AgentConnection(fd));
+Result<std::unique_ptr<AgentConnection>> AgentConnection::create(const std::string& socketPath) {
+  const Result<int> fd = connectTo(socketPath);
+  if (!fd) return fd.error();
+  return std::unique_ptr<AgentConnection>(new AgentConnection(*fd));
 }
 
 AgentConnection::~AgentConnection() {
@@ -81,35 +99,28 @@ bool AgentConnection::sendAll(const std::string& bytes) {
   return true;
 }
 
-AgentConnection::Read AgentConnection::breakOff(std::string why) {
-  broken_ = std::move(why);
-  return Read::broken;
-}
-
-AgentConnection::Read AgentConnection::fillBuffer(Deadline deadline) {
+// Reads what has arrived. Returns false at the deadline.
+Result<bool> AgentConnection::fillBuffer(Deadline deadline) {
   int wait = -1;
   if (deadline) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
-    if (left.count() < 0) return Read::timedOut;
+    if (left.count() < 0) return false;
     wait = static_cast<int>(left.count());
   }
   pollfd entry{socket_, POLLIN, 0};
   const int ready = poll(&entry, 1, wait);
-  if (ready == 0) return Read::timedOut;
-  if (ready < 0) return errno == EINTR ? Read::line : breakOff(std::strerror(errno));
+  if (ready == 0) return false;
   char chunk[65536];
-  const ssize_t count = recv(socket_, chunk, sizeof chunk, 0);
-  if (count < 0) {
-    if (errno == EINTR) return Read::line;
-    return errno == ECONNRESET ? Read::ended : breakOff(std::strerror(errno));
+  const ssize_t count = ready < 0 ? -1 : recv(socket_, chunk, sizeof chunk, 0);
+  if (count < 0 && errno == EINTR) return true;
+  if (count == 0 && !buffer_.empty()) {
+    return protocolError("the connection ended in the middle of a message");
   }
-  if (count == 0) {
-    return buffer_.empty() ? Read::ended
-                           : breakOff("the connection ended in the middle of a message");
-  }
+  if (count == 0 || (count < 0 && errno == ECONNRESET)) return ended();
+  if (count < 0) return protocolError(std::strerror(errno));
   buffer_.append(chunk, static_cast<size_t>(count));
-  return Read::line;
+  return true;
 }
 
 bool AgentConnection::takeLine(std::string& line) {
@@ -124,15 +135,17 @@ bool AgentConnection::takeLine(std::string& line) {
   return true;
 }
 
-AgentConnection::Read AgentConnection::readMessage(Json& message, Deadline deadline) {
+// Returns false at the deadline.
+Result<bool> AgentConnection::readMessage(Json& message, Deadline deadline) {
   std::string line;
   while (!takeLine(line)) {
-    if (buffer_.size() > kLongestMessage) return breakOff("a message without an end");
-    if (const Read read = fillBuffer(deadline); read != Read::line) return read;
+    if (buffer_.size() > kLongestMessage) return protocolError("a message without an end");
+    const Result<bool> more = fillBuffer(deadline);
+    if (!more || !*more) return more;
   }
   message = Json::parse(line, nullptr, false);
-  if (!message.is_object()) return breakOff("something that is no message");
-  return Read::line;
+  if (!message.is_object()) return protocolError("a line that is no message");
+  return true;
 }
 
 bool AgentConnection::keepIfEvent(Json& message) {
@@ -144,42 +157,25 @@ bool AgentConnection::keepIfEvent(Json& message) {
   return true;
 }
 
-CallFailure AgentConnection::lostFailure(Read read) const {
-  switch (read) {
-    case Read::timedOut:
-      return {CallFailure::Kind::lost, 0, "The agent does not answer."};
-    case Read::broken:
-      return {CallFailure::Kind::lost, 0, "The agent is not understood: " + broken_ + "."};
-    default:
-      return {CallFailure::Kind::lost, 0, "The agent closed the connection."};
-  }
-}
-
-CallReply AgentConnection::call(const std::string& method, Json params, const Patience& patience) {
+Result<Json> AgentConnection::call(const std::string& method, Json params,
+                                   const Patience& patience) {
   const int64_t id = ++lastId_;
   const Json request = {
       {"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", std::move(params)}};
-  const auto text = request.dump(-1, ' ', false, Json::error_handler_t::replace);
-  if (!sendAll(text + "\n")) return {nullptr, lostFailure(Read::ended)};
+  if (!sendAll(request.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n")) return ended();
   const Deadline limit = std::chrono::steady_clock::now() + kReplyLimit;
   for (Json message;;) {
-    const Read read =
+    const Result<bool> read =
         readMessage(message, patience ? std::chrono::steady_clock::now() + kPatienceTurn : limit);
-    if (read == Read::timedOut && patience) {
-      if (patience()) continue;
-      return {nullptr, CallFailure{CallFailure::Kind::givenUp, 0, ""}};
+    if (!read) return read.error();
+    if (!*read) {
+      if (!patience) return Error{connection_error::kNoReply, "The agent does not answer."};
+      if (!patience()) return Error{connection_error::kGivenUp, ""};
+      continue;
     }
-    if (read != Read::line) return {nullptr, lostFailure(read)};
     if (keepIfEvent(message) || message.value("id", Json()) != id) continue;
-    if (message.contains("result")) return {std::move(message["result"]), std::nullopt};
-    const Json error = message.value("error", Json::object());
-    if (!error.is_object()) return {nullptr, lostFailure(breakOff("a reply without a result"))};
-    const Json code = error.value("code", Json());
-    const Json errorText = error.value("message", Json());
-    return {nullptr,
-            CallFailure{CallFailure::Kind::refused, code.is_number_integer() ? code.get<int>() : 0,
-                        errorText.is_string() ? errorText.get<std::string>()
-                                              : std::string("unknown error")}};
+    if (message.contains("result")) return std::move(message["result"]);
+    return refusal(message.value("error", Json::object()));
   }
 }
 
@@ -190,21 +186,20 @@ std::vector<AgentEvent> AgentConnection::takeEvents() {
   return taken;
 }
 
-AgentConnection::Wait AgentConnection::nextEvent(AgentEvent& event,
-                                                 std::optional<std::chrono::milliseconds> limit) {
+Result<std::optional<AgentEvent>> AgentConnection::nextEvent(
+    std::optional<std::chrono::milliseconds> limit) {
   Deadline deadline;
   if (limit) deadline = std::chrono::steady_clock::now() + *limit;
   while (events_.empty()) {
     Json message;
-    const Read read = readMessage(message, deadline);
-    if (read == Read::timedOut) return Wait::timedOut;
-    if (read == Read::ended) return Wait::ended;
-    if (read == Read::broken) return Wait::broken;
+    const Result<bool> read = readMessage(message, deadline);
+    if (!read) return read.error();
+    if (!*read) return std::optional<AgentEvent>();
     keepIfEvent(message);
   }
-  event = std::move(events_.front());
+  std::optional<AgentEvent> event = std::move(events_.front());
   events_.pop_front();
-  return Wait::event;
+  return event;
 }
 
 }  // namespace revwarden

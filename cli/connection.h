@@ -9,93 +9,75 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
+
 namespace revwarden {
 
 using Json = nlohmann::json;
 
-/// Something that happened in the agent, as it tells all its clients.
+/// An event that the agent sends to all its clients.
 struct AgentEvent {
   std::string method;
   Json params;
 
-  /// The parameter at that place; null without one.
+  /// The parameter at that index; null if there is none.
   const Json& parameter(size_t index) const;
-  /// The same as text: of a value that is none its JSON, of null nothing. Not cleaned.
+  /// The same as text: other values as JSON, null as "". Not cleaned.
   std::string text(size_t index) const;
 };
 
-/// Why a request has no result.
-struct CallFailure {
-  enum class Kind {
-    refused,  // the agent answered with an error
-    lost,     // the connection ended or carried something that is no message
-    givenUp,  // the caller's patience had an end
-  };
-  Kind kind = Kind::lost;
-  int code = 0;  // the JSON-RPC error's, when refused
-  std::string text;
-
-  /// Whether the agent does not know the method.
-  bool isUnknownMethod() const { return kind == Kind::refused && code == -32601; }
-};
-
-struct CallReply {
-  Json result;
-  std::optional<CallFailure> failure;
-};
+/// The codes of a connection's errors. After any but `kRefused` and `kUnknownMethod` the connection
+/// must not be used any more.
+namespace connection_error {
+inline constexpr char kRefused[] = "refused";  // the agent replied with an error
+inline constexpr char kUnknownMethod[] = "unknownMethod";
+inline constexpr char kEnded[] = "ended";        // the agent closed the connection
+inline constexpr char kProtocol[] = "protocol";  // it sent something that is no message
+inline constexpr char kNoReply[] = "noReply";
+inline constexpr char kGivenUp[] = "givenUp";  // the caller's patience ended
+}  // namespace connection_error
 
 /// A connection to the agent's socket: JSON-RPC 2.0, one message a line.
 ///
-/// Replies and events come in one order. `call` stops reading at its reply: what `takeEvents` gives
-/// after it happened before the reply, what comes later after it. One thread.
+/// Replies and events come in one order. `call` stops reading at its reply: what `takeEvents`
+/// returns after it happened before the reply, what comes later after it. Single-threaded.
 class AgentConnection {
  public:
-  enum class Wait { event, timedOut, ended, broken };
-
-  /// nullptr and the reason in `error` when nobody listens at that path.
-  static std::unique_ptr<AgentConnection> create(const std::string& socketPath, std::string& error);
+  /// Fails if nothing listens at that path, or a process of another user.
+  static Result<std::unique_ptr<AgentConnection>> create(const std::string& socketPath);
 
   ~AgentConnection();
   AgentConnection(const AgentConnection&) = delete;
   AgentConnection& operator=(const AgentConnection&) = delete;
 
-  /// Asked about every quarter of a second whether to go on waiting for a reply.
+  /// Called every 250 ms during a call. Returns true to continue waiting for the reply.
   using Patience = std::function<bool()>;
 
-  /// Sends a request and waits for its reply: at most a minute, or for as long as `patience` has.
-  /// After a failure of kind `lost` or `givenUp` the connection is of no more use for calls.
-  CallReply call(const std::string& method, Json params = Json::array(),
-                 const Patience& patience = {});
+  /// Sends a request and waits for its reply: at most 60 s, or until `patience` returns false.
+  Result<Json> call(const std::string& method, Json params = Json::array(),
+                    const Patience& patience = {});
 
-  /// The events that arrived so far and were not taken yet, oldest first.
+  /// Returns the events that have arrived and were not taken yet, oldest first.
   std::vector<AgentEvent> takeEvents();
 
-  /// Waits for the next event; without a time limit for as long as it takes. `ended` means that the
-  /// agent closed the connection, `broken` that it sent something that is no message.
-  Wait nextEvent(AgentEvent& event, std::optional<std::chrono::milliseconds> limit);
-
-  /// What was wrong after `broken`.
-  const std::string& brokenText() const { return broken_; }
+  /// Waits for the next event; without a time limit forever. The value is absent if the time is up.
+  Result<std::optional<AgentEvent>> nextEvent(std::optional<std::chrono::milliseconds> limit);
 
  private:
   using Deadline = std::optional<std::chrono::steady_clock::time_point>;
-  enum class Read { line, timedOut, ended, broken };
 
   explicit AgentConnection(int socket) : socket_(socket) {}
   bool sendAll(const std::string& bytes);
-  Read readMessage(Json& message, Deadline deadline);
+  Result<bool> readMessage(Json& message, Deadline deadline);
+  Result<bool> fillBuffer(Deadline deadline);
   bool takeLine(std::string& line);
-  Read fillBuffer(Deadline deadline);
-  Read breakOff(std::string why);
   bool keepIfEvent(Json& message);
-  CallFailure lostFailure(Read read) const;
 
   int socket_;
   int64_t lastId_ = 0;
   std::string buffer_;
-  size_t scanned_ = 0;  // no line break before this place in the buffer
+  size_t scanned_ = 0;  // the buffer has no line break before this index
   std::deque<AgentEvent> events_;
-  std::string broken_;
 };
 
 }  // namespace revwarden

@@ -1,10 +1,11 @@
 #include "cli/progress_display.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 
 #include "cli/session.h"
-#include "cli/update_results.h"
 
 namespace revwarden {
 namespace {
@@ -13,7 +14,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kBetweenDrawings{100};
 constexpr milliseconds kSpeedWindow{3000};
-constexpr milliseconds kLeastSpan{300};  // below it a speed would be a guess
+constexpr milliseconds kLeastSpan{300};  // a speed over less time is not reliable
 constexpr int kLeastBar = 6;
 constexpr int kMostBar = 30;
 constexpr int kDetailsWidth = 50;  // of percent, bytes, speed and step with the gaps before them
@@ -50,10 +51,13 @@ std::string speedText(double bytesPerSecond) {
   return inUnit(bytesPerSecond, unit) + " " + unit.name + "/s";
 }
 
-// 0 to 100; absent while nobody knows.
+bool isIn(const UpdateJob& job, SimpleAction action) {
+  return job.state == UpdateJob::State::running && job.action == action;
+}
+
+// 0 to 100; absent while it is not known.
 std::optional<int> percentOf(const UpdateJob& job) {
-  if (job.hasEnded() && job.end == UpdateJob::End::succeeded) return 100;
-  if (job.phase == UpdateJob::Phase::running && job.action == SimpleAction::installing) return 100;
+  if (isIn(job, SimpleAction::installing) || (job.hasEnded() && resultOf(job).good)) return 100;
   return downloadedPercent(job.received, job.total);
 }
 
@@ -68,6 +72,19 @@ std::string padded(std::string text, int width, bool toTheRight = false) {
   const int missing = std::max(0, width - displayWidth(text));
   text.insert(toTheRight ? 0 : text.size(), static_cast<size_t>(missing), ' ');
   return text;
+}
+
+// One job's line: its name in `nameWidth` columns, a bar, bytes, speed and step, as much of it as
+// fits in `columns`.
+std::string progressLine(const UpdateJob& job, double bytesPerSecond, int columns, int nameWidth) {
+  std::string line = padded(fittedTo(job.label, nameWidth), nameWidth) + "  ";
+  const auto percent = percentOf(job);
+  const int room = columns - nameWidth - 2 - kDetailsWidth;
+  if (room >= kLeastBar) line += bar(percent.value_or(0), std::min(room, kMostBar)) + "  ";
+  line += padded(percent ? std::to_string(*percent) + "%" : "", 4, true) + "  ";
+  if (room >= 0) line += padded(amountText(job), 17, true) + "  ";
+  line += padded(speedText(bytesPerSecond), 10, true) + "  " + stepText(job);
+  return fittedTo(line, columns);
 }
 
 }  // namespace
@@ -86,17 +103,6 @@ double TransferSpeed::bytesPerSecond() const {
          std::chrono::duration<double>(span).count();
 }
 
-std::string progressLine(const UpdateJob& job, double bytesPerSecond, int columns, int nameWidth) {
-  std::string line = padded(fittedTo(job.label, nameWidth), nameWidth) + "  ";
-  const auto percent = percentOf(job);
-  const int room = columns - nameWidth - 2 - kDetailsWidth;
-  if (room >= kLeastBar) line += bar(percent.value_or(0), std::min(room, kMostBar)) + "  ";
-  line += padded(percent ? std::to_string(*percent) + "%" : "", 4, true) + "  ";
-  if (room >= 0) line += padded(amountText(job), 17, true) + "  ";
-  line += padded(speedText(bytesPerSecond), 10, true) + "  " + stepText(job);
-  return fittedTo(line, columns);
-}
-
 void ProgressDisplay::show(const std::vector<UpdateJob>& jobs) {
   const Terminal terminal = Terminal::ofStandardOutput();
   if (!terminal.rows) return printSteps(jobs);
@@ -105,8 +111,7 @@ void ProgressDisplay::show(const std::vector<UpdateJob>& jobs) {
   nextDrawing_ = now + kBetweenDrawings;
   speeds_.resize(jobs.size());
   for (size_t i = 0; i < jobs.size(); ++i) {
-    const bool isLoading =
-        jobs[i].phase == UpdateJob::Phase::running && jobs[i].action == SimpleAction::downloading;
+    const bool isLoading = isIn(jobs[i], SimpleAction::downloading);
     if (isLoading) speeds_[i].note(jobs[i].received, now);
     if (!isLoading) speeds_[i] = {};
   }
@@ -116,14 +121,14 @@ void ProgressDisplay::show(const std::vector<UpdateJob>& jobs) {
 void ProgressDisplay::printSteps(const std::vector<UpdateJob>& jobs) {
   steps_.resize(jobs.size());
   for (size_t i = 0; i < jobs.size(); ++i) {
-    const std::string step = stepText(jobs[i]);
+    const std::string step = jobs[i].hasEnded() ? resultOf(jobs[i]).text : stepText(jobs[i]);
     if (step == std::exchange(steps_[i], step)) continue;
-    const std::string amount = step == "downloading" ? amountText(jobs[i]) : "";
+    const std::string amount = isIn(jobs[i], SimpleAction::downloading) ? amountText(jobs[i]) : "";
     print(jobs[i].label + ": " + step + (amount.empty() ? "" : ", " + amount) + "\n");
   }
 }
 
-// The last column stays empty, as some terminals break the line behind it.
+// The last column stays empty, because some terminals break the line after it.
 void ProgressDisplay::drawBars(const std::vector<UpdateJob>& jobs, int columns, int rows) {
   const int width = std::max(1, columns - 1);
   int nameWidth = 0;
@@ -146,7 +151,7 @@ void ProgressDisplay::drawBars(const std::vector<UpdateJob>& jobs, int columns, 
   std::fflush(stdout);
 }
 
-// Lines drawn on a wider screen have been broken since.
+// A terminal that has become narrower has wrapped the lines drawn before.
 std::string ProgressDisplay::upToTheFirst(int columns) const {
   int up = 0;
   for (const int width : drawnWidths_) up += std::max(1, (width + columns - 1) / columns);
@@ -158,6 +163,32 @@ void ProgressDisplay::clear() {
   print(upToTheFirst(Terminal::ofStandardOutput().columns.value_or(80)) + "\033[J");
   std::fflush(stdout);
   drawnWidths_.clear();
+}
+
+void ProgressDisplay::showResults(const std::vector<UpdateJob>& jobs) {
+  const Terminal terminal = Terminal::ofStandardOutput();
+  if (!terminal.rows) return printSteps(jobs);
+  clear();
+  for (const UpdateJob& job : jobs) {
+    const UpdateResult result = resultOf(job);
+    const std::string line = job.label + ": " + result.text;
+    print((result.good ? terminal.styled(Terminal::Style::green, line) : line) + "\n");
+  }
+}
+
+WaitingLine::WaitingLine() : visible_(isatty(STDERR_FILENO)) {}
+
+void WaitingLine::show(const std::string& text) {
+  constexpr char kWheel[] = "|/-\\";
+  if (!visible_) return;
+  const std::string line = text + " " + kWheel[turn_++ % 4] + " ";
+  std::fputs(("\r" + line).c_str(), stderr);
+  width_ = line.size();
+}
+
+void WaitingLine::clear() {
+  if (width_ > 0) std::fputs(("\r" + std::string(width_, ' ') + "\r").c_str(), stderr);
+  width_ = 0;
 }
 
 }  // namespace revwarden

@@ -6,6 +6,7 @@
 
 #include "catalogue/record_keys.h"
 #include "cli/records.h"
+#include "protocol/names.h"
 #include "protocol/socket_path.h"
 
 namespace revwarden {
@@ -19,9 +20,9 @@ std::string described(const Json& record) {
 
 void complainOfMatches(const std::string& name, const NameMatch& match) {
   if (!match.records.empty()) {
-    complain("\"" + cleaned(name) + "\" is ambiguous. Say which by its path or id:");
+    complain("\"" + cleaned(name) + "\" is ambiguous. Give a path or an id instead:");
   } else if (!match.nearOnes.empty()) {
-    complain("No application \"" + cleaned(name) + "\". Like it:");
+    complain("No application \"" + cleaned(name) + "\". Did you mean:");
   } else {
     complain("No application \"" + cleaned(name) + "\". \"revwarden list\" shows all.");
   }
@@ -51,33 +52,35 @@ std::unique_ptr<AgentSession> AgentSession::create(const std::string& socketPath
 }
 
 bool AgentSession::reconnect() {
-  std::string error;
-  connection_ = AgentConnection::create(socketPath_, error);
-  if (connection_) return true;
+  auto connection = AgentConnection::create(socketPath_);
+  if (connection) {
+    connection_ = std::move(*connection);
+    return true;
+  }
   const std::string path = cleaned(socketPath_);
   const std::string option = socketPath_ == defaultSocketPath() ? "" : " --socket '" + path + "'";
-  complain("No agent is running at " + path + " (" + error + ").\nStart one with: revwarden-agent" +
-           option + " &");
+  complain("No agent is running at " + path + " (" + connection.error().message +
+           ").\nStart one with: revwarden-agent" + option + " &");
   return false;
 }
 
 std::optional<Json> AgentSession::call(const std::string& method, Json params,
                                        const AgentConnection::Patience& patience) {
-  CallReply reply = connection_->call(method, std::move(params), patience);
-  if (!reply.failure) return std::move(reply.result);
-  if (reply.failure->kind == CallFailure::Kind::givenUp) return std::nullopt;
-  if (reply.failure->isUnknownMethod()) {
-    complain("The running agent does not know \"" + method + "\"; is it of another version?");
-  } else if (reply.failure->kind == CallFailure::Kind::refused) {
-    complain("The agent refused \"" + method + "\": " + cleaned(reply.failure->text));
-  } else {
-    complain(reply.failure->text);
+  Result<Json> reply = connection_->call(method, std::move(params), patience);
+  if (reply) return std::move(*reply);
+  const auto& [code, message] = reply.error();
+  if (code == connection_error::kUnknownMethod) {
+    complain("The running agent does not know \"" + method + "\"; it may be of another version.");
+  } else if (code == connection_error::kRefused) {
+    complain("The agent refused \"" + method + "\": " + cleaned(message));
+  } else if (code != connection_error::kGivenUp) {
+    complain(message);
   }
   return std::nullopt;
 }
 
 std::optional<std::vector<Json>> AgentSession::records() {
-  std::optional<Json> list = call("itemsSnapshot");
+  std::optional<Json> list = call(methods::kItemsSnapshot);
   if (!list) return std::nullopt;
   std::vector<Json> records;
   if (!list->is_array()) list->clear();
@@ -110,14 +113,14 @@ std::optional<std::vector<Json>> recordsNamed(const std::vector<Json>& records,
 }
 
 void explainNoApplications(AgentSession& agent) {
-  const auto folders = agent.call("host.searchFolders");
+  const auto folders = agent.call(methods::kHostSearchFolders);
   if (!folders) return;
   std::string text = "No application was found in:";
   for (const Json& folder : folders->is_array() ? *folders : Json::array()) {
     if (folder.is_string()) text += "\n  " + cleaned(folder.get<std::string>());
   }
   complain(text +
-           "\nOther folders are named when the agent is started:\n"
+           "\nTo search other folders, name them when you start the agent:\n"
            "  revwarden-agent --applications DIR [--applications DIR ...]");
 }
 

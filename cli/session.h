@@ -13,22 +13,22 @@ namespace revwarden {
 
 enum ExitStatus : int { kOk = 0, kFailed = 1, kUsage = 2, kNoAgent = 3, kInterrupted = 130 };
 
-/// Writes to standard output or, behind the program's name, to standard error. A reader that went
-/// away is noticed by `outputIsLost` only.
+/// `print` writes to standard output, `complain` a line that starts with the program's name to
+/// standard error. Check for write errors with `outputIsLost`.
 void print(std::string_view text);
 void complain(std::string_view text);
 
-/// Whether standard output no longer takes anything.
+/// Whether writing to standard output has failed.
 bool outputIsLost();
 
-/// A connection to the agent for one command: whatever goes wrong is said on standard error once.
+/// A connection to the agent for one command. Prints every error to standard error, once.
 class AgentSession {
  public:
-  /// nullptr when no agent runs there, after having said how to start one.
+  /// Returns nullptr if no agent runs there, after it has printed how to start one.
   static std::unique_ptr<AgentSession> create(const std::string& socketPath);
 
-  /// The result of a request; absent after it has been said why there is none, or without a word
-  /// when the patience had an end.
+  /// Returns the result of a request. Absent after an error, which is printed, and when `patience`
+  /// ended.
   std::optional<Json> call(const std::string& method, Json params = Json::array(),
                            const AgentConnection::Patience& patience = {});
 
@@ -37,10 +37,10 @@ class AgentSession {
 
   AgentConnection& connection() { return *connection_; }
 
-  /// Ends the connection until `reconnect`: the agent does not keep a client that reads nothing
-  /// while a person thinks.
+  /// Ends the connection until `reconnect`. Needed while a person thinks, because the agent drops
+  /// a client that reads nothing.
   void disconnect() { connection_.reset(); }
-  /// False when no agent runs any more, after that has been said.
+  /// Returns false if the agent no longer runs, after it has printed that.
   bool reconnect();
 
   const std::string& socketPath() const { return socketPath_; }
@@ -52,23 +52,23 @@ class AgentSession {
   std::unique_ptr<AgentConnection> connection_;
 };
 
-/// What every command works with.
+/// What every command needs.
 struct CommandContext {
   AgentSession& agent;
   const Versions& versions;
   Terminal terminal;
   bool json = false;
 
-  /// Prints a line for people; to standard error where the output is JSON.
+  /// Prints a line for people: to standard error if the output is JSON.
   void say(const std::string& text) const;
 };
 
-/// The records that all the names stand for, each once; absent after it has been said which are
-/// unknown or ambiguous. The exit status is then `kUsage`.
+/// Returns the records that the names mean, each once. Absent if a name is unknown or ambiguous,
+/// which is printed; the exit status is then `kUsage`.
 std::optional<std::vector<Json>> recordsNamed(const std::vector<Json>& records,
                                               const std::vector<std::string>& names);
 
-/// Says that there is no application, where the agent looks for them and how to change that.
+/// Prints that no application was found, which folders the agent searches, and how to change that.
 void explainNoApplications(AgentSession& agent);
 
 }  // namespace revwarden

@@ -3,247 +3,147 @@
 #include <algorithm>
 #include <map>
 
-#include "base/text.h"
 #include "catalogue/record_keys.h"
-#include "catalogue/version_info_keys.h"
 #include "cli/text_output.h"
+#include "protocol/names.h"
 
 namespace revwarden {
 namespace {
 
-using Phase = UpdateJob::Phase;
-using End = UpdateJob::End;
+using State = UpdateJob::State;
 
-constexpr char kSucceeded[] = "%@ was updated from %@ to %@ version successfully.";
-constexpr char kFailedLine[] = "Update of %@ from %@ to %@ version was failed.";
-constexpr char kInterruptedLine[] = "!!!!! QUEUE INTERRUPTED !!!!!!";
-constexpr char kPackageFailed[] = "Update package from %@ failed with error %@.";
-constexpr char kMounted[] =
-    "[RWInstaller] Install method requires to mount image (path=%@) and finish install.";
-constexpr char kWarningIcon[] = "DraggingViewWarningIcon";
-constexpr char kAbsent[] = "(null)";
-
-// Namesakes get their paths.
-void labelJobs(std::vector<UpdateJob>& jobs) {
+// Applications of the same name also get their paths.
+void labelJobs(std::vector<UpdateJob>& jobs, const std::vector<Json>& records) {
   std::map<std::string, int> uses;
-  for (const UpdateJob& job : jobs) ++uses[displayName(job.record)];
-  for (UpdateJob& job : jobs) {
-    job.label = displayName(job.record);
-    if (uses[job.label] > 1) {
-      job.label += " (" + cleaned(recordText(job.record, kKQRWApplicationPathKey)) + ")";
-    }
+  for (const Json& record : records) ++uses[displayName(record)];
+  for (size_t i = 0; i < jobs.size(); ++i) {
+    std::string& label = jobs[i].label = displayName(records[i]);
+    if (uses[label] == 1) continue;
+    label += " (" + cleaned(recordText(records[i], kKQRWApplicationPathKey)) + ")";
   }
 }
 
-void setIfEmpty(std::string& reason, const std::string& text) {
-  if (reason.empty()) reason = text;
+// The words for an outcome that a reason may follow.
+struct OutcomeWords {
+  const char* outcome;
+  const char* words;
+};
+constexpr OutcomeWords kOutcomeWords[] = {
+    {outcome::kPackageRun, "package run"},
+    {outcome::kHandedOver, "to be finished by you"},
+    {outcome::kRefused, "not started"},
+};
+
+std::string wordsFor(const Json& outcome) {
+  for (const OutcomeWords& known : kOutcomeWords) {
+    if (outcomeIs(outcome, known.outcome)) return known.words;
+  }
+  return cleaned(recordText(outcome, outcome::kOutcome));
 }
 
-std::string argument(const AgentEvent& line, size_t index) {
-  const Json& arguments = line.parameter(3);
-  if (!arguments.is_array() || index >= arguments.size() || !arguments[index].is_string())
-    return {};
-  return arguments[index].get<std::string>();
-}
-
-void endWith(UpdateJob& job, End end) {
-  job.phase = Phase::ended;
-  job.end = end;
-}
-
-bool isInQueue(const UpdateJob& job) {
-  return job.phase == Phase::inQueue || job.phase == Phase::running;
+std::string installedText(const Json& outcome) {
+  const std::string from = cleaned(recordText(outcome, outcome::kFrom));
+  const std::string to = cleaned(recordText(outcome, outcome::kTo));
+  const bool isRun = outcomeIs(outcome, outcome::kPackageRun);
+  if (!to.empty() && from == to) {
+    return std::string(isRun ? "package run" : "replaced") + ", but the version is still " + to;
+  }
+  if (isRun && to.empty()) return "package run";
+  return "updated" + (from.empty() ? "" : " from " + from) + (to.empty() ? "" : " to " + to);
 }
 
 }  // namespace
 
-std::string UpdateJob::offered(const char* key) const {
-  const auto offer = record.find(kKQRWAvailableVersionInfoKey);
-  if (offer == record.end() || !offer->is_object()) return {};
-  return std::string(trimmingSpacesAndLineBreaks(recordText(*offer, key)));
-}
-
-bool UpdateJob::isManual() const {
-  return offered(kKQRWIUpdateMethodKey) == "manual";
-}
-
-UpdateJobs::UpdateJobs(const std::vector<Json>& records) {
-  for (const Json& record : records) {
-    UpdateJob job;
-    job.id = recordText(record, kKQRWIDKey);
-    job.record = record;
-    job.wasQueued = recordFlag(record, kKQRWInstallerIsInQueueKey);
-    if (job.wasQueued) job.phase = Phase::inQueue;
-    jobs_.push_back(std::move(job));
-  }
-  labelJobs(jobs_);
+UpdateJobs::UpdateJobs(const std::vector<Json>& records) : jobs_(records.size()) {
+  for (size_t i = 0; i < records.size(); ++i) jobs_[i].id = recordText(records[i], kKQRWIDKey);
+  labelJobs(jobs_, records);
 }
 
 void UpdateJobs::hear(const AgentEvent& event) {
-  const std::string& method = event.method;
-  if (method == "agent:didStartUpdateItem:") {
-    didStart(event.parameter(0));
-  } else if (method == "agent:didChangeUpdatedStatusForItem:") {
-    didProgress(event.parameter(0));
-  } else if (method == "agent:didStopUpdateItem:") {
-    didStop(event.parameter(0));
-  } else if (method == "agent:didChangeStatusForItems:") {
-    didChangeStatus(event.parameter(0));
-  } else if (method == "didStopQueueInAgent:") {
-    queueIsEmpty();
-  } else if (method == "log") {
-    didLog(event);
-  } else if (method == "showNotification:") {
-    didShowNotice(event.parameter(0));
-  } else if (method == "openURL:") {
-    didOpen(event.text(0), event.parameter(1) == true);
-  } else if (method == "rootTaskWithPrompt:") {
-    rightsRefused_ = rightsRefused_ || event.parameter(1) != true;
-  } else if (UpdateJob* const job = running()) {
-    if (method == "rootTask") setIfEmpty(job->reason, event.text(2));
-    if (method == "selectFile:inFileViewerRootedAtPath:") {
-      job->revealed = {event.text(0), event.parameter(2) == true};
+  const Json& about = event.parameter(0);
+  if (!about.is_object()) return;
+  if (event.method == events::kDidStartUpdate) didProgress(about, true);
+  if (event.method == events::kDidChangeUpdate) didProgress(about, false);
+  if (event.method == events::kJobEnded) didEnd(about);
+}
+
+UpdateJob* UpdateJobs::jobOf(const std::string& id) {
+  const auto found = std::ranges::find(jobs_, id, &UpdateJob::id);
+  return found == jobs_.end() ? nullptr : &*found;
+}
+
+// Events about progress may come after the job has ended.
+void UpdateJobs::didProgress(const Json& record, bool starts) {
+  UpdateJob* const job = jobOf(recordText(record, kKQRWIDKey));
+  if (!job || job->hasEnded()) return;
+  job->state = State::running;
+  job->received = starts ? 0 : recordNumber(record, kKQRWInstallerReceivedBytesKey);
+  job->total = starts ? 0 : recordNumber(record, kKQRWInstallerTotalBytesKey);
+  const SimpleAction action = actionOf(record);
+  // Between download and installation the record is marked as done for a moment.
+  if (action != SimpleAction::done) job->action = starts ? SimpleAction::starting : action;
+}
+
+void UpdateJobs::didEnd(const Json& outcome) {
+  UpdateJob* const job = jobOf(recordText(outcome, outcome::kId));
+  if (!job || job->hasEnded()) return;
+  job->state = State::waiting;
+  if (requestReturned_ && --job->open > 0) return;  // of a cancelled job before this one
+  job->outcome = outcome;
+  if (requestReturned_) job->state = State::ended;
+}
+
+void UpdateJobs::requestReturned(const Json& openJobs) {
+  requestReturned_ = true;
+  for (UpdateJob& job : jobs_) {
+    job.open = std::count(openJobs.begin(), openJobs.end(), Json(job.id));
+    if (job.open > 0) {
+      job.outcome = nullptr;
+    } else {
+      job.state = State::ended;
     }
   }
 }
 
-void UpdateJobs::requestReturned() {
+void UpdateJobs::agentEnded() {
   for (UpdateJob& job : jobs_) {
-    const bool queued = lastChanged_.count(job.id) > 0;
-    if (job.phase == Phase::asked && !queued) {
-      endWith(job, End::leftOut);
-      if (rightsRefused_) job.reason = "it needs administrator rights, which were refused";
-    } else if (job.phase == Phase::asked || (queued && job.wasQueued && job.hasEnded())) {
-      // The latter: somebody else's job for it was over before this request's was queued.
-      job.phase = Phase::inQueue;
-      job.judged = false;
-    }
-  }
-}
-
-void UpdateJobs::queueIsEmpty() {
-  interrupting_ = false;
-  for (UpdateJob& job : jobs_) {
-    if (isInQueue(job)) endWith(job, End::unheard);
+    if (!job.hasEnded()) job.state = State::lost;
   }
 }
 
 bool UpdateJobs::allEnded() const {
-  return std::all_of(jobs_.begin(), jobs_.end(),
-                     [](const UpdateJob& job) { return job.hasEnded(); });
+  return std::ranges::all_of(jobs_, &UpdateJob::hasEnded);
 }
 
-UpdateJob* UpdateJobs::jobOf(const Json& record) {
-  return record.is_object() ? jobOf(recordText(record, kKQRWIDKey)) : nullptr;
+bool outcomeIs(const Json& outcome, const char* text) {
+  return recordText(outcome, outcome::kOutcome) == text;
 }
 
-UpdateJob* UpdateJobs::jobOf(const std::string& id) {
-  const auto found =
-      std::find_if(jobs_.begin(), jobs_.end(), [&](const UpdateJob& job) { return job.id == id; });
-  return found == jobs_.end() ? nullptr : &*found;
+std::string stepText(const UpdateJob& job) {
+  if (job.state == State::waiting) return "in queue";
+  if (job.hasEnded()) return job.outcome.is_object() ? wordsFor(job.outcome) : "unknown";
+  return job.action == SimpleAction::downloading  ? "downloading"
+         : job.action == SimpleAction::installing ? "installing"
+         : job.action == SimpleAction::failed     ? "failed"
+                                                  : "starting";
 }
 
-UpdateJob* UpdateJobs::running() {
-  const auto found = std::find_if(jobs_.begin(), jobs_.end(),
-                                  [](const UpdateJob& job) { return job.phase == Phase::running; });
-  return found == jobs_.end() ? nullptr : &*found;
-}
-
-// A start counts whatever was believed before: an earlier job's second end can look like this
-// one's.
-void UpdateJobs::didStart(const Json& record) {
-  UpdateJob* const job = jobOf(record);
-  UpdateJob* const before = running();
-  if (before && before != job) endWith(*before, End::unheard);
-  if (!job) return;
-  job->phase = Phase::running;
-  job->action = SimpleAction::starting;
-  job->received = job->total = 0;
-  job->judged = false;
-  job->reason.clear();
-  job->opened.reset();
-  job->revealed.reset();
-  job->mountedAt.reset();
-}
-
-// Progress is told late: the last words about a job may come after its end.
-void UpdateJobs::didProgress(const Json& record) {
-  UpdateJob* const job = jobOf(record);
-  if (!job) return;
-  if (job->phase == Phase::inQueue && job->wasQueued) job->phase = Phase::running;
-  if (job->phase != Phase::running) return;
-  job->received = recordNumber(record, kKQRWInstallerReceivedBytesKey);
-  job->total = recordNumber(record, kKQRWInstallerTotalBytesKey);
-  const SimpleAction action = actionOf(record);
-  // Between download and installation it reads as done for a moment.
-  if (action != SimpleAction::done) job->action = action;
-}
-
-void UpdateJobs::didStop(const Json& record) {
-  if (!record.is_object()) return;
-  stops_.push_back(recordText(record, kKQRWIDKey));
-  UpdateJob* const job = jobOf(record);
-  if (job && job->phase != Phase::asked && !job->judged) job->phase = Phase::stopped;
-}
-
-void UpdateJobs::didLog(const AgentEvent& line) {
-  const std::string format = line.text(2);
-  if (line.parameter(0) == "NSLog" && format == kInterruptedLine) interrupting_ = true;
-  if (format == kSucceeded) didJudge(line, End::succeeded);
-  if (format == kFailedLine) didJudge(line, End::failed);
-  UpdateJob* const job = running();
-  if (job && format == kPackageFailed) setIfEmpty(job->reason, argument(line, 1));
-  if (job && format == kMounted) {
-    const std::string path = argument(line, 0);
-    job->mountedAt = path == kAbsent ? "" : path;
+UpdateResult resultOf(const Json& outcome) {
+  if (outcomeIs(outcome, outcome::kUpdated) || outcomeIs(outcome, outcome::kPackageRun)) {
+    return {true, installedText(outcome)};
   }
-}
-
-void UpdateJobs::didJudge(const AgentEvent& line, End end) {
-  // Of a job without a record, whose stop was not told either.
-  const bool isNameless = argument(line, 0) == kAbsent && argument(line, 1) == kAbsent;
-  if (stops_.empty() || isNameless) return;
-  UpdateJob* const job = jobOf(stops_.back());
-  stops_.pop_back();
-  if (!job || job->phase != Phase::stopped) return;
-  endWith(*job, end);
-  job->judged = true;
-}
-
-void UpdateJobs::didChangeStatus(const Json& records) {
-  lastChanged_.clear();
-  if (!records.is_array()) return;
-  for (const Json& record : records) {
-    UpdateJob* const job = jobOf(record);
-    if (!job) continue;
-    lastChanged_.insert(job->id);
-    if (!recordFlag(record, kKQRWInstallerIsInQueueKey)) didLeaveQueue(*job);
+  const std::string reason = cleaned(recordText(outcome, outcome::kReason));
+  if (outcomeIs(outcome, outcome::kHandedOver)) {
+    return {true, wordsFor(outcome) + " (" + reason + ")"};
   }
+  if (outcomeIs(outcome, outcome::kCancelled)) return {false, wordsFor(outcome)};
+  return {false, wordsFor(outcome) + ": " + reason};
 }
 
-void UpdateJobs::didLeaveQueue(UpdateJob& job) {
-  if (interrupting_ && isInQueue(job)) {
-    endWith(job, job.action == SimpleAction::failed ? End::failed : End::interrupted);
-  } else if (job.phase == Phase::inQueue) {
-    endWith(job, End::cancelled);
-  } else if (job.judged && job.end == End::failed) {
-    // A cancelled job fails like any other, and the list of what was cancelled follows.
-    job.end = End::cancelled;
-  }
-}
-
-void UpdateJobs::didShowNotice(const Json& notice) {
-  if (!notice.is_object() || recordText(notice, "icon") != kWarningIcon) return;
-  if (UpdateJob* const job = running()) setIfEmpty(job->reason, recordText(notice, "text"));
-}
-
-void UpdateJobs::didOpen(const std::string& address, bool opened) {
-  const auto page = std::find_if(jobs_.begin(), jobs_.end(), [&](const UpdateJob& job) {
-    return job.isManual() && job.phase != Phase::asked && !job.opened &&
-           job.offered(kKQRWIDownloadLinkKey) == address;
-  });
-  UpdateJob* const job = page == jobs_.end() ? running() : &*page;
-  if (job) job->opened = {address, opened};
+UpdateResult resultOf(const UpdateJob& job) {
+  if (job.state == State::lost) return {false, "not finished when the agent ended"};
+  if (!job.outcome.is_object()) return {false, "no longer in the catalogue"};
+  return resultOf(job.outcome);
 }
 
 }  // namespace revwarden

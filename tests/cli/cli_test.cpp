@@ -70,63 +70,87 @@ TEST(Cli, NothingFromTheServiceActsOnTheTerminal) {
   EXPECT_EQ(cleaned("a\xff\xc0\xafz\xe2\x82"), "a\uFFFD\uFFFDz\uFFFD");
 }
 
-// The events and replies of an agent whose timer starts a pass when a rescan is asked for.
-struct CheckStory {
-  std::vector<std::string> running = {"yes", "no", "foreign", "yes", "no"};
-  std::atomic<int> requests = 0;  // for a rescan
-  bool done = false;
+AgentEvent checkEnded(const std::string& outcome, const Json& reason = nullptr,
+                      const std::string& started = "2100-01-01T00:00:00.5Z", bool byUser = true) {
+  return {"host.checkEnded",
+          {{{"started", started}, {"outcome", outcome}, {"reason", reason}, {"byUser", byUser}}}};
+}
 
-  std::map<std::string, FakeAgent::Script> scripts() {
-    return {{"itemsSnapshot",
-             [this](const Peer& p) {
-               p.reply({record("New", "1", done ? "1.5" : ""), record("Old", "1", "2")});
-             }},
-            {"lastFireDate",
-             [this](const Peer& p) {
-               p.reply(requests < 2 ? Json("2026-01-01T00:00:00.5Z") : Json());
-             }},
-            {"updateIsInProgress", [this](const Peer& p) { progress(p); }},
-            {"startFullRescan", [this](const Peer& p) { rescan(p); }}};
-  }
-  void progress(const Peer& peer) {
-    const bool busy = running.front() == "yes";
-    if (running.size() > 1) running.erase(running.begin());
-    peer.event("agentDidFinishValidateItem:");  // of an earlier pass: nobody may wait for it
-    peer.reply(busy);
-    if (busy) peer.event("agentDidFinishValidateItem:");
-  }
-  void rescan(const Peer& peer) {
-    ++requests;
-    peer.event("agentDidStartValidateItem:");
-    peer.reply(nullptr);
-    if (running.front() == "foreign") {  // the timer's pass was faster: the rescan is dropped
-      running.front() = "yes";
-      return;
-    }
-    peer.event("agentDidFinishUpdatingApplicationList:");  // the late word of the pass before
-    peer.event("updateService", {"http://u/api/update", 200, 10, nullptr});
-    done = true;
-    peer.event("agentDidFinishValidateItem:");
-    peer.event("agentDidFinishUpdatingApplicationList:");
-  }
-};
-
-TEST(CliCheck, TellsWhatIsNewAfterThePassThatRunsAlsoWhenAnotherIsFaster) {
-  CheckStory story;
-  FakeAgent agent(story.scripts());
+TEST(CliCheck, TellsWhatIsNewAndRepeatsARequestThatTheAgentDropped) {
+  // A pass runs at first; when it has ended, another pass starts just before the request.
+  std::vector<bool> running = {true, false, true, false};
+  int requests = 0;
+  FakeAgent agent({{"itemsSnapshot",
+                    [&](const Peer& p) {
+                      p.reply({record("New", "1", requests ? "1.5" : ""), record("Old", "1", "2")});
+                    }},
+                   {"updateIsInProgress",
+                    [&](const Peer& p) {
+                      p.reply(Json(running.front()));
+                      if (running.size() > 1) running.erase(running.begin());
+                    }},
+                   {"startFullRescan", [&](const Peer& p) {
+                      p.reply(nullptr);
+                      p.play({checkEnded("invalid", "old", "2001-01-01T00:00:00Z"),
+                              checkEnded("invalid", "by timer", "2100-01-01T00:00:00Z", false)});
+                      if (++requests == 2) p.play({checkEnded("answered")});
+                    }}});
   const Outcome outcome = agent.run({"check"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "");
   EXPECT_THAT(outcome.out, AllOf(HasSubstr("new  New   1          1.5\n"),
                                  HasSubstr("\n     Old   1          2\n")));
-  EXPECT_EQ(story.requests, 2);
+  EXPECT_EQ(requests, 2);
 }
 
-TEST(Cli, NoAgentOrABrokenOneIsAnErrorAndNoMystery) {
+TEST(CliCheck, SaysWhyTheServiceGaveNoAnswer) {
+  for (const std::string kind : {"unreachable", "invalid", "notNeeded", "ended"}) {
+    FakeAgent agent({{"itemsSnapshot", answering({record("Old", "1", "2")})},
+                     {"updateIsInProgress", answering(false)},
+                     {"startFullRescan", [&](const Peer& p) {
+                        p.reply(nullptr);
+                        if (kind == "ended") return p.hangUp();
+                        p.play({checkEnded(kind, "n\no")});
+                      }}});
+    const Outcome outcome = agent.run({"check", "--json"});
+    EXPECT_EQ(outcome.status, kind == "notNeeded" ? 0 : 1);
+    if (kind == "ended") {
+      EXPECT_THAT(outcome.err, HasSubstr("The agent has ended."));
+      continue;
+    }
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["check"]["outcome"], kind);
+    EXPECT_EQ(json["error"], outcome.status ? Json("n o") : Json());
+    EXPECT_EQ(outcome.err,
+              outcome.status ? "revwarden: The update service gave no answer (n o).\n" : "");
+  }
+}
+
+TEST(Cli, StatusIncludesTheHostsAndWarnsOfUnsavedSettings) {
+  std::map<std::string, FakeAgent::Script> scripts = {
+      {"host.version", answering({{"agent", "1"}})},
+      {"host.status",
+       answering({{"lastAnswered", nullptr}, {"unsavedSince", "2026-01-01T00:00:00Z"}})},
+      {"itemsSnapshot", answering({outdated("A")})},
+      {"lastFireDate", answering(nullptr)}};
+  for (const char* method : {"updateIsInProgress", "showRevwardenNotifications",
+                             "updatesApplicationsFromAllLocalVolumes"}) {
+    scripts[method] = answering(false);
+  }
+  scripts["totalUpdatesCount"] = scripts["installerQueueCount"] = answering(1);
+  FakeAgent agent(scripts);
+  EXPECT_THAT(agent.run({"status"}).out,
+              AllOf(HasSubstr("1, 1 outdated\n"), HasSubstr("none since the agent started\n"),
+                    HasSubstr("settings could not be saved since 2026-01-01 ")));
+  EXPECT_EQ(Json::parse(agent.run({"status", "--json"}).out)["unsavedSince"],
+            "2026-01-01T00:00:00Z");
+}
+
+TEST(Cli, MissingAndBrokenAgentsAreExplained) {
   EXPECT_THAT(runProgram({"list", "--socket", "/none"}).err,
               HasSubstr("revwarden-agent --socket '/none' &"));
   const std::pair<std::string, std::string> cases[] = {
-      {"", "closed the connection"},
+      {"", "has ended"},
       {"{\"jsonrpc\":\"2.0\",\"id\":1,\"resu", "middle of a message"},
       {"rubbish\n", "no message"},
       {"{\"id\":1,\"error\":7}\n", "without a result"},

@@ -17,9 +17,7 @@ inline Json record(const std::string& name, const std::string& installed,
                {"bundleId", "com.example." + name},
                {"currentVersion", installed},
                {flag, isSet}};
-  if (offered.empty()) return item;
-  item["availableVersionInfo"] = {{"version", offered},
-                                  {"download_link", " http://d/" + name + "\n"}};
+  if (!offered.empty()) item["availableVersionInfo"] = {{"version", offered}};
   return item;
 }
 inline Json outdated(const std::string& name, bool queued = false) {
@@ -28,46 +26,33 @@ inline Json outdated(const std::string& name, bool queued = false) {
 inline Json muted(const std::string& name) {
   return record(name, "1", "2", "isInBlackList", true);
 }
-inline Json updated(const std::string& name) {
-  return record(name, "2", "2");
-}
 
-/// The events that the agent sends about a job.
+/// Events that the agent and its host send about a job.
 inline AgentEvent jobStarts(const std::string& name) {
-  return {"agent:didStartUpdateItem:", Json::array({outdated(name, true)})};
+  return {"agent:didStartUpdateItem:", {outdated(name, true)}};
 }
-inline AgentEvent jobGoesOn(const std::string& name, int action, int received = 0, int total = 0) {
+inline AgentEvent jobContinues(const std::string& name, int action, int received = 0,
+                               int total = 0) {
   Json record = outdated(name, true);
   record.update({{"currentAction", action}, {"receivedBytes", received}, {"totalBytes", total}});
-  return {"agent:didChangeUpdatedStatusForItem:", Json::array({record})};
+  return {"agent:didChangeUpdatedStatusForItem:", {record}};
 }
 inline AgentEvent jobStops(const std::string& name) {
-  return {"agent:didStopUpdateItem:", Json::array({outdated(name)})};
-}
-inline AgentEvent statusChanges(const std::vector<std::string>& names, bool queued) {
-  Json records = Json::array();
-  for (const std::string& name : names) records.push_back(outdated(name, queued));
-  return {"agent:didChangeStatusForItems:", Json::array({records})};
-}
-inline AgentEvent logged(const std::string& format, const std::vector<std::string>& arguments,
-                         const std::string& channel = "KQLog") {
-  return {"log", {channel, format, format, arguments}};
-}
-inline AgentEvent jobSucceeded(const std::string& name) {
-  return logged("%@ was updated from %@ to %@ version successfully.", {name, "1", "(null)"});
-}
-inline AgentEvent jobFailed(const std::string& name) {
-  return logged("Update of %@ from %@ to %@ version was failed.", {name, "1", "(null)"});
-}
-inline AgentEvent queueIsInterrupted() {
-  return logged("!!!!! QUEUE INTERRUPTED !!!!!!", {}, "NSLog");
+  return {"agent:didStopUpdateItem:", {outdated(name)}};
 }
 inline AgentEvent queueStops() {
   return {"didStopQueueInAgent:", Json::array()};
 }
-inline AgentEvent warning(const std::string& text) {
-  return {"showNotification:",
-          Json::array({Json{{"text", text}, {"icon", "DraggingViewWarningIcon"}}})};
+inline AgentEvent jobEnded(const std::string& name, const std::string& outcome,
+                           const Json& reason = nullptr, const Json& from = "1",
+                           const Json& to = "2") {
+  return {"host.jobEnded",
+          {{{"id", "id-" + name},
+            {"name", name},
+            {"from", from},
+            {"to", to},
+            {"outcome", outcome},
+            {"reason", reason}}}};
 }
 
 }  // namespace revwarden
