@@ -2,11 +2,13 @@
 
 #include <glib.h>
 
-#include <array>
 #include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <utility>
+
+#include "base/text.h"
 
 namespace revwarden {
 namespace {
@@ -58,15 +60,14 @@ void appendNumber(std::string& out, unsigned value, unsigned highestPlace, char 
 
 bool appendUtf16(std::string& out, std::u16string_view units) {
   for (size_t i = 0; i < units.size(); ++i) {
-    gunichar character = units[i];
+    char32_t character = units[i];
     if ((character & 0xF800) == 0xD800) {
-      const gunichar low = i + 1 < units.size() ? units[i + 1] : 0;
+      const char32_t low = i + 1 < units.size() ? units[i + 1] : 0;
       if ((character & 0xFC00) != 0xD800 || (low & 0xFC00) != 0xDC00) return false;
       character = 0x10000 + ((character & 0x3FF) << 10) + (low & 0x3FF);
       ++i;
     }
-    std::array<char, 6> utf8;
-    out.append(utf8.data(), static_cast<size_t>(g_unichar_to_utf8(character, utf8.data())));
+    appendUtf8(out, character);
   }
   return true;
 }
