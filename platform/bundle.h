@@ -9,13 +9,13 @@
 
 namespace revwarden {
 
-/// What a bundle says of itself in its information property list, read when the bundle was opened.
-/// A value that is missing or of a wrong type is absent, and so is an empty identifier. Immutable.
+/// The information property list of a bundle, as it was when the bundle was opened. A value is
+/// absent if it is missing or has the wrong type; an empty identifier is absent, too. Immutable.
 struct Bundle {
   std::optional<std::string> bundleIdentifier;  // CFBundleIdentifier
   std::optional<std::string> bundleName;        // CFBundleName; may be empty
-  std::optional<Value> shortVersionString;      // CFBundleShortVersionString: a text or a number
-  std::optional<Value> bundleVersion;           // CFBundleVersion: a text or a number
+  std::optional<Value> shortVersionString;      // CFBundleShortVersionString: a string or a number
+  std::optional<Value> bundleVersion;           // CFBundleVersion: a string or a number
 };
 
 /// Opens bundles. Any thread.
@@ -23,18 +23,20 @@ class Bundles {
  public:
   virtual ~Bundles() = default;
 
-  /// The bundle at a path, nullptr when there is none or its information cannot be read. May answer
-  /// what it read before as long as the file has not changed since.
+  /// Returns the bundle at a full path; nullptr if there is none or its information cannot be read.
+  /// May return a cached object as long as the file has not changed.
   virtual std::shared_ptr<const Bundle> threadSafeBundleWithPath(std::string_view path) = 0;
 
-  /// Forgets what the system keeps of the bundle at a path, so that one replaced on disk is read
-  /// afresh. Does nothing where the system keeps nothing, or notices changes by itself.
+  /// Drops what the system caches about the bundle at a path, so that a bundle that was replaced on
+  /// disk is read again. Does nothing if the system has no such cache or detects changes itself.
   virtual void flushBundleCachesForPath(std::string_view path) = 0;
 
-  /// The bundle of the running process: the host agent application.
+  /// Returns the bundle of the running process, which is the host agent application; nullptr if it
+  /// has none.
   virtual std::shared_ptr<const Bundle> threadSafeMainBundle() = 0;
 
-  /// The path of a file in the plug-in's own resources; absent when there is none of that name.
+  /// Returns the full path of a file in the resources of the plug-in; absent if there is none with
+  /// that name.
   virtual std::optional<std::string> pathForPluginResource(std::string_view name) = 0;
 };
 

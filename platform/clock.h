@@ -4,12 +4,12 @@
 
 namespace revwarden {
 
-/// The time of day. Any thread.
+/// The wall clock. Any thread.
 class Clock {
  public:
   virtual ~Clock() = default;
 
-  /// Now, by the wall clock; may jump when the clock is set.
+  /// Returns the current time. It jumps when the system clock is set.
   virtual Date now() const = 0;
 };
 

@@ -9,8 +9,9 @@
 
 namespace revwarden {
 
-/// A privileged helper that carries out operations with administrator rights, one at a time. Any
-/// thread. After `stop`, or after the helper process has ended, every operation returns an error.
+/// A helper process that performs operations with administrator rights, one at a time. Each
+/// operation blocks until it is done. After `stop`, or after the helper process has ended, every
+/// operation returns an error. Any thread.
 class KQHelperTask {
  public:
   virtual ~KQHelperTask() = default;
@@ -22,11 +23,12 @@ class KQHelperTask {
   virtual Result<> performCopyItemAtPath_toPath(std::string_view source,
                                                 std::string_view destination) = 0;
 
-  /// Runs one of the helper's named actions ("runScript").
+  /// Performs a named action of the helper. The agent uses "runScript", which runs the program at
+  /// the path in "SCRIPT" with the arguments as its environment.
   virtual Result<> performAction_withArguments(
       std::string_view action, const std::map<std::string, std::string>& arguments) = 0;
 
-  /// Ends the helper; does not wait for it.
+  /// Ends the helper. Does not wait until it has ended.
   virtual void stop() = 0;
 };
 
@@ -35,9 +37,9 @@ class KQHelperManager {
  public:
   virtual ~KQHelperManager() = default;
 
-  /// Asks the user, showing `prompt`, and waits for the answer. Main thread, which serves nothing
-  /// else until then. Error codes: "notAuthorized" (the user refused), "authorizationUnavailable"
-  /// (the rights cannot be obtained on this machine). The task is never null.
+  /// Shows `prompt` to the user and waits for the answer; the main loop does not run until then.
+  /// Returns the helper task, never null. Error codes: "notAuthorized" (the user refused),
+  /// "authorizationUnavailable" (this machine cannot grant the rights). Main thread.
   virtual Result<std::shared_ptr<KQHelperTask>> rootTaskWithPrompt(std::string_view prompt) = 0;
 };
 

@@ -7,7 +7,7 @@
 
 #include "base/value.h"
 
-// The host agent application: what it offers to the agents that it has loaded.
+// What the host agent application offers to the agents that it has loaded.
 namespace revwarden {
 
 /// Performs the action of a notice's button.
@@ -15,33 +15,35 @@ class NotificationTarget {
  public:
   virtual ~NotificationTarget() = default;
 
-  /// Main thread. Unknown selectors are ignored.
+  /// Performs the action with this selector; ignores an unknown one. Main thread.
   virtual void performAction(std::string_view selector) = 0;
 };
 
-/// An image by the name it is registered under, or the icon of the file at a path.
+/// The image of a notice: an image by its registered name, or the icon of the file at a path.
 struct NotificationIcon {
   enum class Kind { named, ofFile };
   Kind kind = Kind::named;
-  std::string value;
+  std::string value;  // the name or the path
 };
 
-/// A notice to the user, as `notificationInstance` gives it and `showNotification` shows it. A
-/// field that is not set is absent.
+/// A notice to the user. `notificationInstance` creates it, `showNotification` shows it. A field
+/// that is not set is absent.
 struct HostNotification {
   std::optional<std::string> text;
   std::optional<NotificationIcon> icon;
-  /// Receives the button's action. Held strongly until the notice is answered or dismissed.
+  /// Receives the action of button 1. The host holds it strongly until the user answers or
+  /// dismisses the notice.
   std::shared_ptr<NotificationTarget> target;
-  std::optional<double> liveTime;  // seconds
+  std::optional<double> liveTime;  // seconds on the screen
   std::optional<Value> userInfo;
   std::optional<std::string> button1Text;
-  /// The selector sent to the target when button 1 is pressed; without one it only dismisses.
+  /// The selector that is sent to the target when the user presses button 1. If absent, the button
+  /// only dismisses the notice.
   std::optional<std::string> button1Action;
-  std::optional<std::string> button2Text;  // this button only dismisses
+  std::optional<std::string> button2Text;  // button 2 only dismisses the notice
 };
 
-/// An object of the host's user interface, reached through the host.
+/// An object of the host's user interface.
 class HostAppProxy {
  public:
   virtual ~HostAppProxy() = default;
@@ -55,44 +57,45 @@ class HostApplication {
  public:
   virtual ~HostApplication() = default;
 
-  /// A fresh notice with the host's defaults.
+  /// Returns a new notice with the host's defaults.
   virtual HostNotification notificationInstance() = 0;
 
-  /// Shows the notice and returns without waiting for an answer.
+  /// Shows the notice. Returns without waiting for an answer.
   virtual void showNotification(const HostNotification& notification) = 0;
 
-  /// The path of the host product's application bundle, links resolved when it exists; absent when
-  /// the host does not know one.
+  /// Returns the path of the host product's application bundle, with links resolved if it exists;
+  /// absent if the host does not know it.
   virtual std::optional<std::string> hostAppPath() = 0;
 
-  /// The object of the user interface behind a target id that understands the named protocol;
-  /// nullptr when there is none. Main thread.
+  /// Returns the user interface object that has this target id and implements the named protocol;
+  /// nullptr if there is none. Main thread.
   virtual std::shared_ptr<HostAppProxy> hostAppProxyWithTargetId_protocol(
       std::string_view targetId, std::string_view protocolName) = 0;
 };
 
-/// Another agent that the host has loaded: the one that watches for removed applications.
+/// Another agent in the host application, which reacts when the user removes an application.
 class KQUninstallerAgent {
  public:
   virtual ~KQUninstallerAgent() = default;
 
-  /// Not to react to the coming removal of the application with this identifier. Main thread.
+  /// Makes that agent ignore the next removal of the application with this bundle identifier. Main
+  /// thread.
   virtual void addSilentRemoveBundleID(std::string_view bundleId) = 0;
 };
 
-/// What the host does for update jobs. Any thread.
+/// The operations of the host agent application that only update jobs use. Any thread.
 class HostJobSupport {
  public:
   virtual ~HostJobSupport() = default;
 
-  /// Launches the host product or brings it to the front.
+  /// Launches the host product, or brings it to the front if it is running. Does not wait for it.
   virtual void activateHostApp() = 0;
 
-  /// The target whose action "activateHostApp" does the same.
+  /// Returns the target that performs "activateHostApp"; nullptr if the host has none.
   virtual std::shared_ptr<NotificationTarget> notificationTarget() = 0;
 
-  /// The running instance of a loaded agent by its class name ("KQUninstallerAgent"); nullptr when
-  /// the host has loaded none.
+  /// Returns the loaded agent with this class name ("KQUninstallerAgent"); nullptr if the host has
+  /// not loaded it.
   virtual std::shared_ptr<KQUninstallerAgent> instanceWithClassName(std::string_view name) = 0;
 };
 

@@ -6,16 +6,17 @@
 
 namespace revwarden {
 
-/// User-facing texts in the user's language. The English text is the key. Any thread.
+/// Texts for the user in the user's language. The key of a text is the English text. Any thread.
 class Localization {
  public:
   virtual ~Localization() = default;
 
-  /// The text for `key`; `key` itself where there is no translation.
+  /// Returns the text for `key`, or `key` itself if it has no translation.
   virtual std::string KQLocalizedString(std::string_view key) const = 0;
 
-  /// The text for the key `format`, with "%?1$u" replaced by `count`, in the grammatical form that
-  /// the count asks for, and "%2$@" by `text`. `text` is inserted as it stands, whatever it holds.
+  /// Returns the text for the key `format`, in which "%?1$u" is replaced by `count`, in the
+  /// grammatical form that the count requires, and "%2$@" by `text`. `text` may contain anything
+  /// and is not interpreted.
   virtual std::string KQLocalizedNumberStringWithFormat(std::string_view format, uint32_t count,
                                                         std::string_view text) const = 0;
 };

@@ -8,8 +8,8 @@
 
 namespace revwarden {
 
-/// What became of one request to update an application. Says what is on disk, also where the
-/// agent's log line and its count of updates say otherwise.
+/// The outcome of one request to update an application. It says what is on disk, even where the
+/// agent's log line and update counter differ.
 struct JobOutcome {
   enum class Kind {
     updated,     // the application at the path was replaced
@@ -17,55 +17,58 @@ struct JobOutcome {
     handedOver,  // the user has to finish it
     failed,
     cancelled,
-    dropped,  // waiting, when the download of another job failed or the agent ended
-    refused,  // never became a job: no administrator rights
+    dropped,  // was waiting when the download of another job failed or the agent ended
+    refused,  // did not become a job because administrator rights were missing
   };
 
-  // The record of the application, when it was queued.
+  // From the application's record at the time of the request.
   std::string id;
   std::string name;
   std::string path;
-  /// Versions read from the bundle, before and after; absent when it has none.
+  /// The version of the bundle at `path` before and after the job; absent if it has none.
   std::optional<std::string> from;
   std::optional<std::string> to;
   Kind kind = Kind::failed;
-  /// A stable identifier and one line for a person; absent only for `updated` and `packageRun`.
+  /// A stable identifier, and one line for the user. Absent only for `updated` and `packageRun`.
   std::optional<std::string> code;
   std::optional<std::string> reason;
-  /// Where in the Trash the old application is; only for `updated`, if the port knows it.
+  /// The path of the old application in the Trash; absent if it was not moved there or the port
+  /// does not know the path.
   std::optional<std::string> trashed;
-  std::optional<Date> started;  // absent for a job that never started
+  std::optional<Date> started;  // absent if the job never started
   Date ended;
 };
 
-/// What became of one refresh of the list and of the check inside it.
+/// The outcome of one list refresh and of the update check in it.
 struct CheckOutcome {
   enum class Kind {
     answered,
-    unreachable,  // no whole response
-    invalid,      // the response was no answer
-    notNeeded,    // the refresh decided against a check
+    unreachable,  // no complete response arrived
+    invalid,      // the response was not an answer
+    notNeeded,    // the refresh found no reason for a check
   };
 
-  Date started;  // when the refresh began
+  Date started;  // start of the refresh
   Date ended;
-  int64_t asked = 0;     // applications in the request
-  int64_t answered = 0;  // of those, how many the answer names
+  int64_t asked = 0;     // number of applications in the request
+  int64_t answered = 0;  // number of these that got an answer
   Kind kind = Kind::notNeeded;
-  std::optional<std::string> reason;  // one line for a person; for `unreachable` and `invalid`
-  std::optional<int> status;          // HTTP status; absent without an exchange
-  bool byUser = false;                // asked for by `startFullRescan`
+  std::optional<std::string> reason;  // one line for the user; for `unreachable` and `invalid`
+  std::optional<int> status;          // HTTP status; absent if there was no response
+  bool byUser = false;                // requested with `startFullRescan`
 };
 
-/// Receives outcomes. Each request for an update and each refresh ends in exactly one.
+/// Receives outcomes: exactly one for each request for an update and for each list refresh.
 class OutcomeReceiver {
  public:
   virtual ~OutcomeReceiver() = default;
 
-  /// Any thread. Called with an internal lock held: must not call the agent.
+  /// Receives the outcome of a request for an update. Any thread. The caller holds a lock of the
+  /// agent, so this must not call the agent.
   virtual void jobEnded(const JobOutcome& outcome) = 0;
 
-  /// Main thread, directly after `agentDidFinishUpdatingApplicationList:`.
+  /// Receives the outcome of a list refresh, directly after the delegate received
+  /// `agentDidFinishUpdatingApplicationList`. Main thread.
   virtual void checkEnded(const CheckOutcome& outcome) = 0;
 };
 

@@ -27,10 +27,10 @@ class WakeNotifications;
 class Workspace;
 class XmlDocuments;
 
-/// Everything that the agent reaches outside itself, built once by a port.
+/// Everything that the agent uses outside itself. A port builds it once.
 ///
-/// Handed over as a `shared_ptr`. The objects behind the references live as long as it does, or
-/// until the process ends; every thread that uses one holds it.
+/// It is shared as a `shared_ptr`. The objects that it refers to live at least as long as it, or
+/// until the process ends. A thread that uses one of them holds a reference to the `Platform`.
 struct Platform {
   RunLoop& mainLoop;
   Threads& threads;
@@ -49,7 +49,7 @@ struct Platform {
   HostApplication& host;
   OutcomeReceiver& outcomes;
 
-  // What only update jobs use.
+  // Only update jobs use these.
   URLDownloads& downloads;
   ChildProcesses& children;
   FileOperations& fileOperations;

@@ -7,35 +7,38 @@
 
 namespace revwarden {
 
-/// The installed applications and the facts of the machine. Any thread.
+/// The installed applications and properties of the machine. Any thread.
 class KQSystemInformation {
  public:
   virtual ~KQSystemInformation() = default;
 
-  /// The full paths of all application bundles that the system knows to be installed, each once, in
-  /// no particular order. Reads the disk anew each time. Paths that are not UTF-8 are left out.
+  /// Returns the full path of every installed application bundle that the system knows, each once,
+  /// in any order. Reads the disk on every call. Omits paths that are not UTF-8.
   virtual std::vector<std::string> allApplicationsPaths() = 0;
 
-  /// The machine's serial number; absent when it is unknown.
+  /// Returns the serial number of the machine; absent if it is unknown.
   virtual std::optional<std::string> computerSerialNumber() const = 0;
 
-  /// The operating system and its version, for people.
+  /// Returns the name and version of the operating system as text for the user.
   virtual std::string systemVersionString() const = 0;
 
+  /// Returns true if the processor is a PowerPC.
   virtual bool isPowerPC() const = 0;
+
+  /// Returns true if the processor can run 64-bit programs.
   virtual bool is64BitCapable() const = 0;
 };
 
-/// The facts of the product that the agent belongs to. Any thread.
+/// Properties of the product that the agent belongs to. Any thread.
 class KQProductInformation {
  public:
   virtual ~KQProductInformation() = default;
 
-  /// The address of a path on the host that stands behind one of the maker's services ("updater").
+  /// Returns the URL of `path` on the host of one of the vendor's services ("updater").
   virtual std::string URLWithScheme_service_path(std::string_view scheme, std::string_view service,
                                                  std::string_view path) const = 0;
 
-  /// The name of the product, for people (`kKQProductName`).
+  /// Returns the name of the product (`kKQProductName`).
   virtual std::string productName() const = 0;
 };
 

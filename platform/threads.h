@@ -4,14 +4,14 @@
 
 namespace revwarden {
 
-/// Starts threads that nobody joins.
+/// Starts detached threads.
 class Threads {
  public:
   virtual ~Threads() = default;
 
-  /// Runs `body` on a new detached thread. `body` must not throw; it is destroyed on that thread
-  /// when it has returned: what must not be destroyed there, `body` hands on before. Any thread.
-  /// Answers false, with `body` not run, when the system can make no further thread.
+  /// Runs `body` on a new detached thread. `body` must not throw. It is destroyed on that thread
+  /// after it has returned, so it must hand over objects that must not be destroyed there. Returns
+  /// false, without running `body`, if the system cannot create another thread. Any thread.
   [[nodiscard]] virtual bool detachNewThread(std::function<void()> body) = 0;
 };
 

@@ -7,25 +7,24 @@
 
 namespace revwarden {
 
-/// The stored settings of the application that loaded the plug-in: property-list dictionaries by
-/// key. Any thread; calls are served one after another.
+/// The stored settings of the application that loaded the plug-in: one dictionary for each key. Any
+/// thread; calls are serialised.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;
 
-  /// The dictionary that was set for `key` and is not written yet, else the one that storage holds
-  /// now; absent when there is none, when the value is no dictionary or when storage cannot be
-  /// read.
+  /// Returns the dictionary that was set for `key` and is not written yet, else the stored one.
+  /// Absent if there is none, if the value is not a dictionary, or if storage cannot be read.
   virtual std::optional<Dictionary> dictionaryForKey(std::string_view key) = 0;
 
-  /// Puts `dictionary` in the place of the value for `key`; the values of all other keys stay. It
-  /// reaches storage with the next `synchronize`.
+  /// Replaces the value for `key` and keeps the values of all other keys. The next `synchronize`
+  /// writes it to storage.
   virtual void setDictionary(const Dictionary& dictionary, std::string_view key) = 0;
 
-  /// Writes what was set to storage and returns when it is safe there: whatever happens, storage
-  /// holds either all of the old settings or all of the new. False when it could not be written;
-  /// the values set are then kept and written by the next call. Storage that is there but once
-  /// could not be read is never written again by this process: what it holds would be lost.
+  /// Writes all values that were set to storage and returns when they are safe there. At any moment
+  /// storage holds either all old or all new settings. Returns false if they could not be written;
+  /// the next call then writes them. If existing storage could not be read once, this process never
+  /// writes it, because that would destroy its contents.
   virtual bool synchronize() = 0;
 };
 

@@ -8,32 +8,33 @@
 
 namespace revwarden {
 
-/// A version of an application. Immutable; any thread.
+/// The version of an application. Immutable. Any thread.
 class KQVersion {
  public:
   virtual ~KQVersion() = default;
 
-  /// `less` when this version is older than `other`, `equivalent` when both are the same version,
-  /// though perhaps written differently. A total order.
+  /// Returns `less` if this version is older than `other`, `equivalent` if both are the same
+  /// version, even if written differently. The order is total.
   virtual std::weak_ordering compare(const KQVersion& other) const = 0;
 
-  /// The version as text; it makes an equivalent version again.
+  /// Returns the version as text. The text parses to an equivalent version.
   virtual std::string stringRepresentation() const = 0;
 };
 
-/// Makes versions. Any thread.
+/// Creates versions. Any thread.
 class Versions {
  public:
   using VersionRef = std::shared_ptr<const KQVersion>;
 
   virtual ~Versions() = default;
 
-  /// The version that a text or a number stands for; nullptr when `value` is nullptr, of another
-  /// type or a text that is no version.
+  /// Returns the version that a string or a number represents; nullptr if `value` is nullptr, has
+  /// another type or is not a version.
   virtual VersionRef versionWithValue(const Value* value) const = 0;
 
-  /// Of a bundle's short and full version (either may be nullptr) the one that best represents what
-  /// is installed; nullptr when neither is usable. The same pair always gives the same choice.
+  /// Returns the short or the full version of a bundle, whichever identifies the installed version
+  /// better. Either may be nullptr; returns nullptr if both are. The same pair always gives the
+  /// same result.
   virtual VersionRef betterVersionOfShort_andFull(const VersionRef& shortVersion,
                                                   const VersionRef& fullVersion) const = 0;
 };

@@ -8,19 +8,19 @@
 
 namespace revwarden {
 
-/// Writes and reads XML documents. Any thread.
+/// Writes and parses XML documents. Any thread.
 class XmlDocuments {
  public:
   virtual ~XmlDocuments() = default;
 
-  /// The document with this root as bytes: XML 1.0 in UTF-8, compact, with one declaration in
-  /// front. Characters that XML cannot hold are left out; the result is always well-formed.
+  /// Returns the document with this root: XML 1.0 in UTF-8 with a declaration, without white space
+  /// for layout. Omits characters that XML does not allow, so the result is always well-formed.
   virtual std::string xmlData(const XmlElement& root) const = 0;
 
-  /// Returns the root element of a document in the encoding that it declares. Text that is only
-  /// white space and CDATA sections are kept as text; comments and processing instructions are left
-  /// out. Nothing is fetched from outside the document; one that expands beyond reason or nests
-  /// deeper than 256 levels is an error.
+  /// Returns the root element of a document in the encoding that it declares. Keeps white space and
+  /// CDATA sections as text; omits comments and processing instructions. Treats the document as
+  /// untrusted input: loads nothing from outside it, and returns an error if its entities expand
+  /// too far or it nests deeper than 256 levels.
   virtual Result<XmlElement> parse(std::string_view bytes) const = 0;
 };
 
