@@ -22,8 +22,8 @@ constexpr char kAllLocalVolumesKey[] = "updateAllLocalVolumes";
 constexpr char kLastFireDateKey[] = "lastFireDate";
 constexpr char kTotalUpdatesCountKey[] = "TotalUpdatesCount";
 
-// Byte counts are kept; these four say something only while a job runs.
-Dictionary withoutPassingMarks(const Dictionary& record) {
+// Removes the values that are meaningful only while a job runs. Intentional: the byte counts stay.
+Dictionary withoutJobState(const Dictionary& record) {
   return record.without(kKQRWInstallerDownloadPathKey)
       .without(kKQRWInstallerResourcesPathKey)
       .without(kKQRWInstallerCurrentActionKey)
@@ -48,11 +48,14 @@ void AgentSettings::setUserDefaults(const Dictionary& settings) {
 void AgentSettings::loadPrefs() {
   const Dictionary settings = userDefaults().value_or(Dictionary());
   loadCatalogue(settings);
+  // Not through the setters, which would save.
   showRevwardenNotifications_ = settings.boolFor(kShowNotificationsKey);
   updatesApplicationsFromAllLocalVolumes_ = settings.boolFor(kAllLocalVolumesKey);
   setLastFireDate(settings.dateFor(kLastFireDateKey));
 }
 
+// Intentional: keeps the values of jobs, and records of applications that no longer exist. The
+// first refresh removes these records.
 void AgentSettings::loadCatalogue(const Dictionary& settings) {
   const Array stored = settings.arrayFor(kItemsKey).value_or(Array());
   const std::unique_ptr<PathInspector> inspector = platform_.files.inspectorForPass();
@@ -67,19 +70,20 @@ void AgentSettings::loadCatalogue(const Dictionary& settings) {
 }
 
 void AgentSettings::savePrefs() {
+  // Starts from the stored settings, which keeps the update count and keys of other versions.
   DictionaryBuilder settings(userDefaults().value_or(Dictionary()));
   std::vector<Value> items;
   {
     ItemCatalogue::Access records(catalogue_);
     items.reserve(records->size());
     for (auto position = records->begin(); position != records->end(); ++position) {
-      items.emplace_back(withoutPassingMarks(RecordList::contents(position)));
+      items.emplace_back(withoutJobState(RecordList::contents(position)));
     }
   }
   settings.set(kItemsKey, Array(std::move(items)));
   settings.set(kShowNotificationsKey, showRevwardenNotifications());
   settings.set(kAllLocalVolumesKey, updatesApplicationsFromAllLocalVolumes());
-  // Without a date the stored one stays: forgetting it in memory does not erase it from storage.
+  // Intentional: if there is no date in memory, the stored one stays.
   if (const std::optional<Date> date = lastFireDate()) settings.set(kLastFireDateKey, *date);
   setUserDefaults(settings.build());
 }
@@ -88,6 +92,7 @@ void AgentSettings::setShowRevwardenNotifications(bool show) {
   if (showRevwardenNotifications_.exchange(show) != show) savePrefs();
 }
 
+// Intentional: starts no refresh. The change takes effect with the next one.
 void AgentSettings::setUpdatesApplicationsFromAllLocalVolumes(bool all) {
   if (updatesApplicationsFromAllLocalVolumes_.exchange(all) != all) savePrefs();
 }
@@ -96,6 +101,7 @@ int64_t AgentSettings::totalUpdatesCount() const {
   return userDefaults().value_or(Dictionary()).integerFor(kTotalUpdatesCountKey);
 }
 
+// Writes the stored settings again, so it does not save the catalogue or the switches.
 void AgentSettings::countInstalledUpdate() {
   const Dictionary settings = userDefaults().value_or(Dictionary());
   setUserDefaults(

@@ -13,26 +13,27 @@ class ExcludedPaths;
 class ItemCatalogue;
 struct Platform;
 
-/// The two switches, the date of the last check, and the settings dictionary that holds them and
-/// the catalogue in the user defaults.
+/// The agent's settings: two switches and the date of the last check. Loads and saves them,
+/// together with the catalogue, as one dictionary in the user defaults.
 ///
-/// Memory is the master copy: storage is loaded once and follows with each `savePrefs`. Only the
-/// count of installed updates lives in storage alone. Any thread; `savePrefs` runs on the main
-/// thread except for callers that change a record elsewhere.
+/// Memory is the master copy: it is loaded once, and each `savePrefs` writes it to storage. Only
+/// the count of installed updates exists in storage alone. Any thread; background passes call
+/// `savePrefs` on the main thread.
 class AgentSettings {
  public:
   AgentSettings(const Platform& platform, ItemCatalogue& catalogue, ExcludedPaths& excluded);
 
-  /// The settings dictionary as stored.
+  /// Returns the stored settings dictionary; absent if there is none or it cannot be read.
   std::optional<Dictionary> userDefaults() const;
-  /// Stores the settings dictionary; on disk when it returns.
+  /// Replaces the stored settings dictionary. It is on disk when this returns.
   void setUserDefaults(const Dictionary& settings);
 
-  /// Loads the catalogue, leaving out records at excluded paths, and the settings. Saves nothing.
+  /// Loads the settings and the catalogue, except records at excluded paths. Saves nothing.
   void loadPrefs();
-  /// Stores the catalogue, without the passing marks of update jobs, and the settings.
+  /// Saves the settings and the catalogue, without the temporary values of update jobs.
   void savePrefs();
 
+  /// The switches of the same name in agent/kqrw_agent.h. A setter saves if the value differs.
   bool showRevwardenNotifications() const { return showRevwardenNotifications_; }
   void setShowRevwardenNotifications(bool show);
   bool updatesApplicationsFromAllLocalVolumes() const {
@@ -40,12 +41,14 @@ class AgentSettings {
   }
   void setUpdatesApplicationsFromAllLocalVolumes(bool all);
 
+  /// Returns when the last check ended; absent if the next one is due now.
   std::optional<Date> lastFireDate() const { return lastFireDate_.get(); }
-  /// Does not save.
+  /// Sets that date in memory. Does not save.
   void setLastFireDate(std::optional<Date> date) { lastFireDate_.set(date); }
 
+  /// Returns how many updates have been installed in total.
   int64_t totalUpdatesCount() const;
-  /// Adds one to the count in storage.
+  /// Adds one to that count in storage.
   void countInstalledUpdate();
 
  private:

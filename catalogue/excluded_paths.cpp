@@ -7,7 +7,8 @@
 namespace revwarden {
 namespace {
 
-bool isInFolderOfTheSystem(std::string_view volumePath) {
+// Case-insensitive. The folders themselves and, for example, ~/Library are not excluded.
+bool isInSystemFolder(std::string_view volumePath) {
   const std::string upper = asciiUpperCase(volumePath.substr(0, sizeof "/DEVELOPER/"));
   return upper.starts_with("/SYSTEM/") || upper.starts_with("/LIBRARY/") ||
          upper.starts_with("/DEVELOPER/");
@@ -20,15 +21,15 @@ bool ExcludedPaths::isExcludedApplicationPath(PathInspector& inspector, const st
   if (inspector.isFileWithPathInTrash(path)) return true;
   if (inspector.pathIsContentOfPackage(path)) return true;
   if (isBelowTemporaryDirectory(inspector, path)) return true;
-  return isInFolderOfTheSystem(inspector.localVolumePathFromFullPath(path));
+  return isInSystemFolder(inspector.localVolumePathFromFullPath(path));
 }
 
 bool ExcludedPaths::isBelowTemporaryDirectory(PathInspector& inspector, const std::string& path) {
   const std::lock_guard lock(mutex_);
-  if (!temporaryDirectory_) {
+  if (!temporaryDirectory_) {  // retried until it succeeds
     temporaryDirectory_ = inspector.resolvedPath(files_.temporaryDirectory());
   }
-  // A plain prefix: "/x/tmp" excludes "/x/tmp-apps" too.
+  // Intentional: compares text, not path components, so "/x/tmp" also excludes "/x/tmp-apps".
   return temporaryDirectory_ && path.starts_with(*temporaryDirectory_);
 }
 

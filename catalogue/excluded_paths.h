@@ -8,13 +8,13 @@
 
 namespace revwarden {
 
-/// The one rule for paths that are never catalogued. Any thread.
+/// Decides which paths are never catalogued. Any thread.
 class ExcludedPaths {
  public:
   explicit ExcludedPaths(FileManager& files) : files_(files) {}
 
-  /// Whether the path is on no storage device, in a Trash, inside a package, below the temporary
-  /// folder, or in the System, Library or Developer folder of its volume.
+  /// Returns true for a full path that is not on a storage device, or is in a Trash, in a package,
+  /// in the temporary folder, or in the System, Library or Developer folder of its volume.
   bool isExcludedApplicationPath(PathInspector& inspector, const std::string& path);
 
  private:
@@ -22,7 +22,7 @@ class ExcludedPaths {
 
   FileManager& files_;
   std::mutex mutex_;
-  std::optional<std::string> temporaryDirectory_;  // kept for good once it could be resolved
+  std::optional<std::string> temporaryDirectory_;  // once it could be resolved
 };
 
 }  // namespace revwarden

@@ -10,12 +10,12 @@ namespace revwarden {
 struct Bundle;
 struct Platform;
 
-/// Returns the version of a bundle, the better one of its short and its full version; nullptr if it
-/// has none. Any thread.
+/// Returns the better one of a bundle's short and full version; nullptr if it has neither. Any
+/// thread.
 Versions::VersionRef versionOfBundle(const Platform& platform, const Bundle& bundle);
 
-/// Reads the version of the application that is at a path now; absent if there is none, or it has
-/// no version. Any thread.
+/// Reads the version of the application at a full path from the disk; absent if there is no
+/// application or it has no version. Any thread.
 std::optional<std::string> installedVersion(const Platform& platform, const std::string& path);
 
 }  // namespace revwarden

@@ -73,4 +73,8 @@ bool ItemCatalogue::itemWithIdIsInBlackList(std::string_view id) const {
   return item && item->boolFor(kKQRWIsInBlackList);
 }
 
+bool wasNeverChecked(const Dictionary& record) {
+  return !record.contains(kKQRWAvailableVersionInfoKey) || !record.dateFor(kKQRWLastFullCheckDate);
+}
+
 }  // namespace revwarden

@@ -19,7 +19,7 @@ SimpleAction simpleAction(JobAction action) {
       installing,   // searching
       installing,   // copying
       done,         // done
-      done,         // 11, which no job ever sets
+      done,         // 11, which no job uses
       failed,       // failed
   };
   const auto code = static_cast<uint64_t>(action);

@@ -4,7 +4,7 @@
 
 namespace revwarden {
 
-/// What an update job is at, in detail.
+/// The step of an update job in detail.
 enum class JobAction : int64_t {
   made = 0,
   starting = 1,
@@ -14,13 +14,13 @@ enum class JobAction : int64_t {
   downloaded = 5,
   unpacking = 6,
   mounting = 7,
-  searching = 8,  // for the new application among what was downloaded
-  copying = 9,    // the old application is in the Trash
+  searching = 8,  // for the new application in the download
+  copying = 9,    // the new application; the old one is in the Trash
   done = 10,
   failed = 12,
 };
 
-/// The same as the rest of the system sees it, in the record of the application.
+/// The step of an update job as the application's record has it ("currentAction").
 enum class SimpleAction : int64_t {
   idle = 0,
   starting = 1,
@@ -30,8 +30,8 @@ enum class SimpleAction : int64_t {
   failed = 5,  // or cancelled
 };
 
-/// `idle` for a value that is no action. A finished download counts as done until its installation
-/// begins.
+/// Returns the simple step for a detailed one; `idle` for any other number. Intentional: a finished
+/// download counts as done until its installation starts.
 SimpleAction simpleAction(JobAction action);
 
 }  // namespace revwarden

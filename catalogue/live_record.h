@@ -9,16 +9,16 @@
 
 namespace revwarden {
 
-/// A record that sits in the catalogue: an object with an identity, and contents that change.
+/// A record in the catalogue: an object with an identity and contents that can change.
 ///
-/// An edit in place swaps the contents of the same object; a replacement puts another object in its
-/// slot. Who holds one may read it at any time, from any thread, and sees a whole dictionary. Only
-/// the catalogue writes, under its own lock.
+/// An edit in place swaps the contents of the same object; a replacement puts a new object in its
+/// slot. Any thread may read a record at any time and gets a consistent dictionary. Only the
+/// catalogue changes it, under its lock.
 class LiveRecord {
  public:
   explicit LiveRecord(Dictionary contents) : contents_(std::move(contents)) {}
 
-  /// An immutable copy of the contents as they are now.
+  /// Returns an immutable copy of the current contents.
   Dictionary contents() const {
     const std::lock_guard lock(mutex_);
     return contents_;
@@ -32,7 +32,7 @@ class LiveRecord {
     std::swap(contents_, contents);
   }
 
-  mutable std::mutex mutex_;  // a leaf: nothing else is locked under it
+  mutable std::mutex mutex_;  // a leaf: no other lock is taken while it is held
   Dictionary contents_;
 };
 

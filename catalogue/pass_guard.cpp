@@ -13,7 +13,7 @@ void PassGuard::start(std::function<void()> body) {
   const auto thread = [agent = mediator_.agentReference(), platform = platform_,
                        body = std::move(body)]() mutable {
     body();
-    // The agent must not be destroyed on this thread.
+    // If this is the last reference, the agent is destroyed on the main thread.
     platform->mainLoop.post([last = std::move(agent)] {});
   };
   if (!platform_->threads.detachNewThread(thread)) didFinishUpdate();
@@ -32,6 +32,7 @@ void PassGuard::willStartUpdate() {
   mediator_.sendDidStartValidateItem();
 }
 
+// Sends the event last, so that its receiver finds the pass ended and the next check scheduled.
 void PassGuard::didFinishUpdate() {
   updateIsInProgress_ = false;
   mediator_.scheduleNextUpdate();

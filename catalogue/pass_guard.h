@@ -8,16 +8,17 @@ namespace revwarden {
 
 struct Platform;
 
-/// The bracket around every background pass, a list refresh or a validation pass: at most one runs
-/// at a time.
+/// Starts and ends background passes (list refreshes and validation passes), at most one at a time.
 class PassGuard {
  public:
   class Mediator {
    public:
+    /// Schedules the next periodic check. Main thread.
     virtual void scheduleNextUpdate() = 0;
+    /// Send `agentDidStartValidateItem` and `agentDidFinishValidateItem` to the delegate.
     virtual void sendDidStartValidateItem() = 0;
     virtual void sendDidFinishValidateItem() = 0;
-    /// Keeps the agent alive for as long as a pass runs.
+    /// Returns a reference that keeps the agent alive while a pass runs.
     virtual std::shared_ptr<void> agentReference() = 0;
 
    protected:
@@ -27,18 +28,19 @@ class PassGuard {
   PassGuard(const std::shared_ptr<const Platform>& platform, Mediator& mediator)
       : platform_(platform), mediator_(mediator) {}
 
-  /// Any thread.
+  /// Returns true while a pass is running. Any thread.
   bool updateIsInProgress() const { return updateIsInProgress_; }
 
-  /// Marks the beginning of a pass, tells the delegate and runs `body` on a thread of its own. To
-  /// be called when no pass runs; main thread. `body` must call `finish`.
+  /// Starts a pass: notifies the delegate and runs `body` on a new thread. `body` must call
+  /// `finish`. The pass ends at once if there can be no new thread. Call only if no pass is
+  /// running. Main thread.
   void start(std::function<void()> body);
 
-  /// Ends the pass: plans the next check and tells the delegate, on the main thread. Returns when
-  /// that is done.
+  /// Ends the pass: schedules the next check and notifies the delegate, on the main thread, and
+  /// waits until that is done.
   void finish();
 
-  /// Runs `call` on the main thread and waits for it.
+  /// Runs `call` on the main thread and waits until it has returned.
   void onMainThread(std::function<void()> call);
 
  private:

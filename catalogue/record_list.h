@@ -12,42 +12,45 @@
 
 namespace revwarden {
 
-/// The catalogue's records in their order, found by id and by path without walking. Without a lock
-/// of its own: `ItemCatalogue` guards it.
+/// The ordered list of the catalogue's records, with indexes by id and by path. Has no lock of its
+/// own: `ItemCatalogue` guards it.
 class RecordList {
   struct Slot {
     std::shared_ptr<LiveRecord> record;
-    uint64_t order;  // grows along the list; tells which of two equal ids comes first
+    uint64_t order;  // increases along the list: the lower of two records with one id is first
   };
   using Slots = std::list<Slot>;
 
  public:
-  /// A place in the list; stays valid until its record is removed.
+  /// A position in the list. Valid until its record is removed.
   using Position = Slots::iterator;
 
   size_t size() const { return slots_.size(); }
   Position begin() { return slots_.begin(); }
   Position end() { return slots_.end(); }
+  /// Returns all records in order.
   LiveRecords all() const;
 
-  /// The first record whose id, or path, is that text; `end()` without one.
+  /// Return the position of the first record with this id or path; `end()` if there is none.
   Position firstWithID(std::string_view id);
   Position firstWithPath(std::string_view path);
 
+  /// Return the record at a position, or a copy of its contents.
   static LiveRecordRef record(Position position) { return position->record; }
   static Dictionary contents(Position position) { return position->record->contents(); }
 
+  /// Adds a new record at the end.
   void append(const Dictionary& contents);
-  /// Puts a new record in the place of the one at `position`.
+  /// Replaces the record at a position by a new record.
   void replace(Position position, Dictionary contents);
-  /// Changes the contents of the record at `position`, which stays the same object.
+  /// Changes the contents of the record at a position. The record stays the same object.
   void edit(Position position, Dictionary contents);
-  /// Answers the position after the removed record.
+  /// Removes a record and returns the position after it.
   Position remove(Position position);
   void clear();
 
  private:
-  /// Finds positions by the hash of one of a record's texts.
+  /// Finds positions by the text that records have for one key. Stores hashes, not texts.
   class Index {
    public:
     explicit Index(const char* key) : key_(key) {}

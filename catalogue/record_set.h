@@ -8,8 +8,8 @@
 
 namespace revwarden {
 
-/// A set of live records in which a record is found when it is one of them, or when its contents
-/// equal those of one of them. One thread at a time.
+/// A set of live records. It contains a record that was added, and any record with the same
+/// contents as one that was added. One thread at a time.
 class RecordSet {
  public:
   void reserve(size_t count) { objects_.reserve(count); }
@@ -23,8 +23,8 @@ class RecordSet {
   const RecordsByID& byID() const;
 
   std::unordered_set<LiveRecordRef> objects_;
-  // Records of equal contents have equal ids; so only those of one id are ever compared. Made when
-  // first a record is asked for that is no member by itself.
+  // Records with equal contents have equal ids, so only records with the same id are compared.
+  // Built when `contains` first needs it.
   mutable RecordsByID byID_;
 };
 

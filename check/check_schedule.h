@@ -9,14 +9,14 @@ namespace revwarden {
 class AgentSettings;
 struct Platform;
 
-/// Plans the next periodic check: a day after the last one ended, at once when that has passed.
-/// Main thread.
+/// Schedules the next periodic check: a day after the last one ended. Main thread.
 class CheckSchedule {
  public:
   class Mediator {
    public:
+    /// Starts the list refresh that contains the check.
     virtual void startUpdateApplicationsList() = 0;
-    /// Lets the timer reach the agent without keeping it alive.
+    /// Returns a reference for the timer, which must not keep the agent alive.
     virtual std::weak_ptr<void> weakAgentReference() = 0;
 
    protected:
@@ -26,9 +26,10 @@ class CheckSchedule {
   CheckSchedule(const Platform& platform, const AgentSettings& settings, Mediator& mediator)
       : platform_(platform), settings_(settings), mediator_(mediator) {}
 
-  /// Replaces the pending timer by one for the date that is due now.
+  /// Replaces the pending timer. The new one fires at the next turn of the main loop if the check
+  /// is overdue or there was none yet.
   void scheduleNextUpdate();
-  /// Cancels the pending timer, when there is one.
+  /// Cancels the pending timer, if there is one.
   void dropTimer() { scheduleTimer_.reset(); }
 
  private:

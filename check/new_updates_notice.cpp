@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t kNamesShown = 4;
 
-// Up to four names; more are told by dots that follow the fourth at once.
+// Lists up to four names. If there are more, "..." follows the fourth without a separator.
 std::string namesText(const std::vector<std::string>& names) {
   std::string text;
   for (size_t i = 0; i < names.size() && i < kNamesShown; ++i) {
@@ -45,11 +45,12 @@ NewUpdatesNotice::Found NewUpdatesNotice::markNewUpdates(
     const Dictionary record = RecordList::contents(position);
     const std::optional<std::string> version = newVersion(record);
     if (!version) continue;
-    // Marked before anything decides whether it is shown: what is not shown now never is.
+    // Intentional: marked before it is decided whether to show it. A version that is not shown now,
+    // because it is black-listed or notices are off, is never shown.
     records->edit(position, record.with(kKQRWNotifiedVersionKey, *version));
     const std::string* path = record.stringFor(kKQRWApplicationPathKey);
     if (path && hostPath && *path == *hostPath) {
-      found.hostProduct = true;
+      found.hostProduct = true;  // Intentional: also if it is black-listed or notices are off.
     } else if (!record.boolFor(kKQRWIsInBlackList)) {
       const std::string* name = record.stringFor(kKQRWApplicationNameKey);
       found.names.push_back(name ? *name : "(null)");
@@ -67,6 +68,7 @@ std::optional<std::string> NewUpdatesNotice::newVersion(const Dictionary& record
   const auto current = versions.versionWithValue(record.find(kKQRWCurrentVersionKey));
   if (!current || current->compare(*available) >= 0) return std::nullopt;
   const auto notified = versions.versionWithValue(record.find(kKQRWNotifiedVersionKey));
+  // Intentional: a version lower than the announced one is new, too.
   if (notified && available->compare(*notified) == 0) return std::nullopt;
   return available->stringRepresentation();
 }

@@ -14,16 +14,17 @@ class ItemCatalogue;
 class NotificationTarget;
 struct Platform;
 
-/// Tells the user, once for each new version, which applications can be updated, and starts the
-/// update of the host product when that has one. Main thread.
+/// Notifies the user once of each new version, and starts the update of the host product if there
+/// is one. Main thread.
 class NewUpdatesNotice {
  public:
   class Mediator {
    public:
+    /// Queues the update of the host product.
     virtual void startUpdatePellmark() = 0;
-    /// Whether administrator rights are at hand from a run of the install queue.
+    /// Returns true if the install queue has administrator rights.
     virtual bool hasRootTask() = 0;
-    /// Receives the buttons of the notices.
+    /// Returns the object that performs "openRevwarden".
     virtual std::shared_ptr<NotificationTarget> notificationTarget() = 0;
 
    protected:
@@ -34,13 +35,15 @@ class NewUpdatesNotice {
                    Mediator& mediator)
       : platform_(platform), catalogue_(catalogue), settings_(settings), mediator_(mediator) {}
 
+  /// Marks all new versions as announced, starts the update of the host product if it has one, and
+  /// shows a notice with the other applications unless notices are switched off.
   void notifyNewUpdates();
 
  private:
-  /// What a look through the catalogue found and marked as told.
+  /// The new versions in the catalogue.
   struct Found {
     bool hostProduct = false;
-    std::vector<std::string> names;  // of the applications to list
+    std::vector<std::string> names;  // of the other applications, except black-listed ones
   };
 
   Found markNewUpdates(const std::optional<std::string>& hostPath);

@@ -8,10 +8,8 @@
 #include "catalogue/item_catalogue.h"
 #include "catalogue/pass_guard.h"
 #include "catalogue/record_keys.h"
-#include "catalogue/record_state.h"
 #include "catalogue/version_info_keys.h"
-#include "check/update_answer.h"
-#include "check/update_request.h"
+#include "check/update_protocol.h"
 #include "platform/clock.h"
 #include "platform/host_application.h"
 #include "platform/localization.h"
@@ -27,14 +25,14 @@ namespace {
 
 constexpr double kSecondsBeforeAskingAgain = 172800;
 
-// The service had nothing for it less than two days ago.
+// Returns true if the service had no answer less than two days ago, or at a date in the future.
 bool wasAskedLately(const Dictionary& record, Date now) {
   if (record.contains(kKQRWAvailableVersionInfoKey)) return false;
   const std::optional<Date> asked = record.dateFor(kKQRWLastFullCheckDate);
   return asked && now.secondsSince1970 - asked->secondsSince1970 < kSecondsBeforeAskingAgain;
 }
 
-// As ASCII; a body with any other byte has no such text.
+// Returns the body for the log; nothing if it is not ASCII.
 std::optional<std::string> asciiText(std::string_view body) {
   const bool ascii = std::all_of(body.begin(), body.end(), [](char c) { return (c & 0x80) == 0; });
   return ascii ? std::optional(std::string(body)) : std::nullopt;
@@ -42,7 +40,7 @@ std::optional<std::string> asciiText(std::string_view body) {
 
 using AnswersByBundleId = std::unordered_map<std::string_view, const Dictionary*>;
 
-// The first answer for an identifier counts. The empty identifier stands for none.
+// Uses the first answer for each identifier. An empty identifier means none and matches nothing.
 AnswersByBundleId byBundleId(const std::vector<Dictionary>& answers) {
   AnswersByBundleId index;
   index.reserve(answers.size());
@@ -67,18 +65,22 @@ CheckOutcome UpdateCheck::performCheckForAppsUpdates() {
   outcome.asked = static_cast<int64_t>(question.root.children.size());
   URLExchange exchange = send(std::exchange(question.root, {}));
   outcome.status = exchange.status;
+  // The body counts whatever the HTTP status is.
   if (exchange.body) {
-    // Exchanged, so that the body is freed before the merge.
+    // The body is large: `exchange` frees it before the merge.
     const std::vector<Dictionary> answers = readAnswers(std::exchange(*exchange.body, {}), outcome);
     outcome.answered = merge(question, answers);
+    // The notice is posted without waiting. The event is sent even if no record changed.
     platform_.mainLoop.post([this] { mediator_.notifyNewUpdates(); });
     pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
   } else {
     outcome.kind = CheckOutcome::Kind::unreachable;
     outcome.reason = exchange.body.error().message;
   }
+  // Intentional: also after a failure. The next check is a day away in any case.
   settings_.setLastFireDate(platform_.clock.now());
   pass_.onMainThread([this] { settings_.savePrefs(); });
+  // Intentional: also forgets a rescan that the user requested during this check.
   outcome.byUser = takeScanStartedByUser();
   return outcome;
 }
@@ -106,7 +108,7 @@ URLExchange UpdateCheck::send(XmlElement root) const {
                          "http", "updater", "/api/update"),
                      .method = "POST",
                      .body = platform_.xml.xmlData(root)};
-  root = {};  // large; not needed while the exchange lasts
+  root = {};  // large, and not needed during the exchange
   return platform_.connection.sendSynchronousRequest(request);
 }
 
@@ -117,11 +119,12 @@ std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body, CheckO
     outcome.reason = "the response is not well-formed: " + document.error().message;
     platform_.log.NSLog("Invalid response: %@", {document.error().message});
     Log::Arguments text;
-    text.push_back(asciiText(body));  // not in braces, which would copy what may be very long
+    text.push_back(asciiText(body));  // not in braces, which would copy a text of up to 256 MiB
     platform_.log.NSLog("Response: %@", text);
     if (scanStartedByUser_) showErrorNotice();
+    // Intentional: a malformed response is merged like one without answers.
+    return convertedArrayFromResponse(nullptr);
   }
-  if (!document) return convertedArrayFromResponse(nullptr);
   if (document->name == kResponseRoot) {
     outcome.kind = CheckOutcome::Kind::answered;
   } else {
@@ -136,12 +139,14 @@ int64_t UpdateCheck::merge(const Question& question, const std::vector<Dictionar
   const Date now = platform_.clock.now();
   ItemCatalogue::Access records(catalogue_);
   for (auto position = records->begin(); position != records->end(); ++position) {
-    // Edited in place since it was asked about, a record is still the same; one that was replaced
-    // by other contents is left to the next check.
+    // A record that was edited in place since the request is still in the set. One that was
+    // replaced by other contents is not, and waits for the next check.
     if (!question.sent.contains(RecordList::record(position))) continue;
     const Dictionary contents = RecordList::contents(position);
     DictionaryBuilder record(contents);
     const std::string* name = contents.stringFor(kKQRWApplicationNameKey);
+    // Intentional: an answered record keeps the date of its last check, so nearly every refresh
+    // asks again. An unanswered one is mandatory if an application of the same name was.
     if (const Dictionary* answer = answerFor(contents, index)) {
       ++answered;
       record.set(kKQRWAvailableVersionInfoKey, *answer);

@@ -19,13 +19,15 @@ class PassGuard;
 class ItemCatalogue;
 struct Platform;
 
-/// One whole update check: asks the service about the applications that are due, and writes its
-/// answers into their records.
+/// The update check: asks the service about the applications that are due and merges its answers
+/// into their records.
 class UpdateCheck {
  public:
   class Mediator {
    public:
+    /// Notifies the user of new versions. Main thread.
     virtual void notifyNewUpdates() = 0;
+    /// Sends `itemsDidChangeInAgent` to the delegate. Main thread.
     virtual void notifyDelegateAboutItemsDidChange() = 0;
 
    protected:
@@ -40,18 +42,18 @@ class UpdateCheck {
         pass_(pass),
         mediator_(mediator) {}
 
-  /// Whether the user asked for the check, and so is notified when the response is malformed.
-  /// Cleared at the end of every check. Any thread.
+  /// Sets whether the user requested the next check and so gets a notice if the response is
+  /// malformed. Each check clears it at its end. Any thread.
   void setScanStartedByUser(bool byUser) { scanStartedByUser_ = byUser; }
-  /// Clears the flag and returns what it was. Any thread.
+  /// Clears that flag and returns its previous value. Any thread.
   bool takeScanStartedByUser() { return scanStartedByUser_.exchange(false); }
 
-  /// Runs the check on the calling thread, a pass's, and returns its outcome without the times.
-  /// Whatever the outcome, the next check is due a day from now.
+  /// Runs one check and returns its outcome without the times. The next check is then due in a day,
+  /// whatever the outcome. Thread of a list refresh.
   CheckOutcome performCheckForAppsUpdates();
 
  private:
-  /// The records asked about, and which of them must be answered.
+  /// The request, the records in it, and the names of the mandatory ones.
   struct Question {
     XmlElement root;
     RecordSet sent;

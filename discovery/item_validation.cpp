@@ -17,7 +17,7 @@
 namespace revwarden {
 namespace {
 
-// Only a missing name is made up from the file's: an empty one is a name.
+// Intentional: only a missing name is replaced by the file name. An empty name is kept.
 std::string applicationName(const Bundle& bundle, const std::string& path) {
   if (bundle.bundleName) return *bundle.bundleName;
   return std::string(deletingPathExtension(lastPathComponent(path)));
@@ -32,7 +32,7 @@ bool ItemValidation::updateItemInfoForPath(PathInspector& inspector, const std::
   if (!known || !known->contains(kKQRWCurrentVersionKey)) {
     return addRecord(known, path, *installed);
   }
-  return renewRecord(*known, *installed);
+  return updateRecord(*known, *installed);
 }
 
 std::optional<ItemValidation::Installed> ItemValidation::readInstalled(
@@ -40,7 +40,7 @@ std::optional<ItemValidation::Installed> ItemValidation::readInstalled(
   platform_.bundles.flushBundleCachesForPath(path);
   const std::shared_ptr<const Bundle> bundle = platform_.bundles.threadSafeBundleWithPath(path);
   if (!bundle) {
-    // Only now is it worth a look whether anything is there at all.
+    // Most bundles open, so this is only tested here.
     if (!inspector.fileExistsAtPath(path)) {
       platform_.log.NSLog("Application at path \"%@\" was not found", {path});
     }
@@ -64,11 +64,12 @@ bool ItemValidation::addRecord(const std::optional<Dictionary>& known, const std
   return true;
 }
 
-bool ItemValidation::renewRecord(const Dictionary& known, const Installed& installed) {
+bool ItemValidation::updateRecord(const Dictionary& known, const Installed& installed) {
   const Versions::VersionRef recorded =
       platform_.versions.versionWithValue(known.find(kKQRWCurrentVersionKey));
-  // An unchanged version leaves the record alone, whatever else changed in the bundle.
+  // Intentional: with the same version, the record stays as it is even if the name changed.
   if (recorded && installed.version->compare(*recorded) == 0) return false;
+  // Intentional: keeps the answer of the service, which the next check updates.
   DictionaryBuilder record(known);
   record.set(kKQRWCurrentVersionKey, installed.version->stringRepresentation());
   record.set(kKQRWApplicationNameKey, installed.name);
@@ -92,10 +93,12 @@ void ItemValidation::performUpdateInfoForItemsWithIDs(const std::vector<std::str
     const std::string* path = item ? item->stringFor(kKQRWApplicationPathKey) : nullptr;
     if (path) paths.push_back(*path);
   }
+  // Intentional: excluded paths and other volumes are validated, too. Only a refresh omits them.
   const std::unique_ptr<PathInspector> inspector = platform_.files.inspectorForPass();
   bool changed = false;
   for (const std::string& path : paths) changed |= updateItemInfoForPath(*inspector, path);
-  // The finish is told before the change, and nothing is saved: the next save stores it.
+  // Intentional: unlike a list refresh, sends the change event last and saves nothing. The next
+  // save includes the change.
   pass_.finish();
   if (changed) pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
 }

@@ -13,7 +13,6 @@
 #include "catalogue/pass_guard.h"
 #include "catalogue/record_keys.h"
 #include "catalogue/record_set.h"
-#include "catalogue/record_state.h"
 #include "discovery/item_validation.h"
 #include "platform/clock.h"
 #include "platform/file_manager.h"
@@ -25,7 +24,7 @@ namespace {
 
 void removeDuplicates(std::vector<std::string>& paths) {
   std::vector<std::string> kept;
-  kept.reserve(paths.size());  // so that nothing moves under the views
+  kept.reserve(paths.size());  // keeps the views in `seen` valid
   std::unordered_set<std::string_view> seen;
   seen.reserve(paths.size());
   for (std::string& path : paths) {
@@ -49,7 +48,7 @@ ListRefresh::ListRefresh(const Platform& platform, ItemCatalogue& catalogue,
       mediator_(mediator) {}
 
 void ListRefresh::startFullRescan() {
-  // Intentional: set also while a pass runs, for its check or the next one.
+  // Intentional: set even while a pass is running, for its check or the next one.
   mediator_.setScanStartedByUser(true);
   if (pass_.updateIsInProgress()) return;
   {
@@ -62,6 +61,7 @@ void ListRefresh::startFullRescan() {
   startUpdateApplicationsList();
 }
 
+// Intentional: cancels the timer even if the request is skipped. The running pass sets it again.
 void ListRefresh::startUpdateApplicationsList() {
   mediator_.dropScheduleTimer();
   if (pass_.updateIsInProgress()) return;
@@ -74,6 +74,7 @@ void ListRefresh::performUpdateApplicationsList() {
   if (refreshCatalogue()) {
     outcome = mediator_.performCheckForAppsUpdates();
   } else {
+    // Intentional: keeps the date of the last check. If it has passed, the timer fires at once.
     outcome.byUser = mediator_.takeScanStartedByUser();
   }
   pass_.finish();
@@ -85,7 +86,7 @@ void ListRefresh::performUpdateApplicationsList() {
   });
 }
 
-// Returns true if the service is to be asked.
+// Returns true if a check is needed.
 bool ListRefresh::refreshCatalogue() {
   const std::unique_ptr<PathInspector> inspector = platform_.files.inspectorForPass();
   const bool changed = validateApplications(*inspector);
@@ -93,9 +94,10 @@ bool ListRefresh::refreshCatalogue() {
     pass_.onMainThread([this] { settings_.savePrefs(); });
     pass_.onMainThread([this] { mediator_.notifyDelegateAboutItemsDidChange(); });
   }
+  // Intentional: the removals are neither saved nor announced. The next save includes them.
   const LiveRecords snapshot = catalogue_.itemsSnapshot();
   removeRecordsOutOfScope(*inspector, snapshot);
-  // Intentional: the snapshot still holds the removed records, and one of them may need the check.
+  // Intentional: the snapshot still has the removed records, and one of them may cause a check.
   return changed || thereAreNeverCheckedItems(snapshot);
 }
 
@@ -113,6 +115,8 @@ bool ListRefresh::isInScope(PathInspector& inspector, const std::string& path) c
   return settings_.updatesApplicationsFromAllLocalVolumes() || inspector.pathIsOnSystemVolume(path);
 }
 
+// Returns resolved paths. Intentional: a record whose path is a link is not validated, and a second
+// record gets the resolved path. A path that does not exist is omitted, so it is not logged.
 std::vector<std::string> ListRefresh::applicationsPathsToUpdate(PathInspector& inspector) const {
   std::vector<std::string> candidates = platform_.systemInformation.allApplicationsPaths();
   {
@@ -136,6 +140,9 @@ std::vector<std::string> ListRefresh::applicationsPathsToUpdate(PathInspector& i
   return resolved;
 }
 
+// Removes the records of applications that no longer exist or are on a volume that no longer
+// counts. Records at excluded paths stay until the next start. A record that was replaced by other
+// contents since the snapshot stays, too.
 void ListRefresh::removeRecordsOutOfScope(PathInspector& inspector, const LiveRecords& snapshot) {
   RecordSet leaving;
   for (const LiveRecordRef& record : snapshot) {

@@ -16,20 +16,22 @@ class ItemValidation;
 class PathInspector;
 struct Platform;
 
-/// The pass that brings the whole catalogue in line with the disk and then decides whether to ask
-/// the update service.
+/// The list refresh: a pass that brings the whole catalogue in line with the disk and then runs an
+/// update check if one is needed.
 class ListRefresh {
  public:
   class Mediator {
    public:
-    /// Cancels the timer of the next periodic check.
+    /// Cancels the timer of the next periodic check. Main thread.
     virtual void dropScheduleTimer() = 0;
-    /// Sets whether the user asked for the next check.
+    /// Sets whether the user requested the next check.
     virtual void setScanStartedByUser(bool byUser) = 0;
-    /// Clears that flag and returns what it was.
+    /// Clears that flag and returns its previous value.
     virtual bool takeScanStartedByUser() = 0;
-    /// Runs one whole check and returns its outcome without the times.
+    /// Runs one check on the calling thread and returns its outcome without the times.
     virtual CheckOutcome performCheckForAppsUpdates() = 0;
+    /// Send `itemsDidChangeInAgent` and `agentDidFinishUpdatingApplicationList` to the delegate.
+    /// Main thread.
     virtual void notifyDelegateAboutItemsDidChange() = 0;
     virtual void didFinishUpdatingApplicationsList() = 0;
 
@@ -41,11 +43,12 @@ class ListRefresh {
               ExcludedPaths& excluded, PassGuard& pass, ItemValidation& validation,
               Mediator& mediator);
 
-  /// Starts a refresh that the user asked for, which forgets when records were last checked.
-  /// Dropped while a pass runs, but the next check then counts as asked for by the user. Main
-  /// thread.
+  /// Clears the dates of the last check and starts a refresh, whose check counts as requested by
+  /// the user. While a pass is running, starts nothing, but the next check counts as requested by
+  /// the user. Main thread.
   void startFullRescan();
-  /// Starts a refresh; dropped while a pass runs. Main thread.
+  /// Starts a refresh. While a pass is running, only cancels the timer of the next check. Main
+  /// thread.
   void startUpdateApplicationsList();
 
  private:

@@ -24,7 +24,7 @@ class KQHelperTask {
                                                 std::string_view destination) = 0;
 
   /// Performs a named action of the helper. The agent uses "runScript", which runs the program at
-  /// the path in "SCRIPT" with the arguments as its environment.
+  /// the path in "SCRIPT" with the arguments in its environment.
   virtual Result<> performAction_withArguments(
       std::string_view action, const std::map<std::string, std::string>& arguments) = 0;
 

@@ -25,12 +25,12 @@ Result<std::string> attachDiskImage(const Platform& platform,
     tool.arguments.insert(tool.arguments.end(), {"-nobrowse", "-noautofsck"});
   }
   tool.arguments.emplace_back(shows == ImageShows::opened ? "-autoopen" : "-noautoopen");
-  tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // else a licence would be paged
-  tool.input = "y\n";                                     // agrees to the licence
+  tool.environment.emplace()["PAGER"] = "/usr/bin/true";  // keeps a licence off standard output
+  tool.input = "y\n";                                     // accepts the licence
   tool.collectsOutput = tool.collectsErrors = true;
   const std::optional<ChildProcesses::Completion> ran = platform.children.run(tool);
   if (!ran) return Error{"", std::string(kTool) + " cannot be started"};
-  // Intentional: the exit status is ignored, because an image can be attached in part.
+  // Intentional: ignores the exit status. Only the list of mount points counts.
   const std::optional<Value> list = platform.propertyLists.propertyListFromData(ran->output);
   const std::optional<std::string> mountPoint = list ? firstMountPoint(*list) : std::nullopt;
   if (mountPoint) return *mountPoint;

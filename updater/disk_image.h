@@ -9,16 +9,16 @@ namespace revwarden {
 
 struct Platform;
 
-/// How an attached disk image shows: not at all, among the volumes, or opened in the file viewer.
+/// Where the user sees an attached disk image: nowhere, in the list of volumes, or in a new window.
 enum class ImageShows { nowhere, amongVolumes, opened };
 
-/// Attaches the disk image at a path, answering a prompt of the image with yes. Returns its first
-/// mount point; an error if there is no path, the file is no disk image or the tool is missing.
-/// Blocks; any thread.
+/// Attaches the disk image at a full path and accepts its licence. Returns the first mount point;
+/// an error if there is no path, the file is not a disk image or the tool is missing. Blocks. Any
+/// thread.
 Result<std::string> attachDiskImage(const Platform& platform,
                                     const std::optional<std::string>& imagePath, ImageShows shows);
 
-/// Detaches the image at a mount point, as far as that is possible. Blocks; any thread.
+/// Detaches the disk image at a mount point. Ignores errors. Blocks. Any thread.
 void detachDiskImage(const Platform& platform, const std::string& mountPoint);
 
 }  // namespace revwarden

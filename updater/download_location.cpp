@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "catalogue/update_methods.h"
+#include "catalogue/version_info_keys.h"
 #include "platform/file_manager.h"
 #include "platform/file_operations.h"
 #include "platform/platform.h"
@@ -17,7 +17,7 @@ std::string pathInFolder(std::string folder, std::string_view name) {
   return folder.append(name);
 }
 
-// A bundle's name may hold a slash, which no file name can: ":" stands for it, as in file viewers.
+// The name of a bundle may have slashes. They become ":", as in file viewers.
 std::string fileNameFor(std::string applicationName) {
   std::ranges::replace(applicationName, '/', ':');
   return applicationName + ".dat";
@@ -44,7 +44,7 @@ std::string downloadsFolder(const Platform& platform) {
 std::string downloadDestination(const Platform& platform, std::string_view updateMethod,
                                 const std::optional<std::string>& suggestedName,
                                 const std::string& applicationName) {
-  // Intentional: an unknown method installs like "auto", but the user can see what it downloads.
+  // Intentional: an unknown method installs as "auto", but downloads into the Downloads folder.
   const std::string folder = updateMethod == kKQRWUpdateMethodAuto
                                  ? platform.files.temporaryDirectory()
                                  : downloadsFolder(platform);

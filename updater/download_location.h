@@ -4,21 +4,21 @@
 #include <string>
 #include <string_view>
 
-// Where a download comes from and where it goes.
+// The source and the destination of a download.
 namespace revwarden {
 
 struct Platform;
 
-/// Returns the address that a download link of the update service stands for: spaces and line
-/// breaks around it are dropped. Absent if the rest is empty or holds a character that no URL may
-/// hold, such as a space or one beyond ASCII. Nothing is requested from the address.
+/// Returns the URL in a download link of the update service, without leading and trailing spaces
+/// and line breaks. Absent if it is empty or has a character that is not allowed in URLs, such as a
+/// space or a character outside ASCII.
 std::optional<std::string> urlFromDownloadLink(std::string_view link);
 
-/// Returns the user's folder for downloads.
+/// Returns the full path of the user's Downloads folder, which may not exist.
 std::string downloadsFolder(const Platform& platform);
 
-/// Returns the full path to download to. The name is the server's suggestion, else it is made from
-/// the application's.
+/// Returns the full path to download to. The file name is the server's suggestion, else the name of
+/// the application with the extension "dat".
 std::string downloadDestination(const Platform& platform, std::string_view updateMethod,
                                 const std::optional<std::string>& suggestedName,
                                 const std::string& applicationName);

@@ -20,7 +20,7 @@ JobVerdict verdictOf(const JobResult& result, bool cancelled) {
     verdict.kind = Kind::cancelled;
     verdict.error = cancelledByUser().error;
   } else if (result.httpError) {
-    // The server's error page may have been saved, opened or shown like a download.
+    // Whatever was opened or shown to the user was the error page of the server.
     verdict.error = result.httpError;
   } else if (result.done == Done::handedOver) {
     verdict.kind = Kind::handedOver;

@@ -8,31 +8,33 @@
 
 namespace revwarden {
 
-/// What an update job has done so far, recorded by its steps for its outcome.
+/// What an update job has done so far. Its steps record it; its verdict is derived from it.
 struct JobResult {
   enum class Done { nothing, replaced, packageRun, handedOver };
 
   Done done = Done::nothing;
-  /// Why nothing was done, or what was handed over; its code is empty while neither is known.
+  /// Why nothing was done, or what was handed over. The code is empty as long as it is unknown.
   Error note;
-  std::optional<std::string> trashed;  // where the old application is in the Trash
+  std::optional<std::string> trashed;  // path of the old application in the Trash
   std::optional<Error> httpError;      // the response had a status of 400 or more
 };
 
-/// The part of a job's outcome that the job decides.
+/// The part of a job's outcome (`JobOutcome`) that the job determines.
 struct JobVerdict {
   JobOutcome::Kind kind = JobOutcome::Kind::failed;
   std::optional<Error> error;  // absent only for `updated` and `packageRun`
   std::optional<std::string> trashed;
 };
 
-/// Judges by what is on disk: a job that was cancelled after it had replaced the application has
-/// updated it.
+/// Returns the verdict for a job that has ended. It says what is on disk: a job that replaced the
+/// application before it was cancelled is `updated`.
 JobVerdict verdictOf(const JobResult& result, bool cancelled);
 
-/// The verdicts of jobs that never started or did not get to their end.
+/// Returns the verdict for a job that was cancelled before it started.
 JobVerdict cancelledByUser();
+/// Returns the verdict for a job that was waiting when the download for this application failed.
 JobVerdict droppedFromQueue(const std::string& failedApplication);
+/// Returns the verdict for a job that had not ended when the agent ended.
 JobVerdict endedWithAgent(bool started);
 
 }  // namespace revwarden

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "catalogue/record_keys.h"
-#include "catalogue/update_methods.h"
 #include "catalogue/version_info_keys.h"
 #include "updater/download_location.h"
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "catalogue/update_methods.h"
+#include "catalogue/version_info_keys.h"
 #include "platform/helper.h"
 #include "platform/localization.h"
 #include "platform/platform.h"
@@ -33,20 +33,20 @@ void KQRWAppUpdater::start() {
   setCurrentAction(JobAction::starting);
   if (const auto delegate = delegate_.lock()) delegate->appInstallerDidStart(*this);
   if (item_.updateMethod == kKQRWUpdateMethodManual) {
-    // Intentional: the job succeeds whether or not the page opens; only its verdict waits for that.
+    // Intentional: the job succeeds even without a link or if the page cannot be opened. Only its
+    // verdict says so.
     openPage();
     setCurrentAction(JobAction::handedToBrowser);
     return notifyAppInstallerDidFinishSuccessfully();
   }
-  const bool complete = item_.targetDownloadUrl && item_.applicationName && item_.applicationPath;
-  if (complete && downloadPath()) return startInstall();
-  if (complete && detachNewThread(&KQRWAppUpdater::performDownload)) return;
-  if (complete) {
-    state_.explain("noThread", "the system cannot start another thread");
-  } else if (item_.targetDownloadUrl) {
-    state_.explain("incompleteRecord", "the application's record has no name or no path");
-  } else {
+  if (!item_.targetDownloadUrl) {
     state_.explain("noLink", "the offer has no download link");
+  } else if (!item_.applicationName || !item_.applicationPath) {
+    state_.explain("incompleteRecord", "the application's record has no name or no path");
+  } else if (downloadPath()) {
+    return startInstall();
+  } else if (detachNewThread(&KQRWAppUpdater::performDownload)) {
+    return;
   }
   setCurrentAction(JobAction::failed);
   notifyAppInstallerDidFail();
@@ -84,8 +84,11 @@ void KQRWAppUpdater::whenVerdictIsKnown(std::function<void(const JobVerdict&)> h
 
 void KQRWAppUpdater::cancel() {
   download_.stopDownload();
+  // Before `stopAction` is set, and without a report, so the record keeps its last step.
   if (currentAction() == JobAction::downloading) download_.clearDownloadState();
   state_.stopAction = true;
+  // Intentional: does not wait for the download thread, which may be waiting for the main thread.
+  // An installation that starts at this moment reports the end a second time.
   if (!state_.installRunning) return notifyAppInstallerDidFail();
   while (state_.installRunning || unreportedEnds_ > 0) {
     const auto turn = platform_->mainLoop.runOneTurn(RunLoopMode::defaultMode);
@@ -99,7 +102,6 @@ SimpleAction KQRWAppUpdater::simpleCurrentAction() const {
 
 void KQRWAppUpdater::startInstall() {
   if (detachNewThread(&KQRWAppUpdater::_performInstallThread)) return;
-  state_.explain("noThread", "the system cannot start another thread");
   setCurrentAction(JobAction::failed);
   ++unreportedEnds_;
   postToMainThread(&KQRWAppUpdater::onStopInstall);
@@ -113,7 +115,7 @@ void KQRWAppUpdater::_performInstallThread() {
   postToMainThread(&KQRWAppUpdater::onStopInstall);
 }
 
-// Main thread. Intentional: every action but `failed` counts as success, also an unfinished one.
+// Main thread. Intentional: every step except `failed` counts as success, even an intermediate one.
 void KQRWAppUpdater::onStopInstall() {
   --unreportedEnds_;
   if (state_.stopAction || currentAction() == JobAction::failed) return notifyAppInstallerDidFail();
@@ -121,12 +123,14 @@ void KQRWAppUpdater::onStopInstall() {
 }
 
 bool KQRWAppUpdater::detachNewThread(Step body) {
-  return platform_->threads.detachNewThread(
-      [platform = platform_, job = shared_from_this(), body]() mutable {
-        ((*job).*body)();
-        // The job must not be destroyed on this thread.
-        platform->mainLoop.post([last = std::move(job)] {});
-      });
+  auto thread = [platform = platform_, job = shared_from_this(), body]() mutable {
+    ((*job).*body)();
+    // If this is the last reference, the job is destroyed on the main thread.
+    platform->mainLoop.post([last = std::move(job)] {});
+  };
+  if (platform_->threads.detachNewThread(std::move(thread))) return true;
+  state_.explain("noThread", "the system cannot start another thread");
+  return false;
 }
 
 void KQRWAppUpdater::postToMainThread(Step call) {

@@ -22,63 +22,72 @@ class KQHelperTask;
 struct Platform;
 
 /// One update job: coordinates the download and the installation of an application's update, and
-/// reports their progress and end to its delegate.
+/// reports progress and end to its delegate.
 ///
-/// `start` and `cancel` are called on the main thread, where the delegate receives every event. The
-/// download and the installation have a thread each. Each thread holds the job and hands its
-/// reference to the main thread at its end, so the job is destroyed there. A job may report its end
-/// twice, and may be started again while it runs: two downloads or installations then share its
-/// state; the result is of no use, but nothing is corrupted.
+/// Main thread, except where a method says otherwise; the delegate receives all events there. The
+/// download and the installation each run on a thread of their own. These threads hold a reference
+/// to the job and pass it to the main thread when they end, so that the job is destroyed there.
+///
+/// A job may report its end twice. It may also be started again while it runs: two downloads or
+/// installations then share its state. That is memory-safe, but its result is undefined.
 class KQRWAppUpdater : public NotificationTarget,
                        public std::enable_shared_from_this<KQRWAppUpdater>,
                        private UpdateDownload::Mediator,
                        private UpdateInstallation::Mediator {
  public:
-  /// `initWithApplicationItem:`. Makes a job for the application of this record.
+  /// Creates a job for the application of this record (`initWithApplicationItem:`).
   KQRWAppUpdater(std::shared_ptr<const Platform> platform, const Dictionary& item);
   ~KQRWAppUpdater() override;
 
-  /// Both before `start`. Without a root task, files are replaced with the rights of this process.
+  /// Sets the receiver of the events, which the job does not keep alive. Call before `start`.
   void setDelegate(std::weak_ptr<KQRWAppInstallerDelegate> delegate);
+  /// Sets the helper that replaces files and runs packages. Without one, files are replaced with
+  /// the rights of this process and packages are not run. Call before `start`.
   void setRootTask(std::shared_ptr<KQHelperTask> rootTask);
 
-  /// Starts the job. It may have reported its end when this returns.
+  /// Starts the job. The job may report its end before this returns.
   void start();
 
-  /// Ends the job at the next point where that is safe. A running installation first completes its
-  /// current step; until then the main loop is served here. The job has reported its end when this
-  /// returns; a download may still be waiting for the network.
+  /// Cancels the job. A running installation first completes its current step; until then this runs
+  /// the main loop, so other calls may come in between. The job has reported its end when this
+  /// returns, even if its download thread is still waiting for the network.
   void cancel();
 
-  /// Calls `handler` with the verdict: at once, or, for a page that is being opened, when it is
-  /// known whether it opened. Main thread.
+  /// Calls `handler` with the verdict: immediately, or, if a page is being opened, when it is known
+  /// whether it was opened. Call after the job has ended.
   void whenVerdictIsKnown(std::function<void(const JobVerdict&)> handler);
 
-  // Any thread.
+  // Any thread:
 
+  /// Returns the id of the application's record.
   const std::optional<std::string>& originalAppItemID() const { return item_.originalAppItemID; }
-  /// The job's action for its record; `failed` for a cancelled job, whatever its action.
+  /// Returns the step for the record; `failed` if the job is cancelled, whatever its step is.
   SimpleAction simpleCurrentAction() const;
+  /// Returns the step in detail.
   JobAction currentAction() const { return state_.currentAction; }
-  /// Expected length of the download in bytes: 0 before the response, -1 if it is unknown.
+  /// Returns the expected length of the download in bytes: 0 before the response, -1 if unknown.
   int64_t totalBytes() const { return state_.totalBytes; }
+  /// Returns the number of bytes received so far.
   int64_t receivedBytes() const { return state_.receivedBytes; }
-  /// The downloaded file, and where the installation takes its files from.
+  /// Returns the full path of the downloaded file; absent if there is none.
   std::optional<std::string> downloadPath() const { return state_.downloadPath.get(); }
+  /// Returns the full path of the files that the installation uses; absent if there are none.
   std::optional<std::string> resourcesPath() const { return state_.resourcesPath.get(); }
 
-  /// Does nothing: the notices of a job have no buttons with an action.
+  /// Does nothing: no button of a job's notices has an action.
   void performAction(std::string_view) override {}
 
  protected:
   using Step = void (KQRWAppUpdater::*)();
 
-  /// The whole installation, on its thread.
+  /// Runs the installation. Installation thread.
   virtual void performInstall() { installation_.performInstall(); }
 
   const std::shared_ptr<const Platform>& platform() const { return platform_; }
-  /// Runs a step on a new thread, or in a later turn of the main loop; the job lives until then.
+  /// Runs `body` on a new thread and keeps the job alive until it has returned. Returns false and
+  /// explains it in the result if the system cannot start another thread. Any thread.
   bool detachNewThread(Step body);
+  /// Runs `call` in a later turn of the main loop and keeps the job alive until then. Any thread.
   void postToMainThread(Step call);
 
  private:
@@ -91,7 +100,7 @@ class KQRWAppUpdater : public NotificationTarget,
   void notifyAppInstallerDidFinishSuccessfully();
   void notifyAppInstallerDidFail();
 
-  // The mediators of the steps.
+  // For the steps; any thread.
   void setCurrentAction(JobAction action) override;
   void updateStatus() override;
   HostNotification warning(std::string text) override;
@@ -106,11 +115,11 @@ class KQRWAppUpdater : public NotificationTarget,
   JobState state_;
   UpdateDownload download_;          // depends-on: platform_, item_, state_
   UpdateInstallation installation_;  // depends-on: platform_, item_, state_
-  // Installations that have ended or are about to, and whose end is not reported yet. Raised before
-  // `installRunning` is cleared: `cancel` waits for both.
+  // The number of ended installations whose end is not reported yet. Incremented before
+  // `installRunning` is cleared, because `cancel` waits for both.
   std::atomic<int> unreportedEnds_ = 0;
 
-  // Main thread.
+  // Main thread:
   bool pageIsOpening_ = false;
   std::function<void(const JobVerdict&)> verdictHandler_;
 };

@@ -14,7 +14,8 @@ std::optional<std::string> newApplicationAmong(Bundles& bundles,
   std::optional<std::string> fallback;
   for (const std::string& path : candidates) {
     const std::shared_ptr<const Bundle> bundle = bundles.threadSafeBundleWithPath(path);
-    // An identifier that is absent on both sides is no match.
+    // Absent identifiers do not match each other. Intentional: the match need not be an
+    // application.
     if (bundle && bundle->bundleIdentifier && bundle->bundleIdentifier == sought.bundleIdentifier) {
       return path;
     }

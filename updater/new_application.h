@@ -9,23 +9,24 @@ namespace revwarden {
 
 class Bundles;
 
-/// What tells the new version of an application apart among the files of its update.
+/// How to recognise the new version of an application in the files of its update.
 struct SoughtApplication {
   std::optional<std::string> bundleIdentifier;
   std::string name;
 };
 
-/// The candidate that is the application sought: the first with its bundle identifier; else the
-/// last whose bundle has its name; else the first whose file is called so. Whether it is an
-/// application at all is not judged here. Candidates are full paths.
+/// Returns the candidate that is the application: the first one with its bundle identifier, else
+/// the last one whose bundle has its name, else the first one whose file has that name and the
+/// extension "app". Candidates are full paths. The result may be something else than an application
+/// bundle.
 std::optional<std::string> newApplicationAmong(Bundles& bundles,
                                                const std::vector<std::string>& candidates,
                                                const SoughtApplication& sought);
 
-/// The first candidate that is an installer package by its extension.
+/// Returns the first candidate with the extension of an installer package.
 std::optional<std::string> packageAmong(const std::vector<std::string>& candidates);
 
-/// Whether the extension of a path or of a link names an installer package (pkg, mpkg).
+/// Returns true if a path or a link has the extension of an installer package, such as pkg or mpkg.
 bool hasPackageExtension(std::string_view path);
 
 }  // namespace revwarden

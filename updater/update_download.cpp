@@ -17,7 +17,7 @@ namespace {
 
 constexpr double kProgressInterval = 0.04;  // seconds
 
-// Intentional: the comparison is case-sensitive, and "zip" may stand anywhere in the type.
+// Intentional: case-sensitive, and "zip" may be anywhere in the type.
 bool isAcceptedType(std::string_view mimeType) {
   return mimeType.find("zip") != mimeType.npos || mimeType == "application/octet-stream" ||
          mimeType == "application/x-apple-diskimage";
@@ -34,8 +34,10 @@ std::string fullText(const URLDownloadError& error) {
 
 void UpdateDownload::performDownload() {
   const auto download = platform_.downloads.beginDownload(*item_.targetDownloadUrl, *this);
-  // Intentional: a cancellation before this line is lost here; the first response checks for it.
+  // Intentional: this loses an earlier cancellation. The first response checks `stopAction` for it.
   state_.downloadCanceled = false;
+  // The flag is read between turns, so the event that ends the loop is still delivered: a cancelled
+  // download that fails empties the queue.
   while (!state_.downloadCanceled && download->runOneTurn()) {
   }
 }
@@ -56,7 +58,8 @@ void UpdateDownload::download_didReceiveResponse(const URLDownloadResponse& resp
   state_.receivedBytes = 0;
 }
 
-// Content that cannot be installed is most likely the vendor's page, which the browser can show.
+// Content that cannot be installed is probably the vendor's page. Intentional: opening it counts as
+// success. The link is opened, not the URL it was redirected to.
 void UpdateDownload::openRefusedContent(const std::string& mimeType) {
   const std::string& url = *item_.targetDownloadUrl;
   stopDownload();
@@ -104,7 +107,7 @@ void UpdateDownload::downloadDidFinish() {
 void UpdateDownload::download_didFailWithError(const URLDownloadError& error) {
   state_.explain(error.code, fullText(error));
   stopDownload();
-  // Intentional: cleared before the notice is made, which so always reads as a failed connection.
+  // Intentional: clears `downloadDidStart`, so the notice always says that there is no connection.
   clearDownloadState();
   platform_.host.showNotification(downloadDidFailNotificationWithError(error));
   job_.failedAndStoppedQueueAndWait();

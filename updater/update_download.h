@@ -11,18 +11,22 @@ namespace revwarden {
 
 struct Platform;
 
-/// The download of an update job, on a thread of its own: fetches the file, judges the response,
-/// counts progress and hands over to the installation.
+/// The download of an update job: checks the response, fetches the file, counts progress and then
+/// starts the installation. Runs on its own thread, which also receives the download's events.
 class UpdateDownload final : private URLDownloadDelegate {
  public:
-  /// What the download needs of its job.
   class Mediator {
    public:
+    /// Sets the step of the job and reports the status.
     virtual void setCurrentAction(JobAction action) = 0;
+    /// Posts a status report to the delegate.
     virtual void updateStatus() = 0;
+    /// Returns a new warning notice with this text.
     virtual HostNotification warning(std::string text) = 0;
+    /// Starts the installation thread.
     virtual void startInstall() = 0;
-    /// Each reports to the delegate on the main thread and waits for that.
+    /// Send `appInstaller_didFinishSuccessfully` or `appInstallerFailedAndStoppedQueue` to the
+    /// delegate on the main thread and wait until it has returned.
     virtual void didFinishAndWait(bool successfully) = 0;
     virtual void failedAndStoppedQueueAndWait() = 0;
 
@@ -33,19 +37,21 @@ class UpdateDownload final : private URLDownloadDelegate {
   UpdateDownload(const Platform& platform, const JobItem& item, JobState& state, Mediator& job)
       : platform_(platform), item_(item), state_(state), job_(job) {}
 
-  /// Downloads and returns at the end or after `stopDownload`. The job must have a link.
+  /// Downloads the file. Returns when the download has ended, or at its next event after
+  /// `stopDownload`. The job must have a link. Download thread.
   void performDownload();
 
-  /// Ends the download at its next event. Any thread.
+  /// Makes `performDownload` return after the next event. Any thread.
   void stopDownload() { state_.downloadCanceled = true; }
 
-  /// Forgets the downloaded file and the counts, without a status report. Any thread.
+  /// Clears the path of the downloaded file and the counts, without a status report. Any thread.
   void clearDownloadState();
 
-  /// Deletes the downloaded file and forgets it.
+  /// Deletes the downloaded file and clears its path and the counts. Any thread.
   void clearDownload();
 
-  /// Returns the notice for a failed download and sets the action that fits it.
+  /// Returns the notice for a failed download and sets the step of the job accordingly. Download
+  /// thread.
   HostNotification downloadDidFailNotificationWithError(const URLDownloadError& error);
 
  private:
@@ -62,11 +68,11 @@ class UpdateDownload final : private URLDownloadDelegate {
   const JobItem& item_;
   JobState& state_;
   Mediator& job_;
-  std::atomic<double> statusUpdateTime_ = 0;  // of the last progress report, seconds since 1970
+  std::atomic<double> statusUpdateTime_ = 0;  // last progress report, in seconds since 1970
 };
 
-/// Removes the file or folder at `path`, if there is one, and logs `failureFormat` with the path if
-/// that fails.
+/// Deletes the file or folder at `path`, if it is not absent. If that fails, logs `failureFormat`
+/// with the path as its argument.
 void removeItem(const Platform& platform, const std::optional<std::string>& path,
                 std::string_view failureFormat);
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "catalogue/update_methods.h"
+#include "catalogue/version_info_keys.h"
 #include "platform/bundle.h"
 #include "platform/child_process.h"
 #include "platform/file_operations.h"
@@ -30,7 +30,7 @@ std::string nameOf(const std::string& path) {
   return std::string(lastPathComponent(path));
 }
 
-// The names at the top of a folder, for a message: the first few.
+// Returns the first few names of these paths, for a message.
 std::string listed(const std::vector<std::string>& paths) {
   constexpr size_t kShown = 5;
   std::string names;
@@ -49,6 +49,7 @@ UpdateInstallation::UpdateInstallation(std::shared_ptr<const Platform> platform,
 void UpdateInstallation::performInstall() {
   state_.resourcesPath.set(std::nullopt);
   const std::optional<std::string> download = state_.downloadPath.get();
+  // Intentional: this method does not check `stopAction`.
   if (item_.updateMethod == kKQRWUpdateMethodDownloadAndReveal) return revealDownload();
   if (state_.stopAction) return;
   const std::optional<std::string> unpacked = unzipTarget(download);
@@ -56,22 +57,30 @@ void UpdateInstallation::performInstall() {
   const std::optional<std::string> imagePath = unpacked ? imageIn(*unpacked) : download;
   if (state_.stopAction) return;
   if (item_.updateMethod == kKQRWUpdateMethodDownloadAndMount) return mountForUser(imagePath);
+  installFrom(imagePath, unpacked ? unpacked : download);
+}
 
+// `files` is the unpacked folder, or the download if it is not an archive. They are used if the
+// image cannot be attached.
+void UpdateInstallation::installFrom(const std::optional<std::string>& imagePath,
+                                     const std::optional<std::string>& files) {
   job_.setCurrentAction(JobAction::mounting);
   const Result<std::string> mounted = attachDiskImage(*platform_, imagePath, ImageShows::nowhere);
   if (state_.stopAction) return;
-  state_.resourcesPath.set(mounted ? *mounted : unpacked ? unpacked : download);
-  const std::optional<std::string> resources = state_.resourcesPath.get();
+  const std::optional<std::string> resources = mounted ? *mounted : files;
+  state_.resourcesPath.set(resources);
   const std::optional<std::string> pathToLaunch =
       updateAppFromResourcePathReturningPathToLaunch(resources);
   if (state_.currentAction == JobAction::failed && resources) {
-    explainMissingApplication(*resources, mounted || unpacked ? "" : mounted.error().message);
+    const bool isNoImage = !mounted && resources == imagePath;
+    explainMissingApplication(*resources, isNoImage ? mounted.error().message : "");
   }
   if (state_.stopAction) return;  // Intentional: the image stays attached.
   if (mounted) {
     finishUpdateWithMountPoint_mountPath_andPathToLaunch(*mounted, imagePath, pathToLaunch);
   } else {
     // Intentional: a package in an archive is found, but not run, and the job counts as a success.
+    // Only a package that was downloaded as such is run.
     installPackageFile(resources);
     if (pathToLaunch) {
       state_.explain("nothingInstalled",
@@ -93,7 +102,7 @@ void UpdateInstallation::revealDownload() {
   job_.setCurrentAction(JobAction::done);
 }
 
-// Intentional: the delegate is told of success here and again when the installation has ended.
+// Intentional: reports success here, and again when the installation has ended.
 void UpdateInstallation::mountForUser(const std::optional<std::string>& imagePath) {
   const Result<std::string> mounted = attachDiskImage(*platform_, imagePath, ImageShows::opened);
   platform_->log.NSLog(
@@ -113,11 +122,13 @@ void UpdateInstallation::mountForUser(const std::optional<std::string>& imagePat
 std::optional<std::string> UpdateInstallation::unzipTarget(const std::optional<std::string>& path) {
   job_.setCurrentAction(JobAction::unpacking);
   if (!path) return std::nullopt;
+  // Intentional: files that an earlier run left in this folder take part in the search.
   const std::string target = std::string(deletingPathExtension(*path)) + ".unpacked";
   ChildProcess unzip;
   unzip.program = "/usr/bin/unzip";
   unzip.arguments = {"-q", "-o", *path, "-d", target};
   const std::optional<ChildProcesses::Completion> ran = platform_->children.run(unzip);
+  // Intentional: warnings (status 1) count as failure. Images and packages always fail here.
   if (ran && ran->exitStatus == 0) return target;
   if (ran && ran->exitStatus == kUnzipDiskFull) {
     state_.explain("noSpace", "no space left to unpack " + nameOf(*path));
@@ -126,7 +137,7 @@ std::optional<std::string> UpdateInstallation::unzipTarget(const std::optional<s
   return std::nullopt;
 }
 
-// Returns full paths. Names that are not UTF-8 cannot be reported or stored and are left out.
+// Returns full paths. Omits names that are not UTF-8, because they cannot be reported or saved.
 std::vector<std::string> UpdateInstallation::contentsOf(const std::string& folder) const {
   std::vector<std::string> paths;
   for (const std::string& name : platform_->fileOperations.contentsOfDirectoryAtPath(folder)) {
@@ -158,6 +169,7 @@ std::optional<std::string> UpdateInstallation::updateAppFromResourcePathReturnin
     replaceApplicationWith(*application);
     return std::nullopt;
   }
+  // Intentional: if there is a package, the step stays `searching`, which counts as success.
   std::optional<std::string> package = packageAmong(candidates);
   if (!package) job_.setCurrentAction(JobAction::failed);
   return package;
@@ -230,7 +242,7 @@ void UpdateInstallation::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
   const Result<std::string> shown =
       attachDiskImage(*platform_, imagePath, ImageShows::amongVolumes);
   if (!pathToLaunch) {
-    // Intentional: the image is attached twice; this time its window opens.
+    // Intentional: attaches the image again, this time with a window for the user.
     (void)attachDiskImage(*platform_, imagePath, ImageShows::opened);
     return job_.setCurrentAction(JobAction::failed);
   }
@@ -244,7 +256,8 @@ void UpdateInstallation::finishUpdateWithMountPoint_mountPath_andPathToLaunch(
   if (shown) platform_->workspace.openURL(fileURLWithPath(*shown));
 }
 
-// Intentional: the action is stored without a report, so the record keeps the one before.
+// Does nothing without administrator rights or if the path is not a package. Intentional: sets the
+// step without a status report, so the record keeps the previous one.
 void UpdateInstallation::installPackageFile(const std::optional<std::string>& path) {
   if (!state_.rootTask || !path || !hasPackageExtension(*path)) return;
   const std::string script = platform_->bundles.pathForPluginResource("installPkg").value_or("");

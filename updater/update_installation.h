@@ -11,15 +11,16 @@ namespace revwarden {
 
 struct Platform;
 
-/// The installation of an update job, on a thread of its own: unpacks or attaches the download,
-/// finds the new application in it and replaces the installed one, runs a package, or hands the
-/// download over to the user. Unpacked and mounted files stay where they are after a failure.
+/// The installation of an update job: unpacks or attaches the download, finds the new application
+/// in it and replaces the installed one, runs a package, or hands the download over to the user.
+/// Leaves the download and the unpacked files on disk. Runs on its own thread.
 class UpdateInstallation {
  public:
-  /// What the installation needs of its job.
   class Mediator {
    public:
+    /// Sets the step of the job and reports the status.
     virtual void setCurrentAction(JobAction action) = 0;
+    /// Returns a new warning notice with this text.
     virtual HostNotification warning(std::string text) = 0;
     /// Reports success to the delegate in a later turn of the main loop.
     virtual void postDidFinishSuccessfully() = 0;
@@ -31,14 +32,16 @@ class UpdateInstallation {
   UpdateInstallation(std::shared_ptr<const Platform> platform, const JobItem& item, JobState& state,
                      Mediator& job);
 
-  /// Installs the download and returns at the end, or at the next check point after the job was
-  /// cancelled. The action and the result in the state say what was done.
+  /// Installs the download. Returns early, after the current step, if the job is cancelled. The
+  /// step and the result in the state say what was done.
   void performInstall();
 
-  /// Deletes the unpacked or mounted files and forgets them.
+  /// Deletes the files that the installation used and clears their path.
   void clearResources();
 
  private:
+  void installFrom(const std::optional<std::string>& imagePath,
+                   const std::optional<std::string>& files);
   void revealDownload();
   void mountForUser(const std::optional<std::string>& imagePath);
   std::optional<std::string> unzipTarget(const std::optional<std::string>& path);

@@ -2,8 +2,7 @@
 
 #include <semaphore>
 
-#include "check/update_answer.h"
-#include "check/update_request.h"
+#include "check/update_protocol.h"
 #include "tests/core/agent_fixture.h"
 
 namespace revwarden {

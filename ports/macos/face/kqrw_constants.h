@@ -5,7 +5,7 @@
 #import "ports/macos/face/kqrw_export.h"
 
 // Constants that the agent shares with the host's user interface. They are documented in
-// catalogue/record_keys.h, catalogue/version_info_keys.h and catalogue/update_methods.h.
+// catalogue/record_keys.h and catalogue/version_info_keys.h.
 
 #ifdef __cplusplus
 extern "C" {

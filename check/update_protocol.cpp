@@ -1,9 +1,11 @@
-#include "check/update_request.h"
+#include "check/update_protocol.h"
 
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "catalogue/record_keys.h"
 #include "platform/bundle.h"
 #include "platform/platform.h"
@@ -23,6 +25,22 @@ std::optional<std::string> hostVersion(Bundles& bundles) {
   if (!host || !host->shortVersionString) return std::nullopt;
   const std::string* text = host->shortVersionString->as<std::string>();
   return text ? std::optional(*text) : std::nullopt;
+}
+
+Dictionary convertedItem(XmlElement& item) {
+  DictionaryBuilder fields;
+  fields.reserve(item.children.size());
+  for (XmlElement& field : item.children) {
+    // Avoids a copy for fields without children, which is nearly all.
+    std::string text = field.children.empty() ? std::move(field.text) : field.stringValue();
+    // Intentional: tested before trimming, so a field of spaces is stored as "", and an empty field
+    // neither is stored nor replaces an earlier one of the same name.
+    if (text.empty()) continue;
+    const std::string_view trimmed = trimmingSpaces(text);  // keeps line breaks
+    if (trimmed.size() != text.size()) text = std::string(trimmed);
+    fields.set(std::move(field.name), std::move(text));
+  }
+  return fields.build();
 }
 
 }  // namespace
@@ -56,6 +74,16 @@ XmlElement requestItem(const Dictionary& record, bool mandatory) {
   appendChild(item, "bundleId", record.stringFor(kKQRWBundleIdKey));
   if (mandatory) appendChild(item, "mandatory", nullptr);
   return item;
+}
+
+std::vector<Dictionary> convertedArrayFromResponse(XmlElement* root) {
+  std::vector<Dictionary> answers;
+  if (!root || root->name != kResponseRoot) return answers;
+  answers.reserve(root->children.size());
+  for (XmlElement& child : root->children) {
+    if (child.name == "item") answers.push_back(convertedItem(child));
+  }
+  return answers;
 }
 
 }  // namespace revwarden
