@@ -7,8 +7,8 @@
 
 namespace revwarden {
 
-/// Stands for a delegate without keeping it alive: passes every event on, and drops them when the
-/// delegate is gone or there never was one. Any thread.
+/// Forwards every event to a delegate without keeping it alive. Drops the events if there is no
+/// delegate or it is destroyed. Any thread.
 class KQWeakProxy final : public KQRWAgentDelegate {
  public:
   explicit KQWeakProxy(std::weak_ptr<KQRWAgentDelegate> object) : object_(std::move(object)) {}

@@ -10,8 +10,7 @@
 namespace revwarden {
 namespace {
 
-// For what outlives the agent: somebody who got the delegate's proxy from `delegate` may be using
-// it still, and the rights of a job that runs are not taken from it.
+// Keeps an object until the process ends.
 void keepForGood(std::shared_ptr<void> object) {
   static std::mutex& mutex = *new std::mutex;
   static auto& kept = *new std::vector<std::shared_ptr<void>>;
@@ -44,12 +43,15 @@ PrincipalAgent::~PrincipalAgent() {
   wake_.reset();
   schedule_.dropTimer();
   settings_.setLastFireDate(std::nullopt);
+  // Intentional: a caller of `delegate` may still use the proxy, and a running job the rights.
   keepForGood(delegate_.get());
   keepForGood(queue_.rootTask());
 }
 
 void PrincipalAgent::start() {
   settings_.loadPrefs();
+  // Intentional: refreshes at every start, however recent the last check is, and before the host
+  // can set a delegate. The first event is lost.
   refresh_.startUpdateApplicationsList();
   wake_ = platform_->wake.observeDidWake([this] { schedule_.scheduleNextUpdate(); });
 }
@@ -58,6 +60,7 @@ void PrincipalAgent::setDelegate(std::shared_ptr<KQRWAgentDelegate> delegate) {
   delegate_.set(std::make_shared<KQWeakProxy>(delegate));
 }
 
+// Intentional: saves and sends the event even if nothing changed or the id is unknown.
 void PrincipalAgent::setStarred_forItemWithId(bool starred, std::string_view id) {
   catalogue_.setObjectThreadSave_forKey_forItemWithID(starred, kKQRWIsFavouriteKey, id);
   settings_.savePrefs();

@@ -25,8 +25,8 @@ namespace revwarden {
 
 struct Platform;
 
-/// The agent behind `KQRWAgent`: owns the components and lets them reach each other. Nearly every
-/// operation is a component's.
+/// The implementation of `KQRWAgent`: owns the components, connects them as their mediator, and
+/// forwards most operations to one of them.
 class PrincipalAgent final : public KQRWAgent,
                              public NotificationTarget,
                              public std::enable_shared_from_this<PrincipalAgent>,
@@ -38,11 +38,12 @@ class PrincipalAgent final : public KQRWAgent,
                              private NewUpdatesNotice::Mediator,
                              private InstallQueue::Mediator {
  public:
-  /// Loads the settings, starts the first refresh and begins to listen for wakes. Main thread; the
-  /// agent must be destroyed there too.
+  /// Creates the agent: loads the settings, starts the first refresh and observes wakes. Main
+  /// thread; release the last reference there, too.
   static std::shared_ptr<PrincipalAgent> create(std::shared_ptr<const Platform> platform);
   ~PrincipalAgent() override;
 
+  // KQRWAgent
   void setDelegate(std::shared_ptr<KQRWAgentDelegate> delegate) override;
   std::shared_ptr<KQRWAgentDelegate> delegate() const override { return delegate_.get(); }
 
@@ -93,12 +94,15 @@ class PrincipalAgent final : public KQRWAgent,
   int64_t totalUpdatesCount() const override { return settings_.totalUpdatesCount(); }
 
   void openRevwarden() override;
+
+  /// Performs "openRevwarden", the action of the agent's notices.
   void performAction(std::string_view selector) override;
 
  private:
   explicit PrincipalAgent(std::shared_ptr<const Platform> platform);
   void start();
 
+  // The mediators of the components.
   std::shared_ptr<void> agentReference() override { return shared_from_this(); }
   std::weak_ptr<void> weakAgentReference() override { return weak_from_this(); }
   std::shared_ptr<NotificationTarget> notificationTarget() override { return shared_from_this(); }

@@ -51,24 +51,25 @@ void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
   const auto kept = mediator_.weakAgentReference().lock();
   std::vector<Dictionary> changed;
   rootTaskAvailable_ = true;
+  // Intentional: in catalogue order, and even if a record has no offer or is on the black list.
   for (const LiveRecordRef& record : catalogue_.itemsSnapshot()) {
     Dictionary item = record->contents();
     if (!contains(ids, item.stringFor(kKQRWIDKey))) continue;
-    // Intentional: the list holds the record as it was queued, even if its job has ended since.
+    // Intentional: the list has the record as it was queued, even if its job has ended since.
     if (addItemToInstallQueue(item)) changed.push_back(std::move(item));
   }
   sendDidChangeStatus(changed);
   for (const auto& [item, error] : std::exchange(refused_, {})) ledger_.refuse(item, error);
 }
 
-// From the last job to the first, so that the end of the running one starts none that this request
-// is about to remove.
+// Goes from the last job to the first, so that the end of the running job does not start a job that
+// this request also cancels.
 void InstallQueue::cancelUpdateItemWithIDs(const std::vector<std::string>& ids) {
   const auto kept = mediator_.weakAgentReference().lock();
   std::vector<Dictionary> changed;
   std::vector<Job> cancelled;
   for (size_t index = installersQueue_.size(); index-- > 0;) {
-    if (index >= installersQueue_.size()) continue;
+    if (index >= installersQueue_.size()) continue;  // a nested request removed jobs
     const Job job = installersQueue_[index];
     const std::optional<std::string>& id = job->originalAppItemID();
     if (!id || !contains(ids, &*id)) continue;
@@ -78,7 +79,7 @@ void InstallQueue::cancelUpdateItemWithIDs(const std::vector<std::string>& ids) 
     cancelled.push_back(job);
   }
   sendDidChangeStatus(changed);
-  // A job that was running has reported its own end.
+  // The running job has already reported its outcome; this has no effect on it.
   for (const Job& job : cancelled) ledger_.close(*job, cancelledByUser());
 }
 
@@ -106,7 +107,7 @@ bool InstallQueue::addItemToInstallQueue(Dictionary& item) {
   ledger_.open(job, item);
   if (installersQueue_.size() == 1) {
     sendDidStartQueue();
-    job->start();
+    job->start();  // may end the job and so empty the queue
   }
   return true;
 }
@@ -133,7 +134,7 @@ bool InstallQueue::needsRights(const Dictionary& item) const {
   return !platform_->files.isMovableFileAtPath(path) || itemNeedToBeUpdatedThroughPkgFile(item);
 }
 
-// Returns why there are no rights; absent if they were granted. One prompt for each request.
+// Asks the user at most once in each request. Returns why the rights were refused, if they were.
 std::optional<Error> InstallQueue::askForRights() {
   if (!rootTaskAvailable_) return rightsRefusal_;
   const std::string format = platform_->localization.KQLocalizedString(
@@ -150,11 +151,12 @@ bool InstallQueue::removeItemFromInstallQueue(Dictionary& item) {
   const auto found = jobFor(item);
   if (found == installersQueue_.end()) return false;
   if (found == installersQueue_.begin()) {
-    const Job running = *found;  // its end takes it out of the queue
+    const Job running = *found;  // the report of its end removes it from the queue
     running->cancel();
   } else {
     installersQueue_.erase(found);
   }
+  // Intentional: `item` is the record before the cancellation, so this overwrites later changes.
   item = item.with(kKQRWInstallerIsInQueueKey, false);
   catalogue_.updateItem(item);
   return true;
@@ -165,12 +167,14 @@ void InstallQueue::appInstallerDidStart(KQRWAppUpdater& job) {
   const std::optional<Dictionary> known = itemOf(job);
   if (!known) return;
   const Dictionary item = withAction(*known, job);
-  // The delegate hears of it before the catalogue does.
+  // Intentional: sends the event before the catalogue has the new step.
   if (const auto delegate = mediator_.delegate())
     delegate->agent_didStartUpdateItem(mediator_.agent(), item);
   catalogue_.updateItem(item);
 }
 
+// Intentional: does not check that the job is still queued. The status of a job that ends inside
+// `start` or `cancel` arrives after its end.
 void InstallQueue::appInstallerDidUpdateStatus(KQRWAppUpdater& job) {
   const std::optional<Dictionary> known = itemOf(job);
   if (!known) return;
@@ -198,13 +202,17 @@ void InstallQueue::appInstaller_didFinishSuccessfully(KQRWAppUpdater& job, bool 
   } else {
     startHead();
   }
-  // The next job may be over by now; only then does this one's application get its turn.
+  // Intentional: after the start of the next job. If that job has already ended, the validation of
+  // its application is running and this one is skipped.
   revalidateItemOf(job);
+  // Intentional: a success of which the outcome says otherwise counts, too.
   if (successfully) settings_.countInstalledUpdate();
   logOutcome(item.value_or(Dictionary()), successfully);
 }
 
-// Unlike at the end of a run, the rights are kept for the next one, and no job hears of it.
+// Intentional: unlike the normal end, this keeps the administrator rights for the next run, sends
+// no event for single jobs, logs and counts nothing, and validates only the failed job's
+// application.
 void InstallQueue::appInstallerFailedAndStoppedQueue(KQRWAppUpdater& job) {
   const std::shared_ptr<KQRWAppUpdater> kept = job.shared_from_this();
   platform_->log.NSLog("!!!!! QUEUE INTERRUPTED !!!!!!");
@@ -219,7 +227,7 @@ void InstallQueue::appInstallerFailedAndStoppedQueue(KQRWAppUpdater& job) {
   const JobVerdict verdict = droppedFromQueue(
       itemOf(job).value_or(Dictionary()).textFor(kKQRWApplicationNameKey).value_or(""));
   for (const Job& one : dropped) {
-    // A job that is running although another one's download failed ends by itself.
+    // A job that already runs, because the failed one had reported its end before, ends by itself.
     if (!ledger_.isStarted(*one)) ledger_.close(*one, verdict);
   }
   revalidateItemOf(job);
@@ -259,7 +267,7 @@ void InstallQueue::revalidateItemOf(const KQRWAppUpdater& job) {
   if (const auto& id = job.originalAppItemID()) mediator_.startUpdateInfoForItemsWithIDs({*id});
 }
 
-// Names the version that the user was told of, not the one on offer.
+// Intentional: names the version that was announced to the user, not the one in the offer.
 void InstallQueue::logOutcome(const Dictionary& item, bool successfully) {
   platform_->log.KQLog(successfully ? "%@ was updated from %@ to %@ version successfully."
                                     : "Update of %@ from %@ to %@ version was failed.",
@@ -280,6 +288,7 @@ void InstallQueue::sendDidStopQueue() {
   if (const auto delegate = mediator_.delegate()) delegate->didStopQueueInAgent(mediator_.agent());
 }
 
+// Uses the link as it is stored: with a line break at its end it is not a package.
 bool itemNeedToBeUpdatedThroughPkgFile(const Dictionary& item) {
   const auto offer = item.dictionaryFor(kKQRWAvailableVersionInfoKey);
   const std::string* link = offer ? offer->stringFor(kKQRWIDownloadLinkKey) : nullptr;

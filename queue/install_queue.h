@@ -19,22 +19,25 @@ class KQHelperTask;
 class KQRWAppUpdater;
 struct Platform;
 
-/// The install queue: turns requests into update jobs, runs them one at a time and mirrors what
-/// they do into the records of their applications.
+/// The install queue: creates a job for each requested update, runs the jobs one at a time and
+/// copies their state into the records of their applications.
 ///
 /// Main thread unless an operation says otherwise. Callbacks may re-enter: starting or cancelling a
-/// job may end it, and every event may change the queue, so re-read the queue after each call. A
-/// second report of a job's end is handled like the first, and a status that arrives after the end
-/// like any other; only its outcome is reported once.
+/// job may end it, and each event may change the queue, so re-read the queue after each call.
+/// Intentional: a second report of a job's end is handled like the first, and a status that arrives
+/// after the end like any other. Only the outcome is reported once.
 class InstallQueue final : private KQRWAppInstallerDelegate {
  public:
   class Mediator {
    public:
+    /// Returns the agent, as the sender of events.
     virtual KQRWAgent& agent() = 0;
-    /// Receives the events; nullptr drops them.
+    /// Returns the receiver of events; nullptr if there is none.
     virtual std::shared_ptr<KQRWAgentDelegate> delegate() const = 0;
-    /// Expires with the agent; held while a request runs, in which the host may let it go.
+    /// Returns a reference that expires with the agent. The queue locks it during a request,
+    /// because the host may release the agent in an event.
     virtual std::weak_ptr<void> weakAgentReference() = 0;
+    /// Starts a validation pass for these records.
     virtual void startUpdateInfoForItemsWithIDs(const std::vector<std::string>& ids) = 0;
 
    protected:
@@ -45,19 +48,16 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
                AgentSettings& settings, Mediator& mediator);
   ~InstallQueue() override;
 
+  // The operations of the agent with the same names (agent/kqrw_agent.h).
   void startUpdateItemWithIDs(const std::vector<std::string>& ids);
   void cancelUpdateItemWithIDs(const std::vector<std::string>& ids);
-  /// Queues the first record at the host product's path, if there is one.
   void startUpdatePellmark();
-
   bool installerQueueIsInProgress() const { return !installersQueue_.empty(); }
-  /// The ids of the records with a request whose outcome is still to come. Any thread.
+  int64_t installerQueueCount() const { return static_cast<int64_t>(installersQueue_.size()); }
   std::vector<std::string> openJobIDs() const { return ledger_.openIDs(); }
-  /// Reports every open request as ended with the agent. Any thread.
   void reportOpenJobsAsEnded() { ledger_.closeAllAsAgentEnds(); }
 
-  int64_t installerQueueCount() const { return static_cast<int64_t>(installersQueue_.size()); }
-  /// The rights that jobs of this run share; nullptr until a job needs them.
+  /// Returns the helper with administrator rights that jobs share; nullptr if no job has needed it.
   const std::shared_ptr<KQHelperTask>& rootTask() const { return rootTask_; }
 
  private:
@@ -94,13 +94,13 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
   std::vector<Job> installersQueue_;  // the first one runs
   std::shared_ptr<KQHelperTask> rootTask_;
   JobLedger ledger_;  // depends-on: platform_
-  // Of the current request.
-  bool rootTaskAvailable_ = true;  // whether the user may still be asked
-  Error rightsRefusal_;            // why not
+  // State of the current request:
+  bool rootTaskAvailable_ = true;  // false once the user refused the rights
+  Error rightsRefusal_;            // the reason
   std::vector<std::pair<Dictionary, Error>> refused_;
 };
 
-/// Whether the update that is on offer for a record is an installer package, judged by its link.
+/// Returns true if the download link in a record has the extension of an installer package.
 bool itemNeedToBeUpdatedThroughPkgFile(const Dictionary& item);
 
 }  // namespace revwarden

@@ -12,7 +12,7 @@
 namespace revwarden {
 namespace {
 
-// A message may hold what a script wrote: line breaks become spaces.
+// Replaces line breaks and tabs by spaces. A message may contain the output of a script.
 std::string oneLine(std::string text) {
   for (char& c : text) {
     if (c == '\n' || c == '\r' || c == '\t') c = ' ';
@@ -35,7 +35,7 @@ void JobLedger::open(const Job& job, const Dictionary& item) {
   entries_.push_back({job, outcomeFor(item)});
 }
 
-// Only the main thread changes the entries, so it finds them without the lock.
+// Main thread. Needs no lock, because only the main thread changes the list.
 JobLedger::Entry* JobLedger::find(const KQRWAppUpdater& job) {
   const auto found =
       std::ranges::find_if(entries_, [&](const Entry& one) { return one.job.get() == &job; });
@@ -56,7 +56,7 @@ bool JobLedger::isStarted(const KQRWAppUpdater& job) {
   return entry && entry->outcome.started;
 }
 
-// Reads the disk: never called with the lock held by the main thread.
+// Reads the disk, so the main thread calls it without the lock.
 void JobLedger::complete(JobOutcome& outcome, const JobVerdict& verdict) const {
   outcome.to = installedVersion(platform_, outcome.path);
   if (!outcome.started) outcome.from = outcome.to;
@@ -74,7 +74,7 @@ void JobLedger::close(const KQRWAppUpdater& job, const JobVerdict& verdict) {
   if (!entry) return;
   JobOutcome outcome = entry->outcome;
   complete(outcome, verdict);
-  const Job kept = entry->job;  // destroyed after the lock is released
+  const Job kept = entry->job;  // may be the last reference: released after the lock
   const std::lock_guard lock(mutex_);
   std::erase_if(entries_, [&](const Entry& one) { return one.job == kept; });
   if (!agentEnds_) platform_.outcomes.jobEnded(outcome);

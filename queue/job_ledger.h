@@ -14,32 +14,34 @@ namespace revwarden {
 class KQRWAppUpdater;
 struct Platform;
 
-/// The requests for updates whose outcome is still to come. Reports each to the platform's receiver
-/// exactly once, however often a job reports its end. Main thread unless an operation says
-/// otherwise.
+/// Keeps the requests for updates that have no outcome yet, and reports one outcome for each to the
+/// platform's `OutcomeReceiver`, even if a job reports its end twice. Main thread unless an
+/// operation says otherwise.
 class JobLedger {
  public:
   using Job = std::shared_ptr<KQRWAppUpdater>;
 
   explicit JobLedger(const Platform& platform) : platform_(platform) {}
 
-  /// Opens a request that became a job.
+  /// Adds the request that became this job. `item` is its record.
   void open(const Job& job, const Dictionary& item);
 
-  /// Notes the time and the version that is installed, unless the job was started before.
+  /// Records the start time and the installed version, the first time a job starts.
   void didStart(const KQRWAppUpdater& job);
+  /// Returns true if the job has started and has no outcome yet.
   bool isStarted(const KQRWAppUpdater& job);
 
-  /// Reports the outcome of a job, unless that was reported before.
+  /// Reports the outcome of a job. Does nothing if it was reported before.
   void close(const KQRWAppUpdater& job, const JobVerdict& verdict);
 
-  /// Reports the outcome of a request that never became a job.
+  /// Reports the outcome of a request that did not become a job.
   void refuse(const Dictionary& item, const Error& error) const;
 
-  /// Reports every open request as ended with the agent. Any thread; nothing is reported later.
+  /// Reports every request without an outcome as ended with the agent. Nothing is reported
+  /// afterwards. Any thread.
   void closeAllAsAgentEnds();
 
-  /// The ids of the records whose request is open. Any thread.
+  /// Returns the ids of the records whose request has no outcome yet. Any thread.
   std::vector<std::string> openIDs() const;
 
  private:
@@ -53,7 +55,7 @@ class JobLedger {
   Entry* find(const KQRWAppUpdater& job);
 
   const Platform& platform_;
-  mutable std::mutex mutex_;  // of what follows, and held while an outcome is reported
+  mutable std::mutex mutex_;  // guards the members below; held while an outcome is reported
   std::vector<Entry> entries_;
   bool agentEnds_ = false;
 };

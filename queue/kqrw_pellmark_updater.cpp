@@ -23,11 +23,13 @@ bool isRunning(Workspace& workspace, const std::optional<std::string>& path) {
 
 void KQRWPellmarkUpdater::performInstall() {
   KQRWAppUpdater::performInstall();
-  // Whether it was cancelled is not asked: what is installed then is installed.
+  // Intentional: also after a cancellation, and if nothing was installed. Only `failed` counts.
   if (currentAction() == JobAction::failed) return;
   postToMainThread(static_cast<Step>(&KQRWPellmarkUpdater::finishPellmarkUpdate));
 }
 
+// Main thread. Posted before the end of the job, so the notice precedes the events of the queue.
+// Intentional: sets no live time.
 void KQRWPellmarkUpdater::finishPellmarkUpdate() {
   const Localization& texts = platform()->localization;
   HostApplication& host = platform()->host;
@@ -55,7 +57,7 @@ void KQRWPellmarkUpdater::performAction(std::string_view selector) {
   if (selector == "relaunchPellmark") relaunchPellmark();
 }
 
-// The product may take its time to quit: the button does not wait for it.
+// Uses a thread, because it waits until the product has quit.
 void KQRWPellmarkUpdater::relaunchPellmark() {
   if (detachNewThread(static_cast<Step>(&KQRWPellmarkUpdater::_relaunchPellmark))) return;
   platform()->log.NSLog("Could not shut down Pellmark: %@", {"no thread can be started"});

@@ -6,12 +6,13 @@
 
 namespace revwarden {
 
-/// The update job of the host product: afterwards it offers to relaunch or to launch the product.
+/// The update job of the host product. After the installation it shows a notice that offers to
+/// relaunch or to launch the product.
 class KQRWPellmarkUpdater final : public KQRWAppUpdater {
  public:
   using KQRWAppUpdater::KQRWAppUpdater;
 
-  /// The offer's button.
+  /// Performs "relaunchPellmark", the action of the notice. Returns without waiting. Main thread.
   void performAction(std::string_view selector) override;
 
  private:
