@@ -6,38 +6,40 @@
 
 #include "cli/session.h"
 
-// The commands of the program. Each prints its result to standard output and what went wrong to
-// standard error, and returns the exit status.
+// The commands of the program. Each prints its result to standard output and errors to standard
+// error, and returns the exit status.
 namespace revwarden {
 
 struct ListOptions {
-  bool outdated = false;  // only what has a newer version on offer
-  bool all = false;       // with `outdated`: also what the user ignores
+  bool outdated = false;  // only applications with a newer version on offer
+  bool all = false;       // with `outdated`: also ignored ones
 };
 int runList(CommandContext& context, const ListOptions& options);
 
 int runShow(CommandContext& context, const std::string& name);
 
-/// Stars the applications, or takes the stars away.
+/// Adds or removes the stars of the applications.
 int runStar(CommandContext& context, const std::vector<std::string>& names, bool starred);
 
-/// Puts the applications on the black list, or takes them off.
+/// Adds the applications to the black list, or removes them.
 int runIgnore(CommandContext& context, const std::vector<std::string>& names, bool ignored);
 
-/// A full rescan, waited for; tells which updates there are and which of them are new.
+/// Runs a full rescan and prints which updates are on offer and which of them are new.
+/// `kFailed` if the update service gave no answer.
 int runCheck(CommandContext& context);
 
-/// What `update` and `cancel` are for: the named applications, or with `all` whatever there is.
+/// The applications of `update` and `cancel`: the named ones, or all.
 struct JobSelection {
   std::vector<std::string> names;
   bool all = false;
 };
 
-/// Has updates installed and follows their jobs to the end: those named, ignored or not, or all
-/// that are outdated. Interrupted from the terminal it leaves the jobs to the agent.
+/// Requests updates, shows their progress and prints the outcome of each: of the named
+/// applications, even ignored ones, or of all outdated ones. `kFailed` unless each was updated or
+/// handed over to the user. After an interrupt from the terminal, the agent continues the jobs.
 int runUpdate(CommandContext& context, const JobSelection& selection);
 
-/// Takes jobs out of the install queue.
+/// Removes jobs from the install queue. `kFailed` unless each was cancelled.
 int runCancel(CommandContext& context, const JobSelection& selection);
 
 /// Prints events until the agent ends.
@@ -45,7 +47,7 @@ int runWatch(CommandContext& context);
 
 int runStatus(CommandContext& context);
 
-/// Without a key all settings, without a value that one; else sets it.
+/// Prints all settings without a key, and one without a value; else sets it.
 int runSettings(CommandContext& context, const std::optional<std::string>& key,
                 const std::optional<std::string>& value);
 
@@ -54,13 +56,13 @@ struct NoticeAnswer {
   std::string id;
   int button = 0;
 };
-/// Without an answer shows the open notices and, on a terminal, asks for answers.
+/// Without an answer, prints the open notices and, on a terminal, asks for answers.
 int runNotices(CommandContext& context, const std::optional<NoticeAnswer>& answer);
 
 /// The table of the given records, as `list` prints it.
 std::string recordTable(const CommandContext& context, std::vector<Json> records);
 
-/// An event in words for people; several lines for a text of several lines.
+/// An event in words; a text of several lines stays several lines.
 std::string eventText(const AgentEvent& event);
 
 /// The same as a line of JSON, with its line break.

@@ -23,8 +23,7 @@ void printIfAny(const std::string& label, const std::string& value) {
   if (!value.empty()) printField(label, value);
 }
 
-// The service's fields that have a place or a name of their own; the others are shown by their
-// keys.
+// The offer's fields that have a label. Unknown fields are shown with their keys.
 struct OfferField {
   const char* key;
   const char* label;  // nullptr: not shown
@@ -44,7 +43,7 @@ constexpr OfferField kOfferFields[] = {
     {kKQRWIPriceKey, "Price"},
     {kKQRWILicenseKey, "License"},
     {kKQRWILimitationsKey, "Limitations"},
-    {kKQRWIShortDescrKey, "In short"},
+    {kKQRWIShortDescrKey, "Summary"},
     {kKQRWIFullDescrKey, "Description"},
     {kKQRWINewInVersionKey, "What is new"},
 };
@@ -67,7 +66,7 @@ std::string dateText(const Json& record, const char* key) {
   return seconds ? localTimeText(*seconds) : std::string();
 }
 
-// Prints what became of the records: with --json themselves, else a line each.
+// Prints the changed records: with --json themselves, else a line each.
 int printChanged(CommandContext& context, const std::vector<Json>& records,
                  const std::string& what) {
   Json changed = Json::array();
@@ -80,7 +79,7 @@ int printChanged(CommandContext& context, const std::vector<Json>& records,
       if (!context.json) print(what + ": " + displayName(*now) + "\n");
       changed.push_back(std::move(*now));
     } else {
-      complain(displayName(record) + " is no longer there.");
+      complain(displayName(record) + " is no longer in the catalogue.");
       status = kFailed;
     }
   }
@@ -151,7 +150,7 @@ int runShow(CommandContext& context, const std::string& name) {
   printField("State", stateText(record, context.versions));
   printField("Star", recordFlag(record, kKQRWIsFavouriteKey) ? "yes" : "no");
   printField("Black list", recordFlag(record, kKQRWIsInBlackList) ? "yes" : "no");
-  printIfAny("Last told of", recordText(record, kKQRWNotifiedVersionKey));
+  printIfAny("Last notified", recordText(record, kKQRWNotifiedVersionKey));
   printIfAny("Without an answer", dateText(record, kKQRWLastFullCheckDate));
   const auto offer = record.find(kKQRWAvailableVersionInfoKey);
   if (offer != record.end() && offer->is_object()) printOffer(*offer);
@@ -167,7 +166,7 @@ int runStar(CommandContext& context, const std::vector<std::string>& names, bool
     const Json params = Json::array({starred, recordText(record, kKQRWIDKey)});
     if (!context.agent.call(methods::kSetStarred, params)) return kFailed;
   }
-  return printChanged(context, *named, starred ? "Starred" : "Star taken away");
+  return printChanged(context, *named, starred ? "Starred" : "Star removed");
 }
 
 int runIgnore(CommandContext& context, const std::vector<std::string>& names, bool ignored) {

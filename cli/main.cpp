@@ -56,23 +56,24 @@ void addJobCommand(CLI::App& app, JobSelection& jobs, const char* command, const
 }
 
 void addItemCommands(CLI::App& app, Arguments& arguments) {
-  CLI::App* list = app.add_subcommand("list", "All applications on record");
+  CLI::App* list = app.add_subcommand("list", "list all applications");
   list->add_flag("--outdated", arguments.list.outdated,
-                 "Only those with a newer version on offer that are not ignored");
-  list->add_flag("--all", arguments.list.all, "With --outdated: the ignored ones too");
-  app.add_subcommand("show", "Everything about one application")
+                 "only those with a newer version on offer that are not ignored");
+  list->add_flag("--all", arguments.list.all, "with --outdated: include the ignored ones");
+  app.add_subcommand("show", "show all about one application")
       ->add_option("NAME", arguments.name, kNameHelp)
       ->required();
-  app.add_subcommand("check", "Look for applications and updates now, and tell what is new");
-  addJobCommand(app, arguments.jobs, "update", "Install updates, and show how that goes",
-                "All that are outdated and not ignored");
-  addJobCommand(app, arguments.jobs, "cancel", "Take applications out of the install queue",
-                "All that are in the queue");
+  app.add_subcommand("check", "search for applications and updates now, and print what is new");
+  addJobCommand(app, arguments.jobs, "update",
+                "install updates, and show their progress and results",
+                "update all that are outdated and not ignored");
+  addJobCommand(app, arguments.jobs, "cancel", "remove applications from the install queue",
+                "cancel all that are in the queue");
   const std::pair<const char*, const char*> perItem[] = {
-      {"star", "Star applications"},
-      {"unstar", "Take stars away"},
-      {"ignore", "Put applications on the black list: no notices about their updates"},
-      {"unignore", "Take applications off the black list"},
+      {"star", "star applications"},
+      {"unstar", "remove stars"},
+      {"ignore", "add applications to the black list: no notices about their updates"},
+      {"unignore", "remove applications from the black list"},
   };
   for (const auto& [command, help] : perItem) {
     app.add_subcommand(command, help)->add_option("NAME", arguments.names, kNameHelp)->required();
@@ -80,14 +81,14 @@ void addItemCommands(CLI::App& app, Arguments& arguments) {
 }
 
 void addAgentCommands(CLI::App& app, Arguments& arguments) {
-  app.add_subcommand("watch", "Print what happens in the agent, until interrupted");
-  app.add_subcommand("status", "The agent, its checks, and what is missing on this machine");
-  CLI::App* settings = app.add_subcommand("settings", "Show or change the switches");
-  settings->add_option("KEY", arguments.settingKey, "the switch");
+  app.add_subcommand("watch", "print the agent's events until interrupted");
+  app.add_subcommand("status", "show the agent, its checks, and missing programs");
+  CLI::App* settings = app.add_subcommand("settings", "show or change settings");
+  settings->add_option("KEY", arguments.settingKey, "the name of the setting");
   settings->add_option("VALUE", arguments.settingValue, "on or off");
-  app.add_subcommand("notices", "Show the open notices and answer them")
+  app.add_subcommand("notices", "show the open notices and answer them")
       ->add_option("--answer", arguments.answer,
-                   "Answer notice ID with BUTTON: 1, 2, or 0 to dismiss")
+                   "answer notice ID with BUTTON: 1, 2, or 0 to dismiss")
       ->expected(2)
       ->type_name("ID BUTTON");
 }
@@ -95,28 +96,38 @@ void addAgentCommands(CLI::App& app, Arguments& arguments) {
 void addArguments(CLI::App& app, Arguments& arguments) {
   app.require_subcommand(1);
   app.fallthrough();
-  app.set_version_flag("--version", "revwarden " REVWARDEN_VERSION);
-  app.add_option("--socket", arguments.socketPath, "The agent's socket")->type_name("PATH");
-  app.add_flag("--json", arguments.json, "Print JSON");
+  app.set_help_flag("-h,--help", "print this help and exit");
+  app.set_version_flag("--version", "revwarden " REVWARDEN_VERSION, "print the version and exit");
+  app.footer(
+      "Exit status: 0 success, 1 failure, 2 usage error, 3 no agent. \"update\" fails if an "
+      "update\n"
+      "failed or was refused, dropped or cancelled; \"check\" if the update service gave no "
+      "answer.");
+  app.add_option("--socket", arguments.socketPath, "connect to the agent at this socket")
+      ->type_name("PATH");
+  app.add_flag("--json", arguments.json, "print JSON");
   addItemCommands(app, arguments);
   addAgentCommands(app, arguments);
 }
 
-// What the parser cannot tell; empty when all is well.
+// Returns an error that the parser does not find; empty if there is none.
 std::string faultOf(const std::string& command, const Arguments& arguments) {
   const std::vector<std::string>& answer = arguments.answer;
   if (!answer.empty() && answer[1] != "0" && answer[1] != "1" && answer[1] != "2") {
-    return "A notice is answered with 1, 2 or 0.";
+    return "Invalid button \"" + cleaned(answer[1]) + "\": answer a notice with 1, 2 or 0.";
   }
   const bool isJobCommand = command == "update" || command == "cancel";
   if (isJobCommand && arguments.jobs.names.empty() != arguments.jobs.all) {
-    return "Say what to " + command + ": either applications by NAME, or --all.";
+    return "\"" + command + "\" needs either application NAMEs or --all.";
   }
   return {};
 }
 
 int runProgram(int argc, char** argv) {
-  CLI::App app("Looks after the updates of installed applications.", "revwarden");
+  CLI::App app(
+      "Shows and controls what revwarden-agent does: lists applications, checks for updates and\n"
+      "installs them.",
+      "revwarden");
   Arguments arguments;
   addArguments(app, arguments);
   try {
@@ -124,9 +135,9 @@ int runProgram(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);  // help or the version
     const bool unknown = app.get_subcommands().empty() && !app.remaining().empty();
-    complain(unknown ? "There is no command \"" + cleaned(app.remaining().front()) + "\"."
+    complain(unknown ? "Unknown command \"" + cleaned(app.remaining().front()) + "\"."
                      : cleaned(error.what()));
-    complain("\"revwarden --help\" tells what there is.");
+    complain("\"revwarden --help\" lists the commands.");
     return kUsage;
   }
   const std::string command = app.get_subcommands().front()->get_name();
@@ -145,7 +156,7 @@ int runProgram(int argc, char** argv) {
 }  // namespace revwarden
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away shows as an error of the write
+  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is reported as a write error
   const int status = revwarden::runProgram(argc, argv);
   if (!revwarden::outputIsLost()) return status;
   if (errno != EPIPE) revwarden::complain(std::string("Cannot write: ") + std::strerror(errno));

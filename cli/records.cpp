@@ -29,7 +29,7 @@ std::u32string foldedCase(std::string_view text) {
   return folded;
 }
 
-// The path as the agent knows it: absolute, links resolved. The text itself when nothing is there.
+// The path as the agent knows it: absolute, with links resolved. Unchanged if it does not exist.
 std::string resolvedPath(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
                                                          &std::free);
@@ -176,7 +176,7 @@ NameMatch findByName(const std::vector<Json>& records, const std::string& name) 
   const std::string bare = withoutAppExtension(name);
   const std::u32string folded = foldedCase(name);
   const std::u32string foldedBare = foldedCase(bare);
-  // From the strictest reading of the name to the loosest; the first that fits anything counts.
+  // From the strictest reading of the name to the loosest; the first with a match is used.
   const std::function<bool(const Json&)> readings[] = {
       [&](const Json& r) { return recordText(r, kKQRWIDKey) == name; },
       [&](const Json& r) {

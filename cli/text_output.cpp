@@ -6,14 +6,15 @@
 #include <wchar.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <numeric>
+#include <sstream>
+
+#include "base/text.h"
 
 namespace revwarden {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
 constexpr char32_t kEscape = 0x1B;
 constexpr int kGap = 2;        // columns between two cells
 constexpr int kNarrowest = 6;  // no cell is cut below this many columns
@@ -22,56 +23,19 @@ bool isControl(char32_t c) {
   return c < 0x20 || (c >= 0x7F && c < 0xA0);
 }
 
-bool isDirectionMark(char32_t c) {
-  return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
-         (c >= 0x2066 && c <= 0x2069);
-}
-
 bool isLineBreak(char32_t c) {
   return c == '\n' || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
-bool isDropped(char32_t c) {
-  return isControl(c) || isDirectionMark(c);
-}
-
-// Reads one character at the front of `rest`, which is not empty.
-char32_t takeCharacter(std::string_view& rest) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(rest[i]); };
-  const unsigned char first = byte(0);
-  const size_t length = first < 0x80 ? 1 : first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-  char32_t c = length == 1 ? first : first & (0xFF >> (length + 1));
-  size_t used = 1;
-  while (used < length && used < rest.size() && (byte(used) & 0xC0) == 0x80) {
-    c = (c << 6) | (byte(used++) & 0x3F);
-  }
-  constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool valid = used == length && c >= kLeast[length] && c <= 0x10FFFF && first < 0xF8 &&
-                     (c < 0xD800 || c > 0xDFFF) && (first < 0x80 || first >= 0xC0);
-  rest.remove_prefix(used);
-  return valid ? c : kReplacement;
-}
-
-void appendUtf8(std::string& text, char32_t c) {
-  if (c < 0x80) {
-    text += static_cast<char>(c);
-    return;
-  }
-  const int tail = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-  constexpr unsigned kLead[] = {0, 0xC0, 0xE0, 0xF0};
-  text += static_cast<char>(kLead[tail] | (c >> (6 * tail)));
-  for (int i = tail - 1; i >= 0; --i) text += static_cast<char>(0x80 | ((c >> (6 * i)) & 0x3F));
-}
-
-// The place after a sequence's parameters and its final character; `from` when it has no end, so
-// that an unfinished sequence does not swallow the text behind it.
+// The index after a terminal sequence's parameters and its final character; `from` if it has no
+// end, so that an unfinished sequence does not remove the text after it.
 size_t endOfParameters(const std::u32string& text, size_t from) {
   size_t i = from;
   while (i < text.size() && text[i] >= 0x20 && text[i] <= 0x3F) ++i;
   return i < text.size() && text[i] >= 0x40 && text[i] <= 0x7E ? i + 1 : from;
 }
 
-// The same for a sequence that carries a text up to BEL or the string terminator.
+// The same for a sequence that contains a text up to BEL or the string terminator.
 size_t endOfTextSequence(const std::u32string& text, size_t from) {
   for (size_t i = from; i < text.size(); ++i) {
     if (text[i] == 0x07 || text[i] == 0x9C) return i + 1;
@@ -80,7 +44,7 @@ size_t endOfTextSequence(const std::u32string& text, size_t from) {
   return from;
 }
 
-// The place after what begins with the control character at `at`.
+// The index after the control character at `at` and the terminal sequence that it starts.
 size_t endOfControl(const std::u32string& text, size_t at) {
   char32_t kind = text[at];
   size_t next = at + 1;
@@ -103,7 +67,7 @@ locale_t utf8Locale() {
   return locale;
 }
 
-// The widths of characters, whatever locale the user has.
+// The widths of characters, independent of the user's locale.
 class WidthMeter {
  public:
   WidthMeter() : previous_(utf8Locale() ? uselocale(utf8Locale()) : locale_t{}) {}
@@ -132,13 +96,6 @@ std::u32string decodedUtf8(std::string_view text) {
   return characters;
 }
 
-std::string encodedUtf8(std::u32string_view characters) {
-  std::string text;
-  text.reserve(characters.size());
-  for (const char32_t c : characters) appendUtf8(text, c);
-  return text;
-}
-
 std::vector<std::string> cleanedLines(std::string_view text) {
   const std::u32string characters = decodedUtf8(text);
   std::vector<std::string> lines(1);
@@ -146,7 +103,7 @@ std::vector<std::string> cleanedLines(std::string_view text) {
     const char32_t c = characters[i];
     if (isLineBreak(c)) lines.emplace_back();
     if (c == '\t') lines.back() += ' ';
-    if (!isDropped(c) && !isLineBreak(c)) appendUtf8(lines.back(), c);
+    if (!isUnsafeToPrint(c)) appendUtf8(lines.back(), c);
     i = isControl(c) ? endOfControl(characters, i) : i + 1;
   }
   return lines;
@@ -162,19 +119,11 @@ std::string cleaned(std::string_view text) {
 }
 
 std::string jsonText(const Json& value, int indent) {
-  const std::string plain = value.dump(indent, ' ', false, Json::error_handler_t::replace);
+  std::istringstream plain(value.dump(indent, ' ', false, Json::error_handler_t::replace));
   std::string safe;
-  safe.reserve(plain.size());
-  for (std::string_view rest = plain; !rest.empty();) {
-    const char32_t c = takeCharacter(rest);
-    if (c == '\n' || !(isDropped(c) || isLineBreak(c))) {
-      appendUtf8(safe, c);
-    } else {
-      // Only texts hold such characters, and there an escape means the same.
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
-      safe += escape;
-    }
+  for (std::string line; std::getline(plain, line);) {
+    // Only strings contain unsafe characters, and there an escape has the same meaning.
+    safe += (safe.empty() ? "" : "\n") + escaped(line);
   }
   return safe;
 }
@@ -227,16 +176,16 @@ void TextTable::addRow(std::vector<std::string> cells, std::optional<Terminal::S
   rows_.push_back({std::move(cells), style});
 }
 
-std::vector<int> TextTable::columnWidths(std::optional<int> room) const {
+std::vector<int> TextTable::columnWidths(std::optional<int> limit) const {
   std::vector<int> widths(rows_.front().cells.size(), 0);
   for (const Row& row : rows_) {
     for (size_t i = 0; i < widths.size(); ++i) {
       widths[i] = std::max(widths[i], displayWidth(row.cells[i]));
     }
   }
-  if (!room) return widths;
+  if (!limit) return widths;
   const int gaps = kGap * static_cast<int>(widths.size() - 1);
-  int excess = std::accumulate(widths.begin(), widths.end(), gaps) - *room;
+  int excess = std::accumulate(widths.begin(), widths.end(), gaps) - *limit;
   for (; excess > 0; --excess) {
     const auto widest = std::max_element(widths.begin(), widths.end());
     if (*widest <= kNarrowest) break;
