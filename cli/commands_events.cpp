@@ -128,7 +128,10 @@ std::string eventText(const AgentEvent& event) {
   if (event.method == events::kJobEnded) return jobOutcomeWords(event.parameter(0));
   if (event.method == events::kCheckEnded) return checkOutcomeWords(event.parameter(0));
   if (event.method == events::kDidChangeStatus) return statusChangeWords(event);
-  if (event.method.rfind("agent:did", 0) == 0) return jobWords(event);
+  for (const char* method :
+       {events::kDidStartUpdate, events::kDidChangeUpdate, events::kDidStopUpdate}) {
+    if (event.method == method) return jobWords(event);
+  }
   return event.method + " " + event.params.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
