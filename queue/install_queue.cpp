@@ -49,17 +49,27 @@ InstallQueue::~InstallQueue() = default;
 
 void InstallQueue::startUpdateItemWithIDs(const std::vector<std::string>& ids) {
   const auto kept = mediator_.weakAgentReference().lock();
+  // Intentional: in catalogue order, and even if a record has no offer or is on the black list.
+  std::vector<std::pair<LiveRecordRef, Job>> requested;
+  for (const LiveRecordRef& record : catalogue_.itemsSnapshot()) {
+    const Dictionary item = record->contents();
+    if (!contains(ids, item.stringFor(kKQRWIDKey))) continue;
+    if (jobFor(item) != installersQueue_.end()) continue;  // the request joins that job
+    requested.emplace_back(record, makeJob(item));
+    // Before the user is asked for rights: the agent may end while it waits for the answer.
+    ledger_.open(requested.back().second, item);
+  }
   std::vector<Dictionary> changed;
   rootTaskAvailable_ = true;
-  // Intentional: in catalogue order, and even if a record has no offer or is on the black list.
-  for (const LiveRecordRef& record : catalogue_.itemsSnapshot()) {
+  for (const auto& [record, job] : requested) {
     Dictionary item = record->contents();
-    if (!contains(ids, item.stringFor(kKQRWIDKey))) continue;
     // Intentional: the list has the record as it was queued, even if its job has ended since.
-    if (addItemToInstallQueue(item)) changed.push_back(std::move(item));
+    if (addItemToInstallQueue(item, job)) changed.push_back(std::move(item));
   }
   sendDidChangeStatus(changed);
-  for (const auto& [item, error] : std::exchange(refused_, {})) ledger_.refuse(item, error);
+  for (const auto& [job, error] : std::exchange(refused_, {})) {
+    ledger_.close(*job, {JobOutcome::Kind::refused, error, std::nullopt});
+  }
 }
 
 // Goes from the last job to the first, so that the end of the running job does not start a job that
@@ -91,12 +101,14 @@ void InstallQueue::startUpdatePellmark() {
   if (id) startUpdateItemWithIDs({*id});
 }
 
-bool InstallQueue::addItemToInstallQueue(Dictionary& item) {
-  if (jobFor(item) != installersQueue_.end()) return false;
-  const Job job = makeJob(item);
+bool InstallQueue::addItemToInstallQueue(Dictionary& item, const Job& job) {
+  if (jobFor(item) != installersQueue_.end()) {
+    ledger_.withdraw(*job);  // an event of this request queued another job for the record
+    return false;
+  }
   if (needsRights(item)) {
     if (const auto refusal = rootTask_ ? std::nullopt : askForRights()) {
-      refused_.emplace_back(item, *refusal);
+      refused_.emplace_back(job, *refusal);
       return false;
     }
     job->setRootTask(rootTask_);
@@ -104,7 +116,6 @@ bool InstallQueue::addItemToInstallQueue(Dictionary& item) {
   item = item.with(kKQRWInstallerIsInQueueKey, true);
   catalogue_.updateItem(item);
   installersQueue_.push_back(job);
-  ledger_.open(job, item);
   if (installersQueue_.size() == 1) {
     sendDidStartQueue();
     job->start();  // may end the job and so empty the queue

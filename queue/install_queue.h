@@ -63,7 +63,7 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
  private:
   using Job = std::shared_ptr<KQRWAppUpdater>;
 
-  bool addItemToInstallQueue(Dictionary& item);
+  bool addItemToInstallQueue(Dictionary& item, const Job& job);
   bool removeItemFromInstallQueue(Dictionary& item);
   std::vector<Job>::iterator jobFor(const Dictionary& item);
   Job makeJob(const Dictionary& item);
@@ -97,7 +97,7 @@ class InstallQueue final : private KQRWAppInstallerDelegate {
   // State of the current request:
   bool rootTaskAvailable_ = true;  // false once the user refused the rights
   Error rightsRefusal_;            // the reason
-  std::vector<std::pair<Dictionary, Error>> refused_;
+  std::vector<std::pair<Job, Error>> refused_;
 };
 
 /// Returns true if the download link in a record has the extension of an installer package.

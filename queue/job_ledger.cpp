@@ -22,17 +22,13 @@ std::string oneLine(std::string text) {
 
 }  // namespace
 
-JobOutcome JobLedger::outcomeFor(const Dictionary& item) {
+void JobLedger::open(const Job& job, const Dictionary& item) {
   JobOutcome outcome;
   outcome.id = item.textFor(kKQRWIDKey).value_or("");
   outcome.name = item.textFor(kKQRWApplicationNameKey).value_or("");
   outcome.path = item.textFor(kKQRWApplicationPathKey).value_or("");
-  return outcome;
-}
-
-void JobLedger::open(const Job& job, const Dictionary& item) {
   const std::lock_guard lock(mutex_);
-  entries_.push_back({job, outcomeFor(item)});
+  entries_.push_back({job, std::move(outcome)});
 }
 
 // Main thread. Needs no lock, because only the main thread changes the list.
@@ -80,10 +76,9 @@ void JobLedger::close(const KQRWAppUpdater& job, const JobVerdict& verdict) {
   if (!agentEnds_) platform_.outcomes.jobEnded(outcome);
 }
 
-void JobLedger::refuse(const Dictionary& item, const Error& error) const {
-  JobOutcome outcome = outcomeFor(item);
-  complete(outcome, {JobOutcome::Kind::refused, error, std::nullopt});
-  platform_.outcomes.jobEnded(outcome);
+void JobLedger::withdraw(const KQRWAppUpdater& job) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(entries_, [&](const Entry& one) { return one.job.get() == &job; });
 }
 
 void JobLedger::closeAllAsAgentEnds() {

@@ -23,8 +23,10 @@ class JobLedger {
 
   explicit JobLedger(const Platform& platform) : platform_(platform) {}
 
-  /// Adds the request that became this job. `item` is its record.
+  /// Adds the request that this job was made for. `item` is its record.
   void open(const Job& job, const Dictionary& item);
+  /// Removes the request without an outcome, because it joined another one for the same record.
+  void withdraw(const KQRWAppUpdater& job);
 
   /// Records the start time and the installed version, the first time a job starts.
   void didStart(const KQRWAppUpdater& job);
@@ -33,9 +35,6 @@ class JobLedger {
 
   /// Reports the outcome of a job. Does nothing if it was reported before.
   void close(const KQRWAppUpdater& job, const JobVerdict& verdict);
-
-  /// Reports the outcome of a request that did not become a job.
-  void refuse(const Dictionary& item, const Error& error) const;
 
   /// Reports every request without an outcome as ended with the agent. Nothing is reported
   /// afterwards. Any thread.
@@ -50,7 +49,6 @@ class JobLedger {
     JobOutcome outcome;
   };
 
-  static JobOutcome outcomeFor(const Dictionary& item);
   void complete(JobOutcome& outcome, const JobVerdict& verdict) const;
   Entry* find(const KQRWAppUpdater& job);
 
