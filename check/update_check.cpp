@@ -128,7 +128,7 @@ std::vector<Dictionary> UpdateCheck::readAnswers(const std::string& body, CheckO
   if (document->name == kResponseRoot) {
     outcome.kind = CheckOutcome::Kind::answered;
   } else {
-    outcome.reason = "the response is not an answer but \"" + document->name + "\"";
+    outcome.reason = "the root element of the response is not \"response\"";
   }
   return convertedArrayFromResponse(&*document);
 }

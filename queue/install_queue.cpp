@@ -235,8 +235,7 @@ void InstallQueue::appInstallerFailedAndStoppedQueue(KQRWAppUpdater& job) {
   sendDidChangeStatus(changed);
   sendDidStopQueue();
   reportOutcomeOf(job);
-  const JobVerdict verdict = droppedFromQueue(
-      itemOf(job).value_or(Dictionary()).textFor(kKQRWApplicationNameKey).value_or(""));
+  const JobVerdict verdict = droppedFromQueue(job.applicationName());
   for (const Job& one : dropped) {
     // A job that already runs, because the failed one had reported its end before, ends by itself.
     if (!ledger_.isStarted(*one)) ledger_.close(*one, verdict);

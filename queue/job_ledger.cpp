@@ -12,10 +12,11 @@
 namespace revwarden {
 namespace {
 
-// Replaces line breaks and tabs by spaces. A message may contain the output of a script.
+// Replaces line breaks and other control characters by spaces. A message may contain the output of
+// a script.
 std::string oneLine(std::string text) {
   for (char& c : text) {
-    if (c == '\n' || c == '\r' || c == '\t') c = ' ';
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
   }
   return text;
 }
@@ -28,7 +29,12 @@ void JobLedger::open(const Job& job, const Dictionary& item) {
   outcome.name = item.textFor(kKQRWApplicationNameKey).value_or("");
   outcome.path = item.textFor(kKQRWApplicationPathKey).value_or("");
   const std::lock_guard lock(mutex_);
-  entries_.push_back({job, std::move(outcome)});
+  if (agentEnds_) {
+    complete(outcome, endedWithAgent(std::nullopt));
+    platform_.outcomes.jobEnded(outcome);
+  } else {
+    entries_.push_back({job, std::move(outcome)});
+  }
 }
 
 // Main thread. Needs no lock, because only the main thread changes the list.
@@ -86,7 +92,9 @@ void JobLedger::closeAllAsAgentEnds() {
   if (std::exchange(agentEnds_, true)) return;
   for (const Entry& entry : entries_) {
     JobOutcome outcome = entry.outcome;
-    complete(outcome, endedWithAgent(outcome.started.has_value()));
+    const bool isStarted = outcome.started.has_value();
+    complete(outcome,
+             endedWithAgent(isStarted ? std::optional(entry.job->result()) : std::nullopt));
     platform_.outcomes.jobEnded(outcome);
   }
 }

@@ -16,6 +16,7 @@ JobVerdict verdictOf(const JobResult& result, bool cancelled) {
     if (!isExplained) verdict.kind = done;
     return verdict;
   }
+  if (result.leftTraces && isExplained) return verdict;
   if (cancelled) {
     verdict.kind = Kind::cancelled;
     verdict.error = cancelledByUser().error;
@@ -41,9 +42,10 @@ JobVerdict droppedFromQueue(const std::string& failedApplication) {
           std::nullopt};
 }
 
-JobVerdict endedWithAgent(bool started) {
-  return {started ? Kind::failed : Kind::dropped, Error{"agentEnding", "the agent ended"},
-          std::nullopt};
+JobVerdict endedWithAgent(const std::optional<JobResult>& result) {
+  if (result && result->done != Done::nothing) return verdictOf(*result, false);
+  return {result ? Kind::failed : Kind::dropped, Error{"agentEnding", "the agent ended"},
+          result ? result->trashed : std::nullopt};
 }
 
 }  // namespace revwarden

@@ -17,6 +17,9 @@ struct JobResult {
   Error note;
   std::optional<std::string> trashed;  // path of the old application in the Trash
   std::optional<Error> httpError;      // the response had a status of 400 or more
+  /// The machine was changed although nothing was done: the old application is in the Trash, or a
+  /// package ran in part.
+  bool leftTraces = false;
 };
 
 /// The part of a job's outcome (`JobOutcome`) that the job determines.
@@ -27,14 +30,15 @@ struct JobVerdict {
 };
 
 /// Returns the verdict for a job that has ended. It says what is on disk: a job that replaced the
-/// application before it was cancelled is `updated`.
+/// application before it was cancelled is `updated`, one that failed to is `failed`.
 JobVerdict verdictOf(const JobResult& result, bool cancelled);
 
 /// Returns the verdict for a job that was cancelled before it started.
 JobVerdict cancelledByUser();
 /// Returns the verdict for a job that was waiting when the download for this application failed.
 JobVerdict droppedFromQueue(const std::string& failedApplication);
-/// Returns the verdict for a job that had not ended when the agent ended.
-JobVerdict endedWithAgent(bool started);
+/// Returns the verdict for a job that had not ended when the agent ended. `result` is absent if it
+/// had not started.
+JobVerdict endedWithAgent(const std::optional<JobResult>& result);
 
 }  // namespace revwarden

@@ -61,6 +61,10 @@ class KQRWAppUpdater : public NotificationTarget,
 
   /// Returns the id of the application's record.
   const std::optional<std::string>& originalAppItemID() const { return item_.originalAppItemID; }
+  /// Returns the name of the application; "" if the record has none.
+  std::string applicationName() const { return item_.applicationName.value_or(""); }
+  /// Returns what the job has done so far.
+  JobResult result() const { return state_.result.get(); }
   /// Returns the step for the record; `failed` if the job is cancelled, whatever its step is.
   SimpleAction simpleCurrentAction() const;
   /// Returns the step in detail.

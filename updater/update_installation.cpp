@@ -48,26 +48,27 @@ UpdateInstallation::UpdateInstallation(std::shared_ptr<const Platform> platform,
 
 void UpdateInstallation::performInstall() {
   state_.resourcesPath.set(std::nullopt);
-  const std::optional<std::string> download = state_.downloadPath.get();
   // Intentional: this method does not check `stopAction`.
   if (item_.updateMethod == kKQRWUpdateMethodDownloadAndReveal) return revealDownload();
   if (state_.stopAction) return;
-  const std::optional<std::string> unpacked = unzipTarget(download);
+  const std::optional<std::string> unpacked = unzipTarget(state_.downloadPath.get());
   if (state_.stopAction) return;
-  const std::optional<std::string> imagePath = unpacked ? imageIn(*unpacked) : download;
+  const std::optional<std::string> imagePath =
+      unpacked ? imageIn(*unpacked) : state_.downloadPath.get();
   if (state_.stopAction) return;
   if (item_.updateMethod == kKQRWUpdateMethodDownloadAndMount) return mountForUser(imagePath);
-  installFrom(imagePath, unpacked ? unpacked : download);
+  installFrom(imagePath, unpacked);
 }
 
-// `files` is the unpacked folder, or the download if it is not an archive. They are used if the
-// image cannot be attached.
+// If the image cannot be attached, the unpacked folder is used, else the download as it is.
 void UpdateInstallation::installFrom(const std::optional<std::string>& imagePath,
-                                     const std::optional<std::string>& files) {
+                                     const std::optional<std::string>& unpacked) {
   job_.setCurrentAction(JobAction::mounting);
   const Result<std::string> mounted = attachDiskImage(*platform_, imagePath, ImageShows::nowhere);
   if (state_.stopAction) return;
-  const std::optional<std::string> resources = mounted ? *mounted : files;
+  const std::optional<std::string> resources = mounted    ? *mounted
+                                               : unpacked ? unpacked
+                                                          : state_.downloadPath.get();
   state_.resourcesPath.set(resources);
   const std::optional<std::string> pathToLaunch =
       updateAppFromResourcePathReturningPathToLaunch(resources);
@@ -131,7 +132,7 @@ std::optional<std::string> UpdateInstallation::unzipTarget(const std::optional<s
   // Intentional: warnings (status 1) count as failure. Images and packages always fail here.
   if (ran && ran->exitStatus == 0) return target;
   if (ran && ran->exitStatus == kUnzipDiskFull) {
-    state_.explain("noSpace", "no space left to unpack " + nameOf(*path));
+    state_.explain("noSpace", "no space left to unpack " + *path);
   }
   platform_->fileOperations.removeItemAtPath(target);
   return std::nullopt;
@@ -177,9 +178,10 @@ std::optional<std::string> UpdateInstallation::updateAppFromResourcePathReturnin
 
 void UpdateInstallation::explainMissingApplication(const std::string& resources,
                                                    const std::string& attachError) {
-  const std::string what = attachError.empty()
-                               ? "contains " + listed(contentsOf(resources))
-                               : "is neither a zip archive nor a disk image (" + attachError + ")";
+  const std::string what =
+      attachError.empty()
+          ? "contains " + listed(contentsOf(resources))
+          : "cannot be opened as a zip archive or a disk image (" + attachError + ")";
   state_.explain("noApplication", "no application " + *item_.applicationName +
                                       " was found: " + nameOf(resources) + " " + what);
 }
@@ -202,7 +204,10 @@ bool UpdateInstallation::moveOldApplicationToTrash() {
                                           ? state_.rootTask->moveItemAtPathToTrash(path)
                                           : platform_->fileOperations.moveItemAtPathToTrash(path);
   if (trashed) {
-    if (!trashed->empty()) state_.result.update([&](JobResult& r) { r.trashed = *trashed; });
+    state_.result.update([&](JobResult& result) {
+      result.leftTraces = true;
+      if (!trashed->empty()) result.trashed = *trashed;
+    });
     return true;
   }
   const Error& error = trashed.error();
@@ -217,15 +222,19 @@ bool UpdateInstallation::copyNewApplication(const std::string& newApplication) {
   const Result<> copied =
       state_.rootTask ? state_.rootTask->performCopyItemAtPath_toPath(newApplication, path)
                       : platform_->fileOperations.copyDirectoryAtPath_toPath(newApplication, path);
-  const Error unreadable{"unreadableApplication",
-                         nameOf(newApplication) + " is no application that can be read"};
+  const std::string name = nameOf(newApplication);
   if (copied) {
-    state_.conclude(Done::replaced, isReadable ? Error() : unreadable);
+    state_.conclude(Done::replaced,
+                    isReadable
+                        ? Error()
+                        : Error{"unreadableApplication",
+                                name + " was installed, but its information cannot be read"});
     return true;
   }
   const Error& error = copied.error();
   if (error.code == "notFolder" || !isReadable) {
-    state_.explain(unreadable.code, unreadable.message + ": " + error.message);
+    state_.explain("unreadableApplication",
+                   name + " in the download cannot be read as an application: " + error.message);
   } else {
     state_.explain(error.code == "noSpace" ? error.code : "copyFailed",
                    "the new version cannot be copied: " + error.message);
@@ -266,6 +275,7 @@ void UpdateInstallation::installPackageFile(const std::optional<std::string>& pa
   if (ran) {
     state_.conclude(Done::packageRun);
   } else {
+    state_.result.update([](JobResult& result) { result.leftTraces = true; });
     state_.explain("packageFailed", "the package was not installed: " + ran.error().message);
     platform_->log.KQLog("Update package from %@ failed with error %@.",
                          {path, ran.error().message});

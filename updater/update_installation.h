@@ -41,7 +41,7 @@ class UpdateInstallation {
 
  private:
   void installFrom(const std::optional<std::string>& imagePath,
-                   const std::optional<std::string>& files);
+                   const std::optional<std::string>& unpacked);
   void revealDownload();
   void mountForUser(const std::optional<std::string>& imagePath);
   std::optional<std::string> unzipTarget(const std::optional<std::string>& path);

@@ -25,8 +25,10 @@ unsigned char typeOf(int folder, const dirent64& entry) {
   return IFTODT(facts.st_mode);
 }
 
-// `resolve` is that of openat2(2).
+// `resolve` is that of openat2(2). Without one, the older call serves: some container runtimes
+// refuse the newer one.
 FileDescriptor openResolved(int folder, const std::string& path, int flags, uint64_t resolve) {
+  if (resolve == 0) return FileDescriptor(openat(folder, path.c_str(), flags | O_CLOEXEC));
   open_how how{};
   how.flags = static_cast<decltype(how.flags)>(flags | O_CLOEXEC);
   how.resolve = resolve;

@@ -5,10 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <functional>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -26,48 +27,28 @@ bool isOnlyForNow(int error) {
   return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
 }
 
-/// Reads what a pipe contains and passes it to `use`. Closes the pipe at its end.
-void read(FileDescriptor& pipe, const std::function<void(std::string_view)>& use) {
-  std::array<char, 65536> buffer;
-  const ssize_t count = ::read(pipe.get(), buffer.data(), buffer.size());
-  if (count < 0 && isOnlyForNow(errno)) return;
-  if (count <= 0) {
-    pipe = {};
-  } else {
-    use({buffer.data(), static_cast<size_t>(count)});
-  }
-}
-
-/// This process's ends of the pipes to a child. All are served at the same time: a child may fill
-/// one pipe before it reads or writes another.
+/// This process's ends of the pipes to a child. Both are served at the same time: a child may fill
+/// its output before it reads its input.
 class Conversation {
  public:
-  Conversation(FileDescriptor toChild, std::string_view input, FileDescriptor output,
-               FileDescriptor errors)
-      : toChild_(std::move(toChild)),
-        input_(input),
-        fromOutput_(std::move(output)),
-        fromErrors_(std::move(errors)) {
+  Conversation(FileDescriptor toChild, std::string_view input, FileDescriptor fromChild)
+      : toChild_(std::move(toChild)), input_(input), fromChild_(std::move(fromChild)) {
     if (toChild_) ::fcntl(toChild_.get(), F_SETFL, O_NONBLOCK);
   }
 
-  /// Returns when the input is written or cannot be written any more, and output and errors have
+  /// Returns the output when the input is written or cannot be written any more, and the output has
   /// ended.
-  void run() {
+  std::string run() {
     if (input_.empty()) toChild_ = {};
-    while (toChild_ || fromOutput_ || fromErrors_) {
-      std::array<pollfd, 3> ends{{{toChild_.get(), POLLOUT, 0},  // poll ignores -1
-                                  {fromOutput_.get(), POLLIN, 0},
-                                  {fromErrors_.get(), POLLIN, 0}}};
+    while (toChild_ || fromChild_) {
+      std::array<pollfd, 2> ends{
+          {{toChild_.get(), POLLOUT, 0}, {fromChild_.get(), POLLIN, 0}}};  // poll ignores -1
       if (::poll(ends.data(), ends.size(), -1) < 0 && errno != EINTR) break;
       if (ends[0].revents != 0) write();
-      if (ends[1].revents != 0) read(fromOutput_, [this](auto bytes) { keepOutput(bytes); });
-      if (ends[2].revents != 0) read(fromErrors_, [this](auto bytes) { errors_.append(bytes); });
+      if (ends[1].revents != 0) read();
     }
+    return std::move(output_);
   }
-
-  std::string takeOutput() { return std::move(output_); }
-  std::string errors() const { return errors_.text(); }
 
  private:
   void write() {
@@ -78,15 +59,52 @@ class Conversation {
   }
 
   // The rest of a longer output is read too: the child could not end otherwise.
-  void keepOutput(std::string_view bytes) {
-    output_.append(bytes.substr(0, kCollectedBytes - output_.size()));
+  void read() {
+    std::array<char, 65536> bytes;
+    const ssize_t count = ::read(fromChild_.get(), bytes.data(), bytes.size());
+    if (count < 0 && isOnlyForNow(errno)) return;
+    if (count <= 0) {
+      fromChild_ = {};
+      return;
+    }
+    output_.append(bytes.data(),
+                   std::min(static_cast<size_t>(count), kCollectedBytes - output_.size()));
   }
 
   FileDescriptor toChild_;
   std::string_view input_;
-  FileDescriptor fromOutput_, fromErrors_;
+  FileDescriptor fromChild_;
   std::string output_;
-  TextTail errors_;
+};
+
+/// A file without a name that takes the standard error of a child. Unlike a pipe, it needs no
+/// reader while the child runs, and no end: a process that the child leaves behind may keep it
+/// open.
+class ErrorFile {
+ public:
+  ErrorFile() : file_(std::tmpfile()) {}
+  ErrorFile(const ErrorFile&) = delete;
+  ErrorFile& operator=(const ErrorFile&) = delete;
+  ~ErrorFile() {
+    if (file_) std::fclose(file_);
+  }
+
+  /// -1 if there is no room for the file.
+  int descriptor() const { return file_ ? ::fileno(file_) : -1; }
+
+  /// The end of what the file contains now.
+  std::string text() const {
+    TextTail tail;
+    std::array<char, 4096> bytes;
+    const off_t size = ::lseek(descriptor(), 0, SEEK_END);
+    const off_t start = std::max<off_t>(0, size - static_cast<off_t>(bytes.size()));
+    const ssize_t count = ::pread(descriptor(), bytes.data(), bytes.size(), start);
+    if (count > 0) tail.append({bytes.data(), static_cast<size_t>(count)});
+    return tail.text();
+  }
+
+ private:
+  std::FILE* const file_;
 };
 
 std::optional<std::vector<std::string>> environmentOf(const ChildProcess& child) {
@@ -102,27 +120,25 @@ std::optional<std::vector<std::string>> environmentOf(const ChildProcess& child)
 
 std::optional<ChildProcesses::Completion> RunningChildren::run(const std::string& program,
                                                                const ChildProcess& child) {
-  std::optional<Pipe> input, output, errors;
+  std::optional<Pipe> input, output;
+  std::optional<ErrorFile> errors;
   if (child.input && !(input = makePipe())) return std::nullopt;
   if (child.collectsOutput && !(output = makePipe())) return std::nullopt;
-  if (child.collectsErrors && !(errors = makePipe())) return std::nullopt;
+  if (child.collectsErrors) errors.emplace();
   const Streams streams{input ? input->readEnd.get() : -1, output ? output->writeEnd.get() : -1,
-                        errors ? errors->writeEnd.get() : -1};
+                        errors ? errors->descriptor() : -1};
   const pid_t pid = start(program, child, streams);
   if (pid < 0) return std::nullopt;
   Conversation conversation(input ? std::move(input->writeEnd) : FileDescriptor(),
                             child.input ? std::string_view(*child.input) : std::string_view(),
-                            output ? std::move(output->readEnd) : FileDescriptor(),
-                            errors ? std::move(errors->readEnd) : FileDescriptor());
-  // Only the child may hold its ends, else no pipe would ever end.
+                            output ? std::move(output->readEnd) : FileDescriptor());
+  // Only the child may hold its ends, else neither pipe would ever end.
   input.reset();
   output.reset();
-  errors.reset();
-  conversation.run();
   ChildProcesses::Completion completion;
-  completion.output = conversation.takeOutput();
-  completion.errors = conversation.errors();
+  completion.output = conversation.run();
   completion.exitStatus = waitForEndOf(pid);
+  if (errors) completion.errors = errors->text();
   return completion;
 }
 

@@ -73,6 +73,9 @@ TEST_F(OutcomesTest, SayWhatIsOnDisk) {
   EXPECT_EQ(update(), "A updated - trashed\n");
   EXPECT_EQ(updateAndCancelAt("copy"), "A updated - trashed\n") << "the copy was completed";
   EXPECT_EQ(updateAndCancelAt("trash"), "A updated - trashed\n");
+  journal.failing = "copy";
+  EXPECT_EQ(updateAndCancelAt("copy"), "A failed copyFailed trashed\n") << "cancelled, but gone";
+  journal.failing.clear();
   EXPECT_EQ(updateAndCancelAt("/usr/bin/unzip"), "A cancelled byUser\n");
   EXPECT_EQ(updateAndCancelAt("data"), "A cancelled byUser\n");
   world.disk.install("/Applications/A.app", "1.0");
@@ -167,14 +170,24 @@ TEST_F(OutcomesTest, CoverRequestsThatNeverRanAndRights) {
 }
 
 TEST_F(OutcomesTest, AreReportedWhenTheAgentEnds) {
+  const auto end = [this] { std::thread([this] { agent->reportOpenJobsAsEnded(); }).join(); };
   catalogue();
-  journal.hold("data");
+  archive({"A.app"});
+  journal.hold("copy");
   agent->startUpdateItemWithIDs({"A", "B"});
   ASSERT_TRUE(world.loop.runUntil([&] { return journal.waiting > 0; }));
-  std::thread([this] { agent->reportOpenJobsAsEnded(); }).join();
-  EXPECT_EQ(outcomes(), "A failed agentEnding\nB dropped agentEnding unstarted\n");
+  end();
+  EXPECT_EQ(outcomes(), "A failed agentEnding trashed\nB dropped agentEnding unstarted\n");
   journal.release();
   EXPECT_EQ(finish(), "") << "each only once";
+
+  catalogue("auto", ".pkg");
+  journal.onPass = [&](const std::string& line) {
+    if (line.starts_with("prompt")) end();
+  };
+  EXPECT_EQ(update({"A", "B"}),
+            "A dropped agentEnding unstarted\nB dropped agentEnding unstarted\n")
+      << "while the user is asked";
 }
 
 TEST_F(OutcomesTest, OfChecksCountTheApplicationsAskedAbout) {

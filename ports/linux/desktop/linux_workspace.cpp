@@ -72,8 +72,10 @@ void LinuxWorkspace::openURL_whenOpened(std::string_view url, std::function<void
     opened(isOpened);
   };
   const Result<pid_t> opener = startOpener(url);
-  const auto wait = [opener, report] { report(hasOpened(*opener)); };
-  if (!opener || !threads_.detachNewThread(wait)) report(false);
+  if (!opener) return report(false);
+  if (threads_.detachNewThread([opener, report] { report(hasOpened(*opener)); })) return;
+  reapInBackground(*opener);
+  report(false);
 }
 
 bool LinuxWorkspace::selectFile_inFileViewerRootedAtPath(std::string_view path,

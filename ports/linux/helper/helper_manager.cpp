@@ -119,7 +119,8 @@ Result<std::shared_ptr<HelperConnection>> LinuxHelperManager::obtainHelper() {
 // obtained.
 Error LinuxHelperManager::refusal(int status) const {
   if (authorization_ == Authorization::ask && (status == 126 || status == 127)) {
-    return {"notAuthorized", "administrator rights were not granted"};
+    return {"notAuthorized",
+            "administrator rights were not granted (refused, or no authentication agent runs)"};
   }
   return unavailable({"", helperCommand().front() + " ended without starting the helper"});
 }
