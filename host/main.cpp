@@ -121,5 +121,6 @@ int main(int argc, char** argv) {
   keepHeapSmall();
   blockShutdownSignals();
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // a write beyond the limit for a file fails instead
   return runAgent(argc, argv);
 }
