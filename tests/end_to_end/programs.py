@@ -89,6 +89,7 @@ class World:
 
     def open_world(self):
         self.root, self.processes = tempfile.mkdtemp(prefix="revwarden-", dir="/var/tmp"), []
+        self.agent = [os.path.join(PROGRAMS, "revwarden-agent")]  # its command
         self.socket = self.path("run/revwarden/agent.sock")
         self.defaults = self.path("home/.config/revwarden/defaults.plist")
         for folder in ("apps", "tmp", "run", "home/.config/revwarden"):
@@ -118,10 +119,10 @@ class World:
         self.write(f"apps/{place}/Contents/Info.plist", write(info))
 
     def start(self, name, *arguments):
+        command = self.agent if name == "revwarden-agent" else [os.path.join(PROGRAMS, name)]
         with open(self.path(name + ".errors"), "ab") as errors:
-            self.processes.append(subprocess.Popen([os.path.join(PROGRAMS, name), *arguments],
-                                                   env=self.env, stderr=errors, bufsize=0,
-                                                   stdout=subprocess.PIPE))
+            self.processes.append(subprocess.Popen([*command, *arguments], env=self.env, bufsize=0,
+                                                   stderr=errors, stdout=subprocess.PIPE))
         return self.processes[-1]
 
     def start_service(self, offers):
@@ -180,12 +181,14 @@ class Downloads(ScriptedService):
 
 
 def archive(files):
-    """A zip archive of (name, contents) pairs; a name that ends in @ is a link to its contents."""
+    """A zip archive of (name, contents) pairs. A name that ends in @ is a link to its contents, one
+    that ends in ! a file that nobody may read."""
     made = io.BytesIO()
     with zipfile.ZipFile(made, "w") as file:
         for name, contents in files:
-            entry = zipfile.ZipInfo(name.rstrip("@"))
-            entry.external_attr = (stat.S_IFLNK | 0o777 if name[-1] == "@" else 0o100755) << 16
+            entry = zipfile.ZipInfo(name.rstrip("@!"))
+            mode = {"@": stat.S_IFLNK | 0o777, "!": stat.S_IFREG}.get(name[-1], 0o100755)
+            entry.external_attr, entry.compress_type = mode << 16, zipfile.ZIP_DEFLATED
             file.writestr(entry, contents)
     return made.getvalue()
 
@@ -203,13 +206,13 @@ class UpdateWorld(World):
         return [(f"{name}.app/Contents/Info.plist", plistlib.dumps(info)),
                 (f"{name}.app/Contents/MacOS/{name}", b"#!/bin/sh\n")]
 
-    def offer(self, name, download, path=None):
-        """An old application and an offer to update it from what stands behind the path."""
+    def offer(self, name, download, path=None, **more):
+        """An old application and an offer to update it with what the path is answered with."""
         self.make_app(f"{name}.app", name.lower(), "1")
         path = path or f"/{name}.zip"
         self.downloads.answers[path] = download
         self.offers.append({"bundle_id": name.lower(), "version": "2",
-                            "download_link": f"http://{self.downloads.address}{path}"})
+                            "download_link": f"http://{self.downloads.address}{path}", **more})
 
     def installed(self, name):
         with open(self.path(f"apps/{name}.app/Contents/Info.plist"), "rb") as file:

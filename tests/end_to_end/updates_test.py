@@ -5,15 +5,11 @@ import os
 import plistlib
 import random
 import shutil
-import sys
 import threading
 import time
 import unittest
 
 from programs import PATIENCE, UpdateWorld, archive
-
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../script"))
-import make_images  # noqa: E402
 
 STOPPED = "didStopQueueInAgent:"
 # What depends on timing, or belongs to passes.
@@ -33,13 +29,6 @@ class Updates(UpdateWorld, unittest.TestCase):
     def stub(self, name, script):
         self.write(f"tools/{name}", b"#!/bin/sh\n" + script.encode())
         os.chmod(self.path(f"tools/{name}"), 0o755)
-
-    def unpacked(self, name):
-        """A folder with the new version of an application."""
-        folder = self.path(f"new/{name}")
-        for file, contents in self.new_app(name):
-            self.write(f"new/{name}/{file}", contents)
-        return folder
 
     def start_all(self, *arguments):
         agent, client = self.start_agent(self.start_service(self.offers), *arguments)
@@ -77,9 +66,6 @@ class Updates(UpdateWorld, unittest.TestCase):
 
         self.offer("Slow", slow)
         self.offer("Zip", archive(self.new_app("Zip")))
-        make_images.main("dmg", self.unpacked("Image"), self.path("image"))
-        with open(self.path("image"), "rb") as image:
-            self.offer("Image", image.read(), "/Image.dmg")
         self.offer("Package", b"a package", "/Package.pkg")
         self.offer("Page", lambda connection: connection.sendall(
             b"HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 2\r\n\r\nHi"), "/page")
@@ -89,12 +75,12 @@ class Updates(UpdateWorld, unittest.TestCase):
         self.stub("installer", f'[ "$1 $3 $4" = "-pkg -target /" ] && cp "$2" {self.root}/ran')
         self.stub("xdg-open", "exit 0")
         agent, client = self.start_all("--authorization", "always")
-        names = ["Slow", "Zip", "Image", "Package", "Page", "Cut", "Never"]
+        names = ["Slow", "Zip", "Package", "Page", "Cut", "Never"]
         for name in names:
             client.call("startUpdateItemWithIDs:", [client.ids[name]])
             while name == "Slow" and client.records()[name].get("currentAction") != 2:
                 client.message()
-        self.assertEqual(7, client.call("installerQueueCount"))
+        self.assertEqual(6, client.call("installerQueueCount"))
         client.call("cancelUpdateItemWithIDs:", [client.ids["Slow"]])
         events = [event for event in client.events_until(STOPPED) if event[0] not in PASSING]
         told = [self.told(*event) for event in events]
@@ -111,11 +97,10 @@ class Updates(UpdateWorld, unittest.TestCase):
         connection = ("Could not establish a connection to the server. Updating failed with "
                       "error: ")
         self.assertEqual(
-            ["didStartQueueInAgent:", "start Slow", "status Slow", "status Zip", "status Image",
+            ["didStartQueueInAgent:", "start Slow", "status Slow", "status Zip",
              f"rootTaskWithPrompt: {prompt} True", "status Package", "status Page", "status Cut",
              "status Never", *end("Slow", "cancelled byUser", "Zip", failed), "status Slow",
-             "addSilentRemoveBundleID: zip", *end("Zip", "updated None", "Image"),
-             "addSilentRemoveBundleID: image", *end("Image", "updated None", "Package"),
+             "addSilentRemoveBundleID: zip", *end("Zip", "updated None", "Package"),
              *end("Package", "packageRun None", "Page"),
              *end("Page", "handedOver unsupportedContent", "Cut"),
              "!!!!! QUEUE INTERRUPTED !!!!!!", "status Cut Never", STOPPED], told)
@@ -126,11 +111,11 @@ class Updates(UpdateWorld, unittest.TestCase):
         self.assertIn(connection, elsewhere[3])
 
         # The versions on disk, on record and in the Trash; nothing of the downloads is left over.
-        self.assertEqual(["2", "2", "1"], [self.installed(n) for n in ("Zip", "Image", "Slow")])
+        self.assertEqual(["2", "1"], [self.installed(name) for name in ("Zip", "Slow")])
         self.assertTrue(os.access(self.path("apps/Zip.app/Contents/MacOS/Zip"), os.X_OK))
         self.assertTrue(os.path.exists(self.path("ran")))
-        self.assertEqual(["Image.app", "Zip.app"], self.in_trash())
-        self.assertEqual(4, client.call("totalUpdatesCount"))
+        self.assertEqual(["Zip.app"], self.in_trash())
+        self.assertEqual(3, client.call("totalUpdatesCount"))
         self.assertFalse([name for name in os.listdir(self.path("tmp")) if "Cut" in name])
         self.assertFalse(any(r.get("isInQueue") for r in client.records().values()))
 
@@ -146,16 +131,12 @@ class Updates(UpdateWorld, unittest.TestCase):
     def test_hostile_downloads(self):
         outside = self.path("outside")
         new = self.new_app("Up")
-        make_images.main("dmg", self.unpacked("Cut"), self.path("image"))
-        with open(self.path("image"), "rb") as image:
-            cut = image.read()
         for name, download in (
                 ("Up", archive([("../../outside", b"!"), ("../../apps/Other.app/x", b"!")] + new)),
                 ("Absolute", archive([(outside, b"!")])),
                 ("Link", archive([("out@", self.path("apps").encode()), ("out/new", b"!")])),
                 ("Away", archive([("Away.app@", self.path("secret").encode())])),
-                ("Locked", self.encrypted()), ("Cut", cut[:len(cut) // 2]),
-                ("Rubbish", os.urandom(5000)), ("Empty", b""), ("Pack", archive([("Pack.pkg", b"")]))):
+                ("Locked", self.encrypted()), ("Empty", b"")):
             self.offer(name, download, f"/%2e%2e%2f{name}.app" if name == "Empty" else None)
         self.make_app("Other.app", "other", "1")
         self.write("secret/Contents/Info.plist", plistlib.dumps({"CFBundleIdentifier": "away"}))
