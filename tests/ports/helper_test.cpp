@@ -10,7 +10,7 @@
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "ports/linux/helper/helper_manager.h"
-#include "ports/linux/helper/helper_message.h"
+#include "ports/linux/helper/helper_protocol.h"
 #include "ports/posix/file_descriptor.h"
 #include "ports/posix/spawn.h"
 #include "tests/fakes/error_of.h"

@@ -75,8 +75,8 @@ void removeLeftovers(const std::string& folder) {
 
 Result<std::vector<std::string>> mountPointsIn(const std::string& attached) {
   std::vector<std::string> mountPoints;
-  for (const std::string& name : sortedNames(attached))
-    mountPoints.push_back(attached + "/" + name);
+  const std::string inFolder = attached + "/";
+  for (const std::string& name : sortedNames(attached)) mountPoints.push_back(inFolder + name);
   if (mountPoints.empty()) return Error{"", attached + " is empty"};
   return mountPoints;
 }

@@ -1,16 +1,13 @@
 #include "ports/linux/helper/asking_user.h"
 
-#include <fcntl.h>
 #include <grp.h>
-#include <limits.h>
 #include <pwd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <charconv>
 
-#include "ports/posix/file_descriptor.h"
+#include "ports/linux/helper/helper_protocol.h"
 #include "ports/posix/spawn.h"
 #include "ports/posix/system_error.h"
 
@@ -21,14 +18,6 @@ bool become(const AskingUser& user) {
   return ::initgroups(user.name.c_str(), user.gid) == 0 &&
          ::setresgid(user.gid, user.gid, user.gid) == 0 &&
          ::setresuid(user.uid, user.uid, user.uid) == 0;
-}
-
-// Writes the value and exits with status 0, or writes the error's code, a line break and its
-// message and exits with status 1.
-[[noreturn]] void answer(int pipe, const Result<std::string>& result) {
-  const std::string text = result ? *result : result.error().code + '\n' + result.error().message;
-  (void)!::write(pipe, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
-  ::_exit(result ? 0 : 1);
 }
 
 }  // namespace
@@ -45,25 +34,21 @@ std::optional<AskingUser> askingUser(const std::string& uid) {
 
 Result<std::string> withRightsOf(const AskingUser& user,
                                  const std::function<Result<std::string>()>& work) {
-  std::optional<Pipe> pipe = makePipe();
-  if (!pipe) return systemError("pipe");
+  int ends[2];
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return systemError();
+  const FileDescriptor ours(ends[0]);
+  FileDescriptor childs(ends[1]);
   const pid_t pid = ::fork();
-  if (pid < 0) return systemError("fork");
+  if (pid < 0) return systemError();
   if (pid == 0) {
-    answer(pipe->writeEnd.get(),
-           become(user) ? work()
-                        : Result<std::string>(Error{"", "cannot take the rights of " + user.name}));
+    const bool isSent = sendAnswer(
+        ends[1], become(user) ? work() : Error{"", "cannot take the rights of " + user.name});
+    ::_exit(isSent ? 0 : 1);
   }
-  pipe->writeEnd = FileDescriptor();
-  std::string text;
-  readToEnd(pipe->readEnd.get(), text);
-  const int status = waitForEnd(pid);
-  if (status == 0) return text;
-  const size_t lineBreak = text.find('\n');
-  if (lineBreak == text.npos)
-    return Error{"",
-                 "the process of " + user.name + " ended with status " + std::to_string(status)};
-  return Error{text.substr(0, lineBreak), text.substr(lineBreak + 1)};
+  childs = FileDescriptor();
+  Result<std::string> answer = receiveAnswer(ours.get());
+  waitForEnd(pid);
+  return answer;
 }
 
 }  // namespace revwarden

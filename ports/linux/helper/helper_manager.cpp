@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "ports/linux/files/user_folders.h"
-#include "ports/linux/helper/helper_connection.h"
+#include "ports/linux/helper/helper_protocol.h"
 #include "ports/linux/processes/process_control.h"
 #include "ports/posix/spawn.h"
 #include "ports/posix/system_error.h"
@@ -30,18 +30,18 @@ class LinuxHelperTask final : public KQHelperTask {
       : helper_(std::move(helper)), reports_(std::move(reports)) {}
 
   Result<std::string> moveItemAtPathToTrash(std::string_view path) override {
-    return ask({moveToTrashSelector, std::string(path)}, {path});
+    return ask({kMoveToTrashSelector, std::string(path)}, {path});
   }
 
   Result<> performCopyItemAtPath_toPath(std::string_view source,
                                         std::string_view destination) override {
     return withoutValue(
-        ask({copySelector, std::string(source), std::string(destination)}, {source, destination}));
+        ask({kCopySelector, std::string(source), std::string(destination)}, {source, destination}));
   }
 
   Result<> performAction_withArguments(
       std::string_view action, const std::map<std::string, std::string>& arguments) override {
-    HelperMessage request{actionSelector, std::string(action)};
+    HelperMessage request{kActionSelector, std::string(action)};
     DictionaryBuilder reported;
     for (const auto& [key, value] : arguments) {
       request.insert(request.end(), {key, value});

@@ -84,9 +84,9 @@ Result<std::string> copyToTrash(const DirectoryEntry& application) {
 }  // namespace
 
 HelperOperations::Answer HelperOperations::carryOut(const HelperMessage& request) {
-  if (request.size() == 2 && request[0] == moveToTrashSelector) return {moveToTrash(request[1])};
-  if (request.size() == 3 && request[0] == copySelector) return {copy(request[1], request[2])};
-  if (request.size() == 6 && request[0] == actionSelector && request[1] == "runScript") {
+  if (request.size() == 2 && request[0] == kMoveToTrashSelector) return {moveToTrash(request[1])};
+  if (request.size() == 3 && request[0] == kCopySelector) return {copy(request[1], request[2])};
+  if (request.size() == 6 && request[0] == kActionSelector && request[1] == "runScript") {
     const std::map<std::string, std::string> arguments{{request[2], request[3]},
                                                        {request[4], request[5]}};
     const auto script = arguments.find("SCRIPT");

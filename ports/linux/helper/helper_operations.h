@@ -6,7 +6,7 @@
 
 #include "base/result.h"
 #include "ports/linux/helper/asking_user.h"
-#include "ports/linux/helper/helper_message.h"
+#include "ports/linux/helper/helper_protocol.h"
 
 namespace revwarden {
 

@@ -16,7 +16,7 @@
 namespace revwarden {
 namespace {
 
-constexpr int agent = STDIN_FILENO;
+constexpr int kAgent = STDIN_FILENO;
 
 int complain(const char* text) {
   std::fprintf(stderr, "revwarden-helper: %s\n", text);
@@ -24,15 +24,11 @@ int complain(const char* text) {
 }
 
 int serve(HelperOperations operations) {
-  if (!sendMessage(agent, {helperGreeting}))
+  if (!sendMessage(kAgent, {kHelperGreeting}))
     return complain("only revwarden-agent can start this program");
-  while (const std::optional<HelperMessage> request = receiveMessage(agent)) {
+  while (const std::optional<HelperMessage> request = receiveMessage(kAgent)) {
     const HelperOperations::Answer answer = operations.carryOut(*request);
-    const Result<std::string>& result = answer.result;
-    const bool isSent =
-        sendMessage(agent, result ? HelperMessage{*result}
-                                  : HelperMessage{result.error().code, result.error().message});
-    if (!isSent || !answer.isKnown) return 1;
+    if (!sendAnswer(kAgent, answer.result) || !answer.isKnown) return 1;
   }
   return 0;
 }
@@ -49,7 +45,7 @@ int run(int argc, char** argv) {
     if (uid && !(user = askingUser(uid))) return complain("PKEXEC_UID is not the id of a user");
     if (user && user->uid == ::geteuid()) user.reset();  // no fewer rights
   }
-  return serve(HelperOperations(user, agent));
+  return serve(HelperOperations(user, kAgent));
 }
 
 }  // namespace
