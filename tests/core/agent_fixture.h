@@ -16,33 +16,31 @@
 
 namespace revwarden {
 
-/// An agent in an in-memory world. `start` creates it and sees its first refresh through.
+/// Tests of an agent on a fake platform. `start` creates the agent and completes its first refresh.
 class AgentTest : public testing::Test {
  protected:
   void TearDown() override {
     agent.reset();
-    world.threads.waitForAll(world.loop);
+    fake.threads.waitForAll(fake.loop);
   }
   std::shared_ptr<PrincipalAgent> create() {
-    agent = PrincipalAgent::create(world.reference());
+    agent = PrincipalAgent::create(fake.reference());
     agent->setDelegate(events);
     return agent;
   }
   void createWithoutRefresh() {
-    world.threads.refuse = true;
+    fake.threads.refuse = true;
     create();
-    world.threads.refuse = false;
+    fake.threads.refuse = false;
   }
   void start() {
     create();
     finishPass();
     events->takeNames();
   }
-  /// Waits until no pass runs and all of its events have come.
-  void finishPass() {
-    const bool finished = world.loop.runUntil(
-        [&] { return events->count("list") + (validating ? events->count("finish") : 0) > 0; });
-    ASSERT_TRUE(finished) << "the pass did not end";
+  /// Runs the loop until this event has arrived. "list" ends a refresh.
+  void finishPass(const std::string& event = "list") {
+    ASSERT_TRUE(fake.loop.runUntil([&] { return events->count(event) > 0; })) << event;
   }
   void refresh() {
     events->takeNames();
@@ -61,16 +59,18 @@ class AgentTest : public testing::Test {
     const Dictionary item = itemAt(path);
     return *item.stringFor(kKQRWIDKey);
   }
-  Dictionary stored() {
-    return world.defaults.dictionaryForKey("KQRWAgent").value_or(Dictionary());
-  }
+  Dictionary stored() { return fake.defaults.dictionaryForKey("KQRWAgent").value_or(Dictionary()); }
   Array storedItems() { return stored().arrayFor("itemsPrefsKey").value_or(Array()); }
   void store(std::vector<Value> items, Dictionary settings = {}) {
-    world.defaults.setDictionary(settings.with("itemsPrefsKey", Array(std::move(items))),
-                                 "KQRWAgent");
+    fake.defaults.setDictionary(settings.with("itemsPrefsKey", Array(std::move(items))),
+                                "KQRWAgent");
   }
+  /// Creates an agent that has catalogued applications with these names, which are also their ids,
+  /// and update methods. The updates are at http://x/NAME.
+  void catalogue(const std::vector<std::pair<std::string, std::string>>& namesAndMethods,
+                 const std::string& extension = "");
 
-  /// An answer of the service: "item" elements for (bundle id, version) pairs.
+  /// Returns a response of the service that offers these versions, by bundle identifier.
   static std::string answer(const std::vector<std::pair<std::string, std::string>>& offers) {
     std::string xml = "<response>";
     for (const auto& [id, version] : offers) {
@@ -79,13 +79,12 @@ class AgentTest : public testing::Test {
     return xml + "</response>";
   }
   void serve(const std::string& body) {
-    world.service.answer = [body](const URLRequest&) { return std::optional(body); };
+    fake.service.answer = [body](const URLRequest&) { return std::optional(body); };
   }
 
-  FakePlatform world;
-  std::shared_ptr<EventRecorder> events = std::make_shared<EventRecorder>(world.loop);
+  FakePlatform fake;
+  std::shared_ptr<EventRecorder> events = std::make_shared<EventRecorder>(fake.loop);
   std::shared_ptr<PrincipalAgent> agent;
-  bool validating = false;
 };
 
 inline Dictionary record(const std::string& id, const std::string& path,
@@ -96,6 +95,23 @@ inline Dictionary record(const std::string& id, const std::string& path,
           {kKQRWBundleIdKey,
            "org.example." + std::string(deletingPathExtension(lastPathComponent(path)))},
           {kKQRWCurrentVersionKey, version}};
+}
+
+inline void AgentTest::catalogue(
+    const std::vector<std::pair<std::string, std::string>>& namesAndMethods,
+    const std::string& extension) {
+  std::vector<Value> items;
+  for (const auto& [name, method] : namesAndMethods) {
+    const std::string path = "/Applications/" + name + ".app";
+    const Dictionary offer = {{kKQRWIDownloadLinkKey, "http://x/" + name + extension},
+                              {kKQRWIUpdateMethodKey, method}};
+    fake.disk.install(path, "1.0");
+    items.emplace_back(record(name, path)
+                           .with(kKQRWAvailableVersionInfoKey, offer)
+                           .with(kKQRWNotifiedVersionKey, "2.0"));
+  }
+  store(std::move(items), {{"lastFireDate", fake.clock.now()}});
+  createWithoutRefresh();
 }
 
 inline std::string textAt(const Dictionary& item, const char* key) {

@@ -1,7 +1,6 @@
 #include <random>
 
 #include "catalogue/item_catalogue.h"
-#include "catalogue/record_set.h"
 #include "tests/core/agent_fixture.h"
 
 namespace revwarden {
@@ -33,8 +32,8 @@ TEST(ItemCatalogueTest, EditsKeepARecordsIdentityAndReplacementsDoNot) {
   EXPECT_FALSE(catalogue.itemWithIdIsInBlackList("unknown"));
 }
 
-// Every look-up must answer what a walk through a plain list would, also with ids and paths twice.
-TEST(ItemCatalogueTest, FindsTheFirstMatchAfterAnyHistory) {
+// Compares every look-up with a search in a plain list. Ids and paths may occur twice.
+TEST(ItemCatalogueTest, FindsTheFirstMatchAfterRandomChanges) {
   std::mt19937 random(7);
   ItemCatalogue catalogue;
   std::vector<Dictionary> model;
@@ -45,7 +44,7 @@ TEST(ItemCatalogueTest, FindsTheFirstMatchAfterAnyHistory) {
   };
   for (int step = 0; step < 4000; ++step) {
     const std::string id = name("id");
-    const auto place = firstWith(kKQRWIDKey, id);
+    const auto known = firstWith(kKQRWIDKey, id);
     switch (random() % 4) {
       case 0:
         if (model.size() > 30) break;
@@ -54,20 +53,20 @@ TEST(ItemCatalogueTest, FindsTheFirstMatchAfterAnyHistory) {
         break;
       case 1: {
         const Dictionary changed = record(id, name("/p"));
-        EXPECT_EQ(catalogue.updateItem(changed), place != model.end());
-        if (place != model.end()) *place = changed;
+        EXPECT_EQ(catalogue.updateItem(changed), known != model.end());
+        if (known != model.end()) *known = changed;
         break;
       }
       case 2: {
         const char* key = random() % 2 ? kKQRWIDKey : kKQRWApplicationPathKey;
         const std::string text = name(key == kKQRWIDKey ? "id" : "/p");
         catalogue.setObjectThreadSave_forKey_forItemWithID(text, key, id);
-        if (place != model.end()) *place = place->with(key, text);
+        if (known != model.end()) *known = known->with(key, text);
         break;
       }
       case 3:
-        EXPECT_EQ(catalogue.removeItem(Dictionary{{kKQRWIDKey, id}}), place != model.end());
-        if (place != model.end()) model.erase(place);
+        EXPECT_EQ(catalogue.removeItem(Dictionary{{kKQRWIDKey, id}}), known != model.end());
+        if (known != model.end()) model.erase(known);
     }
     const std::string path = name("/p");
     const auto expected = firstWith(kKQRWApplicationPathKey, path);
@@ -80,48 +79,38 @@ TEST(ItemCatalogueTest, FindsTheFirstMatchAfterAnyHistory) {
   for (size_t i = 0; i < all.size(); ++i) EXPECT_EQ(all[i]->contents(), model[i]);
 }
 
-TEST(RecordSetTest, HoldsByObjectAndByContents) {
-  const auto live = [](Dictionary d) { return std::make_shared<const LiveRecord>(std::move(d)); };
-  const LiveRecordRef member = live({{kKQRWIDKey, "a"}, {"flag", true}});
-  RecordSet set;
-  set.add(member);
-  EXPECT_TRUE(set.contains(member));
-  EXPECT_TRUE(set.contains(live({{"flag", 1.0}, {kKQRWIDKey, "a"}})));
-  EXPECT_FALSE(set.contains(live({{kKQRWIDKey, "a"}})));
-}
-
-TEST_F(AgentTest, StarsAndTheBlackListSaveOnceAndTellSnapshots) {
+TEST_F(AgentTest, StarAndBlackListSaveOnceAndSendSnapshots) {
   for (const char* name : {"A", "B", "C"}) {
-    world.disk.install(std::string("/Applications/") + name + ".app", "1.0");
+    fake.disk.install(std::string("/Applications/") + name + ".app", "1.0");
   }
   start();
   const std::string a = idAt("/Applications/A.app");
   const std::string c = idAt("/Applications/C.app");
 
-  int writes = world.defaults.writes;
+  int writes = fake.defaults.writes;
   agent->setStarred_forItemWithId(true, a);
   agent->setStarred_forItemWithId(true, a);
-  EXPECT_EQ(world.defaults.writes, writes + 2) << "also when nothing changed";
+  EXPECT_EQ(fake.defaults.writes, writes + 2) << "even if nothing changed";
   agent->setStarred_forItemWithId(true, "unknown");
   ASSERT_EQ(events->count("status"), 3u);
   EXPECT_TRUE(events->events[2].items.empty());
   events->takeNames();
 
-  writes = world.defaults.writes;
+  writes = fake.defaults.writes;
   agent->moveItemsWithIds_toBlackList({c, "unknown", a, c}, true);
-  EXPECT_EQ(world.defaults.writes, writes + 1);
+  EXPECT_EQ(fake.defaults.writes, writes + 1);
   ASSERT_EQ(events->count("status"), 1u);
-  const std::vector<Dictionary> told = events->events[0].items;
-  ASSERT_EQ(told.size(), 3u);
-  EXPECT_EQ(textAt(told[0], kKQRWIDKey), c);
-  EXPECT_EQ(textAt(told[1], kKQRWIDKey), a);
-  EXPECT_TRUE(told[2].boolFor(kKQRWIsInBlackList));
+  const std::vector<Dictionary> sent = events->events[0].items;
+  ASSERT_EQ(sent.size(), 3u);
+  EXPECT_EQ(textAt(sent[0], kKQRWIDKey), c);
+  EXPECT_EQ(textAt(sent[1], kKQRWIDKey), a);
+  EXPECT_TRUE(sent[2].boolFor(kKQRWIsInBlackList));
   agent->moveItemsWithIds_toBlackList({c}, false);
   agent->moveItemsWithIds_toBlackList({}, true);
-  EXPECT_EQ(world.defaults.writes, writes + 3);
+  EXPECT_EQ(fake.defaults.writes, writes + 3);
   EXPECT_TRUE(events->events.back().items.empty());
   EXPECT_FALSE(agent->itemWithIdIsInBlackList(c));
-  EXPECT_TRUE(told[0].boolFor(kKQRWIsInBlackList)) << "an event already sent does not change";
+  EXPECT_TRUE(sent[0].boolFor(kKQRWIsInBlackList)) << "an event already sent does not change";
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 namespace revwarden {
 
-/// One update job in an in-memory world. The journal holds what it does and what its delegate hears
-/// but the status, each line after the action that the job was at.
+/// Tests of one update job on a fake platform. The journal has what the job does and the events of
+/// its delegate except the status, each after the number of the job's step.
 class JobTest : public testing::Test, protected KQRWAppInstallerDelegate {
  protected:
   static constexpr char kLink[] = "http://x/U";
@@ -15,26 +15,26 @@ class JobTest : public testing::Test, protected KQRWAppInstallerDelegate {
     journal.prefix = [this] {
       return std::to_string(static_cast<int64_t>(job->currentAction())) + " ";
     };
-    world.log.onLine = [this](const std::string& line) { journal.add(line); };
-    world.host.onShow = [this](const HostNotification& notice) {
+    fake.log.onLine = [this](const std::string& line) { journal.add(line); };
+    fake.host.onShow = [this](const HostNotification& notice) {
       journal.add("notice", *notice.text, journal.thread());
     };
   }
-  void TearDown() override { world.threads.waitForAll(world.loop); }
+  void TearDown() override { fake.threads.waitForAll(fake.loop); }
 
   template <typename Job = KQRWAppUpdater>
   void make(const char* method = "auto", const char* link = kLink, const char* missing = "") {
     const Dictionary offer = {{kKQRWIDownloadLinkKey, link}, {kKQRWIUpdateMethodKey, method}};
     const Dictionary item = record("a", "/Applications/A.app")
                                 .with(kKQRWAvailableVersionInfoKey, offer.without(missing));
-    job = std::make_shared<Job>(world.reference(), item.without(missing));
+    job = std::make_shared<Job>(fake.reference(), item.without(missing));
     job->setDelegate(std::shared_ptr<KQRWAppInstallerDelegate>(alive, this));
     statuses.clear();
   }
-  /// Sees the job through; the lines after its start.
+  /// Runs the job to its end. Returns the lines after its start.
   std::string run() {
     job->start();
-    world.threads.waitForAll(world.loop);
+    fake.threads.waitForAll(fake.loop);
     return linesAfterStart();
   }
   std::string linesAfterStart() {
@@ -45,7 +45,7 @@ class JobTest : public testing::Test, protected KQRWAppInstallerDelegate {
   void startAndHoldAt(const std::string& line) {
     journal.hold(line);
     job->start();
-    ASSERT_TRUE(world.loop.runUntil([&] { return journal.waiting > 0; })) << line;
+    ASSERT_TRUE(fake.loop.runUntil([&] { return journal.waiting > 0; })) << line;
   }
 
   void appInstallerDidStart(KQRWAppUpdater&) override { journal.add("start"); }
@@ -59,9 +59,9 @@ class JobTest : public testing::Test, protected KQRWAppInstallerDelegate {
     statuses.push_back(reporting.simpleCurrentAction());
   }
 
-  FakePlatform world;
-  Journal& journal = world.journal;
-  FakeDownloads::File& file = world.downloads.files[kLink];
+  FakePlatform fake;
+  Journal& journal = fake.journal;
+  FakeDownloads::File& file = fake.downloads.files[kLink];
   std::shared_ptr<KQRWAppUpdater> job;
   std::vector<SimpleAction> statuses;
   const std::shared_ptr<void> alive = std::make_shared<int>();

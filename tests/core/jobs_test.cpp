@@ -7,14 +7,15 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST_F(JobTest, EndsAtOnceWhenNothingIsToBeDownloaded) {
-  world.threads.refuse = true;
+TEST_F(JobTest, EndsInStartIfNothingIsDownloaded) {
+  fake.threads.refuse = true;
   make("manual", " \xC2\xA0\r\nhttp://x/U\n ");
   EXPECT_EQ(run(), "1 open http://x/U\n3 success\n");
-  EXPECT_EQ(statuses, std::vector(2, SimpleAction::done)) << "read when the main thread gets to it";
+  EXPECT_EQ(statuses, std::vector(2, SimpleAction::done))
+      << "read on the main thread, after the end";
   journal.failing = "open";
   make("manual");
-  EXPECT_EQ(run(), "1 open http://x/U\n3 success\n") << "sent to the browser, which is all";
+  EXPECT_EQ(run(), "1 open http://x/U\n3 success\n") << "the result of opening is not checked";
   make("manual", "http://x/a b");
   EXPECT_EQ(run(), "3 success\n");
   for (const char* link : {"", " \n", "http://x/a b", "http://x/\xC3\xA4", "http://x/<a>"}) {
@@ -23,13 +24,13 @@ TEST_F(JobTest, EndsAtOnceWhenNothingIsToBeDownloaded) {
   }
   for (const char* missing :
        {"", kKQRWApplicationNameKey, kKQRWApplicationPathKey, kKQRWIDownloadLinkKey}) {
-    world.threads.refuse = !*missing;
+    fake.threads.refuse = !*missing;
     make("auto", kLink, missing);
     EXPECT_EQ(run(), "12 failure\n") << missing;
   }
 }
 
-TEST_F(JobTest, JudgesContentByItsTypeAsItIsSpelled) {
+TEST_F(JobTest, AcceptsContentTypesCaseSensitively) {
   const std::string log = "1 log [RWInstaller] Invalid content. Open target URL in browser.\n";
   const std::pair<const char*, bool> types[] = {{"application/x-zip-compressed", true},
                                                 {"application/x-apple-diskimage", true},
@@ -53,7 +54,7 @@ TEST_F(JobTest, ReportsProgressAtMostEvery40Milliseconds) {
   file.length = -1;
   file.pieces = {1, 2, 4, 8};
   journal.onPass = [this](const std::string& line) {
-    if (line == "data") world.clock.advance(0.03);
+    if (line == "data") fake.clock.advance(0.03);
   };
   make();
   run();
@@ -62,7 +63,7 @@ TEST_F(JobTest, ReportsProgressAtMostEvery40Milliseconds) {
   EXPECT_EQ(job->totalBytes(), -1);
 }
 
-TEST_F(JobTest, AFailedDownloadReadsAsNoConnectionHoweverFarItCame) {
+TEST_F(JobTest, FailedDownloadIsAlwaysReportedAsNoConnection) {
   const std::string notice =
       "2 notice Could not establish a connection to the server. Updating failed with error: ";
   for (const auto& reason : {std::optional<std::string>("cut"), std::optional<std::string>()}) {
@@ -72,19 +73,19 @@ TEST_F(JobTest, AFailedDownloadReadsAsNoConnectionHoweverFarItCame) {
                          ". (in the background)\n2 interrupted\n");
     EXPECT_FALSE(job->downloadPath());
     EXPECT_EQ(job->totalBytes() + job->receivedBytes(), 0);
-    EXPECT_EQ(world.host.shown.back().button1Text, "OK");
-    EXPECT_EQ(world.host.shown.back().icon->value, "DraggingViewWarningIcon");
+    EXPECT_EQ(fake.host.shown.back().button1Text, "OK");
+    EXPECT_EQ(fake.host.shown.back().icon->value, "DraggingViewWarningIcon");
   }
 }
 
-TEST_F(JobTest, CancellingADownloadEndsTheJobAtOnce) {
+TEST_F(JobTest, CancelOfADownloadEndsTheJobImmediately) {
   const std::tuple<const char*, const char*, bool, size_t> cases[] = {
-      {"begin", "1 failure\n", false, 1},  // forgotten by the loop, but not by the response
+      {"begin", "1 failure\n", false, 1},  // lost by the loop, but not by the response
       {"response", "1 failure\n", false, 1},
       {"data", "4 failure\n", false, 3},
       {"end", "4 failure\n", false, 3},
-      {"end", "4 failure\n", true, 4}};  // what breaks later is told all the same
-  for (const auto& [heldAt, end, breaks, told] : cases) {
+      {"end", "4 failure\n", true, 4}};  // a later failure is reported
+  for (const auto& [heldAt, end, breaks, reports] : cases) {
     if (breaks) file.error.emplace();
     make();
     startAndHoldAt(heldAt);
@@ -94,36 +95,34 @@ TEST_F(JobTest, CancellingADownloadEndsTheJobAtOnce) {
     EXPECT_FALSE(job->downloadPath());
     EXPECT_EQ(job->simpleCurrentAction(), SimpleAction::failed);
     journal.release();
-    world.threads.waitForAll(world.loop);
+    fake.threads.waitForAll(fake.loop);
     const std::string later = journal.take();
     EXPECT_EQ(later.empty(), !breaks) << heldAt;
     EXPECT_EQ(later.starts_with("2 notice ") && later.ends_with("\n2 interrupted\n"), breaks);
-    EXPECT_EQ(statuses.size(), told) << heldAt;
+    EXPECT_EQ(statuses.size(), reports) << heldAt;
   }
 }
 
-TEST_F(JobTest, CancellingAnInstallationServesTheLoopUntilItsEndIsReported) {
+TEST_F(JobTest, CancelOfAnInstallationRunsTheLoopUntilItHasEnded) {
   file.name = "U.dmg";
-  world.machine.images = {"/tmp/U.dmg"};
-  world.machine.folders["/Volumes/hidden"] = {"A.app"};
-  world.disk.install("/Volumes/hidden/A.app", "2.0");
+  fake.makeImage("/tmp/U.dmg", {"A.app"});
   journal.failing = "copy";
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"/usr/bin/unzip", "remove", "attach"},
       {"/usr/bin/hdiutil", "attach", "removal"},
-      {"list /Volumes", "copy", "detach"},  // needs the main thread, which waits for it
+      {"list /Volumes", "copy", "detach"},  // continues with a call on the main thread
       {"copy", "copy", "notice"}};
   for (const auto& [heldAt, done, undone] : cases) {
     make();
     startAndHoldAt(heldAt);
-    const auto timer = world.loop.addTimer(world.clock.now(), [this] { journal.add("timer"); });
-    world.loop.post([this] { journal.release(); });
+    const auto timer = fake.loop.addTimer(fake.clock.now(), [this] { journal.add("timer"); });
+    fake.loop.post([this] { journal.release(); });
     job->cancel();
     const std::string lines = linesAfterStart();
     EXPECT_THAT(lines, testing::AllOf(HasSubstr("timer"), HasSubstr(done), Not(HasSubstr(undone))));
     EXPECT_TRUE(lines.ends_with("failure\n")) << heldAt;
-    EXPECT_TRUE(job->downloadPath()) << "only a running download is forgotten";
-    world.threads.waitForAll(world.loop);
+    EXPECT_TRUE(job->downloadPath()) << "only cleared during a download";
+    fake.threads.waitForAll(fake.loop);
     EXPECT_EQ(journal.take(), "") << "reported once, without a notice";
   }
 }

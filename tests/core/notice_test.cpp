@@ -20,59 +20,62 @@ class NoticeTest : public AgentTest, private NewUpdatesNotice::Mediator {
     return textAt(*catalogue.itemSnapshotWithID(id), kKQRWNotifiedVersionKey);
   }
   std::string listedNames() {
-    const std::string text = *world.host.shown.back().text;
+    const std::string text = *fake.host.shown.back().text;
     return text.substr(text.find('|') + 1);
   }
   void startUpdatePellmark() override {
     ++productUpdates;
-    shownBefore = world.host.shown.size();
+    shownBefore = fake.host.shown.size();
   }
   bool hasRootTask() override { return rootTask; }
   std::shared_ptr<NotificationTarget> notificationTarget() override { return target; }
 
   ItemCatalogue catalogue;
-  ExcludedPaths excluded{world.disk};
-  AgentSettings settings{world.platform, catalogue, excluded};
-  NewUpdatesNotice notice{world.platform, catalogue, settings, *this};
+  ExcludedPaths excluded{fake.disk};
+  AgentSettings settings{fake.platform, catalogue, excluded};
+  NewUpdatesNotice notice{fake.platform, catalogue, settings, *this};
   std::shared_ptr<NotificationTarget> target;
   bool rootTask = false;
   int productUpdates = 0;
   size_t shownBefore = 0;
 };
 
-TEST_F(NoticeTest, TellsEachNewVersionOnce) {
+TEST_F(NoticeTest, NotifiesOnceOfEachNewVersion) {
+  add("Silent", "1", "2");
+  notice.notifyNewUpdates();
+  EXPECT_TRUE(fake.host.shown.empty()) << "notices are off";
   settings.setShowRevwardenNotifications(true);
   add("New", "1.9", "1.10");
   add("Older", "1.2", "1.1");
   add("Equal", "1.2", "1.2.0");
-  add("Told", "1.0", "1.1", "1.1");
-  add("TakenBack", "1.0", "1.1", "1.2");
+  add("Announced", "1.0", "1.1", "1.1");
+  add("Downgraded", "1.0", "1.1", "1.2");
   add("Unreadable", "1.0", "1.1", "  ");
   add("Ignored", "1.0", "1.1", "", true);
   add("NoOffer", "1.0", "");
-  const int writes = world.defaults.writes;
+  const int writes = fake.defaults.writes;
   const LiveRecords before = catalogue.itemsSnapshot();
   notice.notifyNewUpdates();
   EXPECT_EQ(catalogue.itemsSnapshot(), before) << "marked in place";
-  ASSERT_EQ(world.host.shown.size(), 1u);
-  EXPECT_EQ(*world.host.shown[0].text,
+  ASSERT_EQ(fake.host.shown.size(), 1u);
+  EXPECT_EQ(*fake.host.shown[0].text,
             "Updates available for %?1$u applications: %2$@. Open Pellmark to install updates."
-            "|3|New, TakenBack, Unreadable");
-  EXPECT_EQ(world.host.shown[0].button1Action, "openRevwarden");
-  EXPECT_EQ(world.host.shown[0].button1Text, "OK");
-  EXPECT_EQ(world.host.shown[0].button2Text, "Cancel");
-  EXPECT_FALSE(world.host.shown[0].icon);
-  EXPECT_EQ(world.defaults.writes, writes + 1);
+            "|3|New, Downgraded, Unreadable");
+  EXPECT_EQ(fake.host.shown[0].button1Action, "openRevwarden");
+  EXPECT_EQ(fake.host.shown[0].button1Text, "OK");
+  EXPECT_EQ(fake.host.shown[0].button2Text, "Cancel");
+  EXPECT_FALSE(fake.host.shown[0].icon);
+  EXPECT_EQ(fake.defaults.writes, writes + 1);
   EXPECT_EQ(notified("New"), "1.10");
   EXPECT_EQ(notified("Ignored"), "1.1") << "marked although not listed";
   EXPECT_EQ(notified("Older"), "(absent)");
 
   notice.notifyNewUpdates();
-  EXPECT_EQ(world.host.shown.size(), 1u);
-  EXPECT_EQ(world.defaults.writes, writes + 1);
+  EXPECT_EQ(fake.host.shown.size(), 1u);
+  EXPECT_EQ(fake.defaults.writes, writes + 1);
 }
 
-TEST_F(NoticeTest, NamesFourAndCountsAll) {
+TEST_F(NoticeTest, ListsFourNamesAndCountsAll) {
   settings.setShowRevwardenNotifications(true);
   for (const char* name : {"B", "C", "D", "E"}) add(name, "1", "2");
   notice.notifyNewUpdates();
@@ -82,37 +85,28 @@ TEST_F(NoticeTest, NamesFourAndCountsAll) {
   EXPECT_EQ(listedNames(), "6|F, G, H, I...");
 }
 
-TEST_F(NoticeTest, WhatIsNotShownNowIsNeverShown) {
-  add("A", "1", "2");
-  notice.notifyNewUpdates();
-  settings.setShowRevwardenNotifications(true);
-  notice.notifyNewUpdates();
-  EXPECT_TRUE(world.host.shown.empty());
-  EXPECT_EQ(notified("A"), "2");
-}
-
-TEST_F(NoticeTest, TheHostProductUpdatesItself) {
+TEST_F(NoticeTest, StartsTheUpdateOfTheHostProduct) {
   add("Pellmark", "1", "2", "", true);
   notice.notifyNewUpdates();
-  EXPECT_EQ(productUpdates, 1) << "also on the black list and with notices off";
-  EXPECT_TRUE(world.host.shown.empty());
+  EXPECT_EQ(productUpdates, 1) << "even on the black list and with notices off";
+  EXPECT_TRUE(fake.host.shown.empty());
 
   settings.setShowRevwardenNotifications(true);
-  world.disk.movable = false;
+  fake.disk.movable = false;
   catalogue.setObjectThreadSave_forKey_forItemWithID("1.5", kKQRWNotifiedVersionKey, "Pellmark");
   notice.notifyNewUpdates();
   EXPECT_EQ(productUpdates, 2);
-  ASSERT_EQ(world.host.shown.size(), 1u) << "never in the summary";
+  ASSERT_EQ(fake.host.shown.size(), 1u) << "never in the summary";
   EXPECT_EQ(shownBefore, 1u);
-  EXPECT_EQ(*world.host.shown[0].text, "New version of Pellmark is available!");
-  EXPECT_EQ(world.host.shown[0].icon->value, "DraggingViewNotificationIcon");
-  EXPECT_FALSE(world.host.shown[0].button1Action);
+  EXPECT_EQ(*fake.host.shown[0].text, "New version of Pellmark is available!");
+  EXPECT_EQ(fake.host.shown[0].icon->value, "DraggingViewNotificationIcon");
+  EXPECT_FALSE(fake.host.shown[0].button1Action);
 
   rootTask = true;
   catalogue.setObjectThreadSave_forKey_forItemWithID("1.5", kKQRWNotifiedVersionKey, "Pellmark");
   notice.notifyNewUpdates();
   EXPECT_EQ(productUpdates, 3);
-  EXPECT_EQ(world.host.shown.size(), 1u) << "rights are at hand";
+  EXPECT_EQ(fake.host.shown.size(), 1u) << "the queue has the rights";
 }
 
 }  // namespace

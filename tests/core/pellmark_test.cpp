@@ -15,43 +15,41 @@ constexpr char kLaunch[] =
 class PellmarkTest : public JobTest {
  protected:
   PellmarkTest() {
-    world.machine.archives = {"/tmp/U.zip", "/home/u/Downloads/U.zip"};
-    world.machine.folders["/tmp/U.unpacked"] = {"A.app"};
-    world.disk.install("/tmp/U.unpacked/A.app", "2.0");
+    fake.makeArchive({"A.app"});
     make<KQRWPellmarkUpdater>();
   }
   std::string press() {
-    const HostNotification notice = world.host.shown.back();
+    const HostNotification notice = fake.host.shown.back();
     notice.target->performAction("somethingElse");
     notice.target->performAction(*notice.button1Action);
-    world.threads.waitForAll(world.loop);
+    fake.threads.waitForAll(fake.loop);
     return journal.take();
   }
 };
 
 TEST_F(PellmarkTest, OffersToRelaunchARunningProduct) {
-  world.machine.running = {"/Volumes/X/Pellmark.app", "/Applications/Pellmark.app"};
-  EXPECT_THAT(run(), HasSubstr(kRelaunch)) << "before the end is told";
-  const HostNotification& offer = world.host.shown.back();
+  fake.machine.running = {"/Volumes/X/Pellmark.app", "/Applications/Pellmark.app"};
+  EXPECT_THAT(run(), HasSubstr(kRelaunch)) << "before the end is reported";
+  const HostNotification& offer = fake.host.shown.back();
   EXPECT_EQ(*offer.button1Text + *offer.button2Text, "RelaunchIgnore");
-  EXPECT_EQ(offer.icon->value, *world.host.productPath);
+  EXPECT_EQ(offer.icon->value, *fake.host.productPath);
   journal.prefix = nullptr;
-  job = nullptr;  // the offer keeps it
+  job = nullptr;  // the notice keeps it alive
   const std::string script = "script tell application \"Pellmark\" to quit (in the background)\n";
   EXPECT_EQ(press(), script + "activate the product (in the background)\n");
   journal.failing = "script";
   EXPECT_EQ(press(), script + "log Could not shut down Pellmark: it failed\n");
 }
 
-TEST_F(PellmarkTest, OffersToLaunchWhateverHappenedButAFailure) {
-  world.machine.running = {"/Volumes/X/Pellmark.app"};
+TEST_F(PellmarkTest, OffersToLaunchUnlessTheJobFailed) {
+  fake.machine.running = {"/Volumes/X/Pellmark.app"};
   EXPECT_THAT(run(), HasSubstr(kLaunch));
-  EXPECT_EQ(world.host.shown.back().button1Action, "activateHostApp");
+  EXPECT_EQ(fake.host.shown.back().button1Action, "activateHostApp");
   make<KQRWPellmarkUpdater>("downloadAndMount");
   EXPECT_THAT(run(), HasSubstr(std::string("10 success\n") + kLaunch));
   make<KQRWPellmarkUpdater>();
   startAndHoldAt("/usr/bin/unzip");
-  world.loop.post([this] { journal.release(); });
+  fake.loop.post([this] { journal.release(); });
   job->cancel();
   EXPECT_THAT(linesAfterStart(), HasSubstr("Would you like to launch it?\n6 failure\n"));
   make<KQRWPellmarkUpdater>();

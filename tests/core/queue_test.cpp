@@ -7,20 +7,20 @@ namespace {
 
 using testing::HasSubstr;
 
-/// An agent whose journal also holds log lines, notices and events, these with the ids of their
-/// records ("+" when in the queue). Of background passes it holds the beginnings.
+/// Tests of the install queue. The journal also has log lines, notices, the starts of passes, and
+/// events with the ids of their records, followed by "+" if they are in the queue.
 class QueueTest : public AgentTest {
  protected:
   using Ids = std::vector<std::string>;
 
   QueueTest() {
-    world.log.onLine = [this](const std::string& line) { journal.add(line); };
-    world.host.onShow = [this](const HostNotification& notice) { journal.add(*notice.text); };
+    fake.log.onLine = [this](const std::string& line) { journal.add(line); };
+    fake.host.onShow = [this](const HostNotification& notice) { journal.add(*notice.text); };
     events->onEvent = [this](const std::string& name, const std::vector<Dictionary>& items) {
       if (looksAtStore && (name == "job status" || name == "job start")) {
         const auto stored = agent->itemSnapshotWithID(textAt(items[0], kKQRWIDKey));
         EXPECT_EQ(stored == items[0], name == "job status")
-            << "a start is told before it is stored";
+            << "the event of a start precedes the change";
       }
       if (name == "job status") return static_cast<void>(++statuses);
       if (name == "change" || name == "finish") return;
@@ -32,20 +32,9 @@ class QueueTest : public AgentTest {
       journal.add(line);
     };
   }
-  /// Catalogues applications with these names, which are their ids too, and methods. A "manual" job
-  /// ends within its start; others download a file.
+  /// A "manual" job ends in its start; others download a file.
   void catalogue(const std::vector<std::pair<std::string, std::string>>& namesAndMethods) {
-    std::vector<Value> items;
-    for (const auto& [name, method] : namesAndMethods) {
-      const std::string path = "/Applications/" + name + ".app", link = "http://x/" + name;
-      const Dictionary offer = {{kKQRWIDownloadLinkKey, link}, {kKQRWIUpdateMethodKey, method}};
-      world.disk.install(path, "1.0");
-      items.emplace_back(record(name, path)
-                             .with(kKQRWAvailableVersionInfoKey, offer)
-                             .with(kKQRWNotifiedVersionKey, "2.0"));
-    }
-    store(std::move(items), {{"lastFireDate", world.clock.now()}});
-    createWithoutRefresh();
+    AgentTest::catalogue(namesAndMethods);
     journal.take();
   }
   std::string update(const Ids& ids) {
@@ -59,19 +48,19 @@ class QueueTest : public AgentTest {
   std::string updateAndHoldAt(const std::string& line, const Ids& ids, int threads = 1) {
     journal.hold(line);
     agent->startUpdateItemWithIDs(ids);
-    EXPECT_TRUE(world.loop.runUntil([&] { return journal.waiting == threads; })) << line;
+    EXPECT_TRUE(fake.loop.runUntil([&] { return journal.waiting == threads; })) << line;
     return journal.take();
   }
   std::string finishJobs() {
     journal.release();
-    world.threads.waitForAll(world.loop);
+    fake.threads.waitForAll(fake.loop);
     return journal.take();
   }
   Dictionary item(const char* id) { return *agent->itemSnapshotWithID(id); }
 
-  Journal& journal = world.journal;
+  Journal& journal = fake.journal;
   int statuses = 0;
-  bool looksAtStore = false;  // while no pass changes a record
+  bool looksAtStore = false;  // set only if no pass changes a record
   const std::string skip = "log updateInfoForItemsWithIDs: update is already in progress. Skip.\n";
   const std::string updatedA = "KQLog A was updated from 1.0 to 2.0 version successfully.\n";
   const std::string updatedB = "KQLog B was updated from 1.0 to 2.0 version successfully.\n";
@@ -80,7 +69,7 @@ class QueueTest : public AgentTest {
       "prompt Pellmark requires administrator privileges to perform update.\n";
 };
 
-TEST_F(QueueTest, JobsThatEndWithinTheirStartAreToldInCatalogueOrderBeforeTheRequest) {
+TEST_F(QueueTest, JobsThatEndInStartAreReportedBeforeTheRequest) {
   catalogue({{"A", "manual"}, {"B", "manual"}});
   EXPECT_EQ(update({"B", "A", "A", "unknown"}),
             "queue start\njob start A+\nopen http://x/A\nstatus A-\njob stop A-\nqueue stop\n"
@@ -90,23 +79,23 @@ TEST_F(QueueTest, JobsThatEndWithinTheirStartAreToldInCatalogueOrderBeforeTheReq
                 skip + updatedB + "status A+ B+\n");
   EXPECT_EQ(statuses, 0);
   finishJobs();
-  EXPECT_EQ(statuses, 4) << "late, but told and stored";
+  EXPECT_EQ(statuses, 4) << "reported and stored after the end";
   EXPECT_EQ(item("A").integerFor(kKQRWInstallerCurrentActionKey), 4);
   EXPECT_FALSE(item("A").boolFor(kKQRWInstallerIsInQueueKey));
-  EXPECT_EQ(agent->totalUpdatesCount(), 2) << "a page in the browser counts";
+  EXPECT_EQ(agent->totalUpdatesCount(), 2) << "opening the page counts";
   EXPECT_EQ(update({}), "status\n");
   agent->moveItemsWithIds_toBlackList({"A"}, true);
-  EXPECT_THAT(update({"A"}), HasSubstr("job start A+\n")) << "ignored, but asked for";
+  EXPECT_THAT(update({"A"}), HasSubstr("job start A+\n")) << "although on the black list";
   finishJobs();
 }
 
-TEST_F(QueueTest, TheNextJobIsTakenCareOfBeforeTheEndOfTheLastOneIs) {
+TEST_F(QueueTest, NextJobRunsBeforeTheEndOfThePreviousOneIsProcessed) {
   catalogue({{"A", "auto"}, {"B", "manual"}, {"C", "manual"}});
   EXPECT_EQ(updateAndHoldAt("begin http://x/A", {"A", "B", "C"}),
             "queue start\njob start A+\nstatus A+ B+ C+\n");
   EXPECT_EQ(agent->installerQueueCount(), 3);
   EXPECT_EQ(update({"A", "B"}), "status\n");
-  EXPECT_EQ(cancel({"C"}), "status C-\n") << "its record alone hears of it";
+  EXPECT_EQ(cancel({"C"}), "status C-\n") << "it was waiting";
   EXPECT_FALSE(item("C").boolFor(kKQRWInstallerIsInQueueKey));
   EXPECT_EQ(cancel({"C"}), "status\n");
   EXPECT_EQ(cancel({"A", "C"}),
@@ -117,27 +106,27 @@ TEST_F(QueueTest, TheNextJobIsTakenCareOfBeforeTheEndOfTheLastOneIs) {
   finishJobs();
 }
 
-TEST_F(QueueTest, CancellingGoesFromTheLastJobToTheFirstAndMayBeNested) {
+TEST_F(QueueTest, CancelGoesFromTheLastJobToTheFirstAndMayBeNested) {
   catalogue({{"A", "auto"}, {"B", "manual"}, {"C", "manual"}});
-  world.disk.unmovable = {"/Applications/C.app"};
+  fake.disk.unmovable = {"/Applications/C.app"};
   updateAndHoldAt("/usr/bin/unzip", {"A", "B", "C"});
-  // Served while the first job ends its step.
-  world.loop.post([this] { agent->cancelUpdateItemWithIDs({"B", "A"}); });
-  world.loop.post([this] { journal.release(); });
+  // Runs while the first job completes its step.
+  fake.loop.post([this] { agent->cancelUpdateItemWithIDs({"B", "A"}); });
+  fake.loop.post([this] { journal.release(); });
   EXPECT_EQ(cancel({"A", "unknown", "C"}),
             "remove /tmp/U.unpacked\nstatus A-\njob stop A-\nqueue stop\nroot stop\nstart\n" +
                 failedA + "status B- A-\nstatus C- A-\n");
   EXPECT_EQ(agent->totalUpdatesCount() + agent->installerQueueCount(), 0);
 }
 
-TEST_F(QueueTest, AFailedDownloadDropsEveryJobAndKeepsTheRights) {
+TEST_F(QueueTest, FailedDownloadDropsAllJobsAndKeepsTheRights) {
   catalogue({{"A", "auto"}, {"B", "manual"}, {"C", "auto"}});
-  world.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
-  world.downloads.files["http://x/A"].error.emplace();
+  fake.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
+  fake.downloads.files["http://x/A"].error.emplace();
   EXPECT_EQ(updateAndHoldAt("response", {"A", "B", "C"}),
             prompt + "queue start\njob start A+\nstatus A+ B+ C+\n");
   for (const char* name : {"A", "B"}) {
-    world.disk.install("/Applications/" + std::string(name) + ".app", "1.5");
+    fake.disk.install("/Applications/" + std::string(name) + ".app", "1.5");
   }
   EXPECT_EQ(finishJobs(),
             "Could not establish a connection to the server. Updating failed with error: "
@@ -151,13 +140,13 @@ TEST_F(QueueTest, AFailedDownloadDropsEveryJobAndKeepsTheRights) {
             "root stop\nstart\n" +
                 updatedB + "status B+\n");
   finishJobs();
-  EXPECT_TRUE(update({"B"}).starts_with(prompt)) << "the rights of a finished run are gone";
+  EXPECT_TRUE(update({"B"}).starts_with(prompt)) << "the rights ended with the run";
   finishJobs();
 }
 
-TEST_F(QueueTest, AUserWhoRefusesIsAskedOnceInARequest) {
+TEST_F(QueueTest, UserIsAskedForRightsOncePerRequest) {
   catalogue({{"A", "manual"}, {"B", "manual"}, {"C", "manual"}, {"D.pkg", "manual"}});
-  world.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
+  fake.disk.unmovable = {"/Applications/A.app", "/Applications/B.app"};
   journal.failing = "prompt";
   EXPECT_THAT(update({"A", "B", "C"}), testing::StartsWith(prompt + "queue start\njob start C+\n"));
   EXPECT_EQ(events->events.back().items.size(), 1u);
@@ -170,7 +159,7 @@ TEST_F(QueueTest, AUserWhoRefusesIsAskedOnceInARequest) {
   }
 }
 
-TEST_F(QueueTest, AnEndReportedTwiceIsHandledTwiceAndStartsTheNextJobTwice) {
+TEST_F(QueueTest, EndReportedTwiceIsHandledTwice) {
   catalogue({{"A", "downloadAndMount"}, {"B", "auto"}});
   const std::string lines = updateAndHoldAt("begin http://x/B", {"A", "B"}, 2);
   const std::string end = "status A-\njob stop A-\njob start B+\n";
@@ -181,17 +170,15 @@ TEST_F(QueueTest, AnEndReportedTwiceIsHandledTwiceAndStartsTheNextJobTwice) {
   EXPECT_FALSE(agent->installerQueueIsInProgress());
 }
 
-TEST_F(QueueTest, ARecordFollowsItsJobAndThenTheDisk) {
+TEST_F(QueueTest, RecordFollowsItsJobAndThenTheDisk) {
   looksAtStore = true;
   catalogue({{"B", "auto"}, {"A", "auto"}});
-  world.disk.unmovable = {"/Applications/B.app"};  // its rights are not for A
-  world.machine.archives = {"/tmp/U.zip"};
-  world.machine.folders["/tmp/U.unpacked"] = {"A.app"};
-  world.disk.install("/tmp/U.unpacked/A.app", "2.0");
+  fake.disk.unmovable = {"/Applications/B.app"};  // A must not use the rights of B
+  fake.makeArchive({"A.app"});
   updateAndHoldAt("copy", {"A", "B"});
-  ASSERT_TRUE(world.loop.runUntil([&] { return !agent->updateIsInProgress(); })) << "that of B";
+  ASSERT_TRUE(fake.loop.runUntil([&] { return !agent->updateIsInProgress(); })) << "the pass for B";
   EXPECT_EQ(item("A").integerFor(kKQRWInstallerCurrentActionKey), 3);
-  world.disk.install("/Applications/A.app", "2.0");
+  fake.disk.install("/Applications/A.app", "2.0");
   finishJobs();
   EXPECT_EQ(textAt(item("A"), kKQRWCurrentVersionKey), "2.0");
   EXPECT_EQ(item("A").integerFor(kKQRWInstallerReceivedBytesKey), 10);
@@ -200,12 +187,12 @@ TEST_F(QueueTest, ARecordFollowsItsJobAndThenTheDisk) {
   EXPECT_EQ(textAt(item("A"), kKQRWInstallerResourcesPathKey), "/tmp/U.unpacked");
 }
 
-TEST_F(QueueTest, AJobOutlivesItsRecordAndItsAgent) {
+TEST_F(QueueTest, JobContinuesWithoutItsRecordOrItsAgent) {
   catalogue({{"A", "downloadOnly"}});
   updateAndHoldAt("begin", {"A"});
-  world.disk.bundles.erase("/Applications/A.app");
+  fake.disk.bundles.erase("/Applications/A.app");
   agent->startUpdateInfoForItemsWithIDs({"A"});
-  ASSERT_TRUE(world.loop.runUntil([&] { return !agent->itemSnapshotWithID("A"); }));
+  ASSERT_TRUE(fake.loop.runUntil([&] { return !agent->itemSnapshotWithID("A"); }));
   EXPECT_THAT(finishJobs(), HasSubstr("status\nqueue stop\nstart\nKQLog (null) was updated from "
                                       "(null) to (null) version successfully.\n"));
   catalogue({{"A", "auto"}});

@@ -5,7 +5,7 @@
 namespace revwarden {
 namespace {
 
-TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
+TEST_F(AgentTest, LoadingOmitsExcludedPathsAndSavesNothing) {
   store(
       {record("trash", "/Users/u/.Trash/A.app"), record("inside", "/Applications/B.app/C.app"),
        record("network", "/net/share/D.app"), record("temporary", "/private/tmp-apps/E.app"),
@@ -13,7 +13,7 @@ TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
        record("gone", "/Applications/Gone.app"), Dictionary{{kKQRWIDKey, "pathless"}}, "no record",
        record("marked", "/Applications/H.app").with(kKQRWInstallerIsInQueueKey, true)},
       {{"showRevwardenNotifications", 1}, {"lastFireDate", Date{5}}});
-  world.disk.install("/Users/u/Library/G.app", "1.0");
+  fake.disk.install("/Users/u/Library/G.app", "1.0");
   createWithoutRefresh();
 
   std::vector<std::string> ids;
@@ -21,17 +21,28 @@ TEST_F(AgentTest, LoadsWhatMayBeCatalogued) {
     ids.push_back(textAt(item->contents(), kKQRWIDKey));
   }
   EXPECT_THAT(ids, testing::ElementsAre("home", "gone", "marked"))
-      << "a vanished application is loaded, its first refresh removes it";
+      << "the first refresh removes a missing application";
   EXPECT_TRUE(agent->itemSnapshotWithID("marked")->boolFor(kKQRWInstallerIsInQueueKey))
-      << "nothing is stripped on loading";
+      << "only saving removes job values";
   EXPECT_TRUE(agent->showRevwardenNotifications());
   EXPECT_FALSE(agent->updatesApplicationsFromAllLocalVolumes());
   EXPECT_EQ(agent->lastFireDate(), Date{5});
-  EXPECT_EQ(world.defaults.writes, 0) << "loading saves nothing";
+  EXPECT_EQ(fake.defaults.writes, 0);
 }
 
-TEST_F(AgentTest, SavingStripsPassingMarksAndKeepsWhatItDoesNotKnow) {
-  world.disk.install("/Applications/A.app", "1.0");
+TEST_F(AgentTest, ClearingTheDateInMemoryKeepsTheStoredOne) {
+  store({}, {{"lastFireDate", Date{5}}});
+  ItemCatalogue catalogue;
+  ExcludedPaths excluded(fake.disk);
+  AgentSettings settings(fake.platform, catalogue, excluded);
+  settings.savePrefs();
+  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5});
+  settings.setLastFireDate(Date{6});
+  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5}) << "setting it saves nothing";
+}
+
+TEST_F(AgentTest, SavingRemovesJobValuesAndKeepsUnknownKeys) {
+  fake.disk.install("/Applications/A.app", "1.0");
   store({record("a", "/Applications/A.app")
              .with(kKQRWInstallerDownloadPathKey, "/d")
              .with(kKQRWInstallerResourcesPathKey, "/r")
@@ -50,22 +61,9 @@ TEST_F(AgentTest, SavingStripsPassingMarksAndKeepsWhatItDoesNotKnow) {
                                 .with(kKQRWInstallerTotalBytesKey, -1)
                                 .with(kKQRWInstallerReceivedBytesKey, 7)));
   EXPECT_TRUE(agent->itemSnapshotWithID("a")->contains(kKQRWInstallerDownloadPathKey))
-      << "the live record keeps its marks";
+      << "the record in memory keeps the job values";
   EXPECT_EQ(agent->totalUpdatesCount(), 41);
   EXPECT_EQ(textAt(stored(), "unknown"), "kept");
-}
-
-TEST_F(AgentTest, ForgettingTheDateInMemoryLeavesTheStoredOne) {
-  store({}, {{"lastFireDate", Date{5}}});
-  ItemCatalogue catalogue;
-  ExcludedPaths excluded(world.disk);
-  AgentSettings settings(world.platform, catalogue, excluded);
-  settings.savePrefs();
-  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5});
-  settings.setLastFireDate(Date{6});
-  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{5}) << "setting it saves nothing";
-  settings.savePrefs();
-  EXPECT_EQ(stored().dateFor("lastFireDate"), Date{6});
 }
 
 }  // namespace

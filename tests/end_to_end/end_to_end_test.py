@@ -56,6 +56,8 @@ class EndToEnd(World, unittest.TestCase):
 
         # A client sees a rescan that finds a new version, a star given, and one ignored.
         self.make_app("Plain.app", "plain", "1.10")
+        while "host.checkEnded" not in str(client.call("host.events", 0)):
+            pass  # the last event of the pass before
         client = Client(self.socket, self.path("events"))
         client.call("startFullRescan")
         client.events_until("agentDidStartValidateItem:")

@@ -249,6 +249,19 @@ struct FakePlatform {
                     .hostJobs = machine};
   CountedThreads threads;
 
+  /// Makes the download an archive with these names. A.app in it is version 2.0.
+  void makeArchive(const std::vector<std::string>& names) {
+    machine.archives = {"/tmp/U.zip"};
+    machine.folders["/tmp/U.unpacked"] = names;
+    disk.install("/tmp/U.unpacked/A.app", "2.0");
+  }
+  /// Makes the file at a path a disk image with these names. A.app in it is version 2.0.
+  void makeImage(const std::string& path, const std::vector<std::string>& names) {
+    machine.images = {path};
+    machine.folders["/Volumes/hidden"] = names;
+    disk.install("/Volumes/hidden/A.app", "2.0");
+  }
+
   std::shared_ptr<const Platform> reference() {
     return {std::shared_ptr<const Platform>(), &platform};
   }
