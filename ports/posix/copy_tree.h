@@ -16,8 +16,8 @@ struct DirectoryEntry;
 ///   forced to the disk, which would wait for the writes of all other processes; a copy lost by a
 ///   power failure can be made again from the archive.
 /// - `source` is a folder, not a link to one. Links are copied as links and nothing is followed out
-///   of the source, whatever others rename meanwhile. Files with several names become several
-///   files. FIFOs, sockets and devices are left out.
+///   of the source, even if others rename folders at the same time. Files with several names become
+///   several files. FIFOs, sockets and devices are left out.
 /// - The copying user owns the copy. What root copies belongs to root: it goes where only an
 ///   administrator may write, so the user who unpacked it must not be able to change it later.
 /// - Any depth and number of files needs only a few descriptors; names are kept only of folders on
@@ -30,7 +30,7 @@ struct DirectoryEntry;
 /// - a copy between volumes may keep the group if the user is a member of it;
 /// - a clone may contain FIFOs, sockets and devices;
 /// - the source is found by its path: links are still not followed, but of what others rename
-///   meanwhile the copy may contain either version.
+///   at the same time the copy may contain either version.
 ///
 /// The message of an error begins with the path that it is about. Error codes: "noSpace", with what
 /// was needed and what is free; "notFolder" (`source` is a file or a link); else "".

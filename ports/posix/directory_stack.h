@@ -9,9 +9,9 @@
 namespace revwarden {
 
 /// The open directories on the way from a folder down to one below it. Each is opened by its name
-/// in the one above and never through a link, so the way stays below its first folder whatever
-/// others rename meanwhile. Only the first and the last few levels are kept open; the others are
-/// opened again by ".." and checked by their identity. For one thread.
+/// in the one above and never through a link, so the way stays below its first folder even if
+/// others rename folders at the same time. Only the first and the last few levels are kept open;
+/// the others are opened again by ".." and checked by their identity. For one thread.
 class DirectoryStack {
  public:
   explicit DirectoryStack(FileDescriptor first);

@@ -10,9 +10,9 @@
 namespace revwarden {
 
 /// Visits a folder with all that is below it, depth first: in each folder first everything that is
-/// not a folder, then the folders. No link is followed, whatever others rename meanwhile; any depth
-/// and number of entries needs only a few descriptors. The names kept are those of folders on the
-/// way. For one thread; an object walks once.
+/// not a folder, then the folders. No link is followed, even if others rename folders at the same
+/// time; any depth and number of entries needs only a few descriptors. The names kept are those of
+/// folders on the way. For one thread; an object walks once.
 class TreeWalk {
  public:
   virtual ~TreeWalk() = default;
