@@ -1,4 +1,4 @@
-// The program against an agent that says what the story needs.
+// The program against a fake agent that sends what the test needs.
 #include <gmock/gmock.h>
 
 #include "cli/commands.h"

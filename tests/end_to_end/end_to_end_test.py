@@ -1,4 +1,4 @@
-"""Stories told by the real programs, each in a home of its own."""
+"""Scenario tests of the real programs, each in a home of its own."""
 
 import contextlib
 import datetime

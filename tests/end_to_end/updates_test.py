@@ -1,4 +1,4 @@
-"""Updates that are downloaded and installed for real, each story in a home of its own."""
+"""Updates that are downloaded and installed for real; each scenario has a home of its own."""
 
 import contextlib
 import os

@@ -6,7 +6,7 @@
 
 namespace revwarden {
 
-/// Waits at most ten seconds for what happens elsewhere, of which nobody tells; whether it did.
+/// Waits at most ten seconds for a condition that no event reports. Returns true if it came true.
 inline bool eventually(const std::function<bool()>& condition) {
   for (int attempt = 0; attempt < 1000; ++attempt) {
     if (condition()) return true;

@@ -29,7 +29,7 @@ class Journal {
  public:
   explicit Journal(RunLoop& loop) : loop_(loop) {}
 
-  /// Adds a line of these words and lets it pass; whether what it tells succeeds.
+  /// Adds a line of these words and lets it pass. Returns true if the operation is to succeed.
   template <typename... Words>
   bool add(const Words&... words) {
     std::string line;
