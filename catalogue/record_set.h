@@ -8,7 +8,8 @@
 
 namespace revwarden {
 
-/// A set of live records. It contains a record that was added, and any record with the same
+/// A set of live records, in which a check keeps those it asked about and a refresh those it will
+/// remove. It contains a record that was added, and any record with the same
 /// contents as one that was added. One thread at a time.
 class RecordSet {
  public:

@@ -10,6 +10,7 @@
 #include "platform/platform.h"
 #include "platform/version.h"
 
+// Announces each new version once, and starts the update of the host product if there is one.
 namespace revwarden {
 namespace {
 

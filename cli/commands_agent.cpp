@@ -9,6 +9,7 @@
 #include "cli/records.h"
 #include "protocol/names.h"
 
+// The commands about the agent itself: "status" and "settings".
 namespace revwarden {
 namespace {
 

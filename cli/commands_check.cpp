@@ -7,6 +7,7 @@
 #include "cli/records.h"
 #include "protocol/names.h"
 
+// The command "check": a full rescan, and what the service offers afterwards.
 namespace revwarden {
 namespace {
 

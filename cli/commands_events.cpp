@@ -8,6 +8,7 @@
 #include "cli/update_jobs.h"
 #include "protocol/names.h"
 
+// The command "watch": the agent's events as they happen, for people or as JSON lines.
 namespace revwarden {
 namespace {
 

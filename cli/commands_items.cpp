@@ -6,6 +6,7 @@
 #include "cli/records.h"
 #include "protocol/names.h"
 
+// The commands on records: "list", "show", and those that star and ignore.
 namespace revwarden {
 namespace {
 

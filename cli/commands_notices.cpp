@@ -6,6 +6,7 @@
 #include "cli/records.h"
 #include "protocol/names.h"
 
+// The command "notices": shows the open notices and answers them.
 namespace revwarden {
 namespace {
 

@@ -7,6 +7,8 @@
 #include "cli/update_jobs.h"
 #include "protocol/names.h"
 
+// The commands "update" and "cancel". An interrupt ends only the display; the agent goes on with
+// the jobs.
 namespace revwarden {
 namespace {
 

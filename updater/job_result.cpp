@@ -2,6 +2,7 @@
 
 #include <utility>
 
+// Derives the verdict, the job's part of its outcome (platform/outcomes.h), from what the job did.
 namespace revwarden {
 
 using Kind = JobOutcome::Kind;

@@ -19,6 +19,7 @@
 #include "updater/new_application.h"
 #include "updater/update_download.h"
 
+// From a download to the replaced application, by the platform's files, child processes and helper.
 namespace revwarden {
 namespace {
 
