@@ -15,7 +15,7 @@ STOPPED = "didStopQueueInAgent:"
 # What depends on timing, or belongs to passes.
 PASSING = {"agent:didChangeUpdatedStatusForItem:", "itemsDidChangeInAgent:", "updateService",
            "agentDidStartValidateItem:", "agentDidFinishValidateItem:",
-           "agentDidFinishUpdatingApplicationList:"}
+           "agentDidFinishUpdatingApplicationList:", "host.checkEnded"}
 
 
 class Updates(UpdateWorld, unittest.TestCase):
