@@ -1,6 +1,8 @@
 // The program against a fake agent that sends what the test needs.
 #include <gmock/gmock.h>
 
+#include <atomic>
+
 #include "cli/commands.h"
 #include "tests/cli/fake_agent.h"
 #include "tests/cli/job_events.h"
@@ -79,28 +81,29 @@ AgentEvent checkEnded(const std::string& outcome, const Json& reason = nullptr,
 TEST(CliCheck, TellsWhatIsNewAndRepeatsARequestThatTheAgentDropped) {
   // A pass runs at first; when it has ended, another pass starts just before the request.
   std::vector<bool> running = {true, false, true, false};
-  int requests = 0;
-  FakeAgent agent({{"itemsSnapshot",
-                    [&](const Peer& p) {
-                      p.reply({record("New", "1", requests ? "1.5" : ""), record("Old", "1", "2")});
-                    }},
-                   {"updateIsInProgress",
-                    [&](const Peer& p) {
-                      p.reply(Json(running.front()));
-                      if (running.size() > 1) running.erase(running.begin());
-                    }},
-                   {"startFullRescan", [&](const Peer& p) {
-                      p.reply(nullptr);
-                      p.play({checkEnded("invalid", "old", "2001-01-01T00:00:00Z"),
-                              checkEnded("invalid", "by timer", "2100-01-01T00:00:00Z", false)});
-                      if (++requests == 2) p.play({checkEnded("answered")});
-                    }}});
+  std::atomic<int> requests = 0;
+  FakeAgent agent(
+      {{"itemsSnapshot",
+        [&](const Peer& p) {
+          p.reply({record("New", "1", requests > 0 ? "1.5" : ""), record("Old", "1", "2")});
+        }},
+       {"updateIsInProgress",
+        [&](const Peer& p) {
+          p.reply(Json(running.front()));
+          if (running.size() > 1) running.erase(running.begin());
+        }},
+       {"startFullRescan", [&](const Peer& p) {
+          p.reply(nullptr);
+          p.play({checkEnded("invalid", "old", "2001-01-01T00:00:00Z"),
+                  checkEnded("invalid", "by timer", "2100-01-01T00:00:00Z", false)});
+          if (++requests == 2) p.play({checkEnded("answered")});
+        }}});
   const Outcome outcome = agent.run({"check"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "");
   EXPECT_THAT(outcome.out, AllOf(HasSubstr("new  New   1          1.5\n"),
                                  HasSubstr("\n     Old   1          2\n")));
-  EXPECT_EQ(requests, 2);
+  EXPECT_EQ(requests.load(), 2);
 }
 
 TEST(CliCheck, SaysWhyTheServiceGaveNoAnswer) {
